@@ -1,0 +1,28 @@
+# Flags that every target of the project gets, in one place.
+
+option(ZEL_WERROR "Treat warnings as errors" OFF)
+option(ZEL_TESTS "Build the tests" ON)
+option(ZEL_FUZZ "Build the fuzz targets" OFF)
+set(ZEL_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+add_library(project_options INTERFACE)
+# Trace entries carry the file's name alone, and no binary should name the build machine's folders.
+target_compile_options(project_options INTERFACE "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=")
+if(ZEL_SANITIZE)
+  target_compile_options(project_options INTERFACE
+    -fsanitize=${ZEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(project_options INTERFACE -fsanitize=${ZEL_SANITIZE})
+endif()
+
+add_library(project_warnings INTERFACE)
+target_compile_options(project_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion
+  $<IF:$<CXX_COMPILER_ID:Clang>,-Wshadow,-Wshadow=local>
+  $<$<BOOL:${ZEL_WERROR}>:-Werror>)

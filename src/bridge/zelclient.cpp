@@ -1,0 +1,239 @@
+#include "bridge/zelclient.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+#include "agentfw/ras1.h"
+#include "bridge/zelbuild.h"
+#include "bridge/zeltask.h"
+#include "zelagent.h"
+#include "zelguard.h"
+
+RAS1_UNIT("ZELCLIENT");
+
+std::atomic<ZelClient*> ZelClient::s_inst{nullptr};
+unsigned long ZelClient::s_mhThread = 0;
+std::atomic<bool> ZelClient::s_mhRunning{false};
+std::queue<ZelTask*> ZelClient::s_taskQueue;
+ZelMutex ZelClient::s_tqMutex;
+ZelEvent ZelClient::s_tqEvent;
+std::atomic<unsigned long> ZelClient::s_destroyBoundMs{2000};
+
+namespace {
+
+constexpr unsigned long kIdleWaitMs = 60000;
+
+// The uses of all threads. The count is taken before s_inst is read, and destroy() detaches s_inst
+// before it reads the count: whoever still got the client is counted.
+std::atomic<unsigned> useCount{0};
+thread_local unsigned ownUses = 0;
+
+// Wakes destroy() when a use ends. Leaked: threads may end uses while the process exits.
+struct UseEnd {
+  std::mutex mutex;
+  std::condition_variable changed;
+};
+UseEnd& useEnd() {
+  static UseEnd& instance = *new UseEnd;
+  return instance;
+}
+std::atomic<unsigned> destroyersWaiting{0};
+
+bool waitForOtherUses(std::chrono::milliseconds bound) {
+  destroyersWaiting.fetch_add(1);
+  bool alone = false;
+  {
+    std::unique_lock lock(useEnd().mutex);
+    alone = useEnd().changed.wait_for(lock, bound, [] { return useCount.load() <= ownUses; });
+  }
+  destroyersWaiting.fetch_sub(1);
+  return alone;
+}
+
+std::unique_ptr<ZelTask> nextTask() {
+  ZelAutoMutex lock(ZelClient::s_tqMutex);
+  if (ZelClient::s_taskQueue.empty()) {
+    return nullptr;
+  }
+  std::unique_ptr<ZelTask> task(ZelClient::s_taskQueue.front());
+  ZelClient::s_taskQueue.pop();
+  return task;
+}
+
+}  // namespace
+
+ZelClientUse::ZelClientUse() {
+  ++ownUses;
+  useCount.fetch_add(1);
+}
+
+ZelClientUse::~ZelClientUse() {
+  --ownUses;
+  useCount.fetch_sub(1);
+  if (destroyersWaiting.load() != 0) {
+    { std::lock_guard lock(useEnd().mutex); }
+    useEnd().changed.notify_all();
+  }
+}
+
+ZelClient::~ZelClient() = default;
+
+ZelClient* ZelClient::getInstance() {
+  ZelClient* instance = s_inst.load();
+  if (instance == nullptr) {
+    instance = zelCreateClient();
+    s_inst.store(instance);
+    zelThreadStart(&s_mhThread, zelMessageHandler, nullptr);
+  }
+  return instance;
+}
+
+void ZelClient::destroy() {
+  RAS1_FLOW();
+  if (s_mhRunning.exchange(false)) {
+    s_tqEvent.signal(true);
+  }
+  ZelClient* instance = s_inst.exchange(nullptr);
+  if (instance != nullptr && waitForOtherUses(std::chrono::milliseconds(s_destroyBoundMs.load()))) {
+    delete instance;
+  }
+  ZelAutoMutex lock(s_tqMutex);
+  while (!s_taskQueue.empty()) {
+    delete s_taskQueue.front();
+    s_taskQueue.pop();
+  }
+}
+
+void ZelClient::run(ZelRequest& req, bool forceSync) {
+  const ZelClientUse use;
+  getInstance()->execute(req, forceSync);
+}
+
+void ZelClient::execute(ZelRequest& req, bool forceSync) {
+  RAS1_FLOW();
+  std::unique_ptr<ZelMsg> msg(req.createRegMsg());
+  if (!forceSync && req.isOneWay()) {
+    queueTask(new ZelDatagramSenderTask(msg.release()));
+    return;
+  }
+  request(*msg, &req);
+  // A critical exception of the application destroys this client: touch no member from here on.
+  req.waitReply();
+}
+
+void ZelClient::request(ZelMsg& msg, const ZelRequest* requester) {
+  RAS1_FLOW();
+  ZelMap envelope;
+  zelPut<int>(envelope, ZelEnvelopeKey::kType, msg.type);
+  zelPut<int>(envelope, ZelEnvelopeKey::kId, msg.id);
+  if (msg.type != ZelMsg::Notification) {
+    zelPut<long long>(envelope, ZelEnvelopeKey::kRequester, reinterpret_cast<long long>(requester));
+  }
+  if (msg.body != nullptr) {
+    zelPut(envelope, ZelEnvelopeKey::kBody, std::move(msg.body));
+  }
+  putOutbound(envelope);
+}
+
+void ZelClient::subscribe(ZelNotificationSubscriber& subscriber) {
+  subscribers[subscriber.getType()] = &subscriber;
+}
+
+ZelNotificationSubscriber* ZelClient::unsubscribe(int type) {
+  const auto found = subscribers.find(type);
+  if (found == subscribers.end()) {
+    return nullptr;
+  }
+  ZelNotificationSubscriber* subscriber = found->second;
+  subscribers.erase(found);
+  return subscriber;
+}
+
+ZelNotificationSubscriber* ZelClient::getSubscriber(int type) const {
+  const auto found = subscribers.find(type);
+  return found == subscribers.end() ? nullptr : found->second;
+}
+
+void ZelClient::setRequestHandler(ZelRequestHandler* handler) {
+  handlers[handler->getType()] = handler;
+}
+
+void ZelClient::queueTask(ZelTask* task) const {
+  ZelAutoMutex lock(s_tqMutex);
+  s_taskQueue.push(task);
+  s_tqEvent.signal(true);
+}
+
+void ZelClient::processInbound(ZelMap& envelope) {
+  RAS1_FLOW();
+  const int type = envelope.get(ZelEnvelopeKey::kType).toInt();
+  const int id = envelope.get(ZelEnvelopeKey::kId).toInt();
+  switch (type) {
+    case ZelMsg::Request:
+      answerRequest(id, envelope);
+      break;
+    case ZelMsg::Notification:
+      queueTask(new ZelNtfProcTask(id, envelope.detach(ZelEnvelopeKey::kBody)));
+      break;
+    case ZelMsg::Reply:
+    case ZelMsg::Exception:
+      deliverReply(id, static_cast<ZelMsg::Type>(type), envelope);
+      break;
+    default:
+      RAS1_PRINT("ERROR: invalid message type %i", type);
+      break;
+  }
+}
+
+void ZelClient::answerRequest(int id, ZelMap& envelope) {
+  RAS1_FUNCTION();
+  const auto found = handlers.find(id);
+  if (found == handlers.end()) {
+    RAS1_PRINT("WARN: cannot find a handler for request %i", id);
+    return;
+  }
+  std::unique_ptr<ZelMap> body(
+      found->second->handleRequest(envelope.get(ZelEnvelopeKey::kBody).toMap()));
+  ZelMap reply;  // carries no message id: the requester handle alone tells whose answer it is
+  zelPut<int>(reply, ZelEnvelopeKey::kType, ZelMsg::Reply);
+  zelPut(reply, ZelEnvelopeKey::kRequester,
+         std::unique_ptr<ZelData>(envelope.detach(ZelEnvelopeKey::kRequester)));
+  zelPut(reply, ZelEnvelopeKey::kBody, std::move(body));
+  putOutbound(reply);
+}
+
+void ZelClient::deliverReply(int id, ZelMsg::Type type, ZelMap& envelope) {
+  RAS1_FUNCTION();
+  const long long handle = envelope.get(ZelEnvelopeKey::kRequester).toLong();
+  if (handle == 0) {
+    RAS1_PRINT("WARN: Exception processing completed: id=%i", id);
+    return;
+  }
+  auto* requester = reinterpret_cast<ZelRequest*>(handle);
+  if (!ZelRequest::isValidRequest(requester)) {
+    RAS1_PRINT("WARN: invalid reply %p supressed", static_cast<void*>(requester));
+    return;
+  }
+  requester->processReply(new ZelMsg(id, type, envelope.detach(ZelEnvelopeKey::kBody)));
+}
+
+void* zelMessageHandler(void* /*unused*/) {
+  RAS1_FLOW();
+  ZelClient::s_mhRunning.store(true);
+  RAS1_PRINT("Message handler started");
+  while (!ZelAgent::isShutdown(0) && ZelClient::s_mhRunning.load()) {
+    const std::unique_ptr<ZelTask> task = nextTask();
+    if (task == nullptr) {
+      ZelClient::s_tqEvent.wait(kIdleWaitMs);
+      continue;
+    }
+    zelGuarded(ras1Entry, [&] {
+      const ZelClientUse use;
+      task->run();
+    });
+  }
+  ZelClient::s_mhRunning.store(false);
+  RAS1_PRINT("Message handler stopped");
+  return nullptr;
+}

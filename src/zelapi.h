@@ -1,0 +1,27 @@
+#pragma once
+
+/// @file
+/// Entry points of libzel.so, the native half of the agent. It exports nothing else.
+///
+/// The library expects its settings in the environment: ZEL_PROD (product code), ZEL_INST (instance
+/// id) and ZEL_PROD_HOME (working directory) are required; ZEL_LIBJVM names the JVM's library.
+
+#define ZEL_API __attribute__((visibility("default")))
+
+extern "C" {
+
+/// Starts the agent and runs it on the calling thread until it is stopped. Returns 0 after a normal
+/// run, -1 when it could not start; the reason is in the trace. Call once per process.
+ZEL_API int zelAgentStart();
+
+/// Stops the agent, from any thread: tells the Java application, then ends the main loop.
+ZEL_API void zelAgentStop();
+
+/// Waits at most `timeout` milliseconds (0: not at all) for the agent to begin its shut-down.
+/// Returns 1 when it has, else 0.
+ZEL_API int zelWaitForAgentShutdown(unsigned long timeout);
+
+/// Called by the framework's main loop: registers the tables and starts the Java application's
+/// collection. Returns 0 on success, 1 on failure.
+ZEL_API int LoadAgents();
+}

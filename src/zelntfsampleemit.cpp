@@ -1,0 +1,40 @@
+#include "zelntfsampleemit.h"
+
+#include <string>
+#include <vector>
+
+#include "agentfw/ras1.h"
+#include "bridge/zelbuild.h"
+#include "zelagent.h"
+#include "zeltablemanager.h"
+
+RAS1_UNIT("ZELNTFSAMPLEEMIT");
+
+namespace {
+
+constexpr int kTableKey = 0;
+constexpr int kRowsKey = 1;
+
+}  // namespace
+
+bool ZelSampleEmitHandler::onNotify(const ZelMsg& msg) {
+  RAS1_FLOW();
+  const ZelMap& body = msg.bodyMap();
+  const std::string& table = body.get(kTableKey).toString();
+  const auto manager = ZelAgent::s_managers.find(table);
+  if (manager == ZelAgent::s_managers.end()) {
+    RAS1_PRINT("ERROR: cannot find manager for table %s", table.c_str());
+    return ras1Flow.result(false);
+  }
+  std::vector<std::string> rows;
+  for (const ZelData* row : body.get(kRowsKey).toList().items) {
+    rows.push_back(zelElement(row).toByteArray());
+  }
+  const int rc = manager->second->emitEvents(rows);
+  if (rc != 0) {
+    RAS1_PRINT("ERROR [%i]: failed to emit events for table %s", rc, table.c_str());
+  }
+  return ras1Flow.result(rc == 0);
+}
+
+int ZelSampleEmitHandler::getType() const { return ZelMsgId::kSampleEmit; }

@@ -1,0 +1,15 @@
+#include "zelntfshutdown.h"
+
+#include "agentfw/ras1.h"
+#include "zelagent.h"
+
+RAS1_UNIT("ZELNTFSHUTDOWN");
+
+bool ZelShutdownHandler::onNotify(const ZelMsg& /*msg*/) {
+  RAS1_FLOW();
+  RAS1_PRINT("Shutdown per Java app request");
+  ZelAgent::stop();
+  return ras1Flow.result(true);
+}
+
+int ZelShutdownHandler::getType() const { return ZelMsgId::kShutdownRequested; }

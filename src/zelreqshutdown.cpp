@@ -1,0 +1,16 @@
+#include "zelreqshutdown.h"
+
+#include "agentfw/ras1.h"
+
+RAS1_UNIT("ZELREQSHUTDOWN");
+
+ZelReqShutdown::ZelReqShutdown() : ZelRequest(false) {}
+
+ZelReqShutdown::~ZelReqShutdown() = default;
+
+ZelMsg* ZelReqShutdown::createRegMsg() {
+  RAS1_FLOW();
+  return ras1Flow.result(new ZelMsg(ZelMsgId::kShutdown, ZelMsg::Request, nullptr));
+}
+
+void ZelReqShutdown::onReply(const ZelMap& /*reply*/) {}

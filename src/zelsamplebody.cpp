@@ -1,0 +1,50 @@
+#include "zelsamplebody.h"
+
+#include "bridge/zelbuild.h"
+
+namespace {
+
+std::unique_ptr<ZelData> filterList(const std::vector<ZelFilterInfo>& filters, bool withOperators) {
+  auto list = std::make_unique<ZelList>();
+  for (const ZelFilterInfo& filter : filters) {
+    auto description = std::make_unique<ZelMap>();
+    zelPut<std::string>(*description, ZelFilterKey::kColumn, filter.m_column);
+    zelPut<std::string>(*description, ZelFilterKey::kValue, filter.m_value);
+    if (withOperators) {
+      zelPut<int>(*description, ZelFilterKey::kOperator, filter.m_oper);
+    }
+    zelAppend(*list, std::move(description));
+  }
+  return list;
+}
+
+std::unique_ptr<ZelData> textList(const std::vector<std::string>& texts) {
+  auto list = std::make_unique<ZelList>();
+  for (const std::string& text : texts) {
+    zelAppend(*list, std::make_unique<TZelPrimitive<std::string>>(text));
+  }
+  return list;
+}
+
+}  // namespace
+
+std::unique_ptr<ZelMap> zelSampleBody(const ZelSampleScope& scope, bool withOperators) {
+  std::unique_ptr<ZelData> filters = filterList(scope.filters, withOperators);
+  std::unique_ptr<ZelData> subnodes = textList(scope.subnodes);
+  auto body = std::make_unique<ZelMap>();
+  zelPut<std::string>(*body, ZelSampleKey::kTable, scope.table);
+  zelPut(*body, ZelSampleKey::kFilters, std::move(filters));
+  zelPut(*body, ZelSampleKey::kSubnodes, std::move(subnodes));
+  zelPut<bool>(*body, ZelSampleKey::kHistory, scope.history);
+  zelPut<bool>(*body, ZelSampleKey::kAutomation, scope.automation);
+  zelPut<std::string>(*body, ZelSampleKey::kSituation, scope.situation);
+  return body;
+}
+
+void zelReadRows(const ZelMap& reply, std::vector<std::string>& rows) {
+  const ZelList& list = reply.get(ZelSampleReplyKey::kRows).toList();
+  rows.reserve(rows.size() + list.items.size());
+  for (const ZelData* row : list.items) {
+    rows.push_back(zelElement(row).toByteArray());
+  }
+}
