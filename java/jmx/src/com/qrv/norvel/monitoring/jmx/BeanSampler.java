@@ -1,0 +1,97 @@
+package com.qrv.norvel.monitoring.jmx;
+
+import com.qrv.norvel.monitoring.jmx.table.BeanColumn;
+import com.qrv.norvel.monitoring.jmx.table.BeanTable;
+import com.qrv.norvel.monitoring.jmx.table.Unavailable;
+import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.target.TargetException;
+import com.qrv.norvel.monitoring.toolkit.agent.Column;
+import com.qrv.norvel.monitoring.toolkit.agent.Columns;
+import com.qrv.norvel.monitoring.toolkit.agent.Row;
+import com.qrv.norvel.monitoring.toolkit.agent.RowSink;
+import com.qrv.norvel.monitoring.toolkit.agent.SampleRequest;
+import com.qrv.norvel.monitoring.toolkit.agent.Sampler;
+import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
+import java.util.HashSet;
+import java.util.Set;
+
+/** Serves one bean table for all targets. */
+final class BeanSampler implements Sampler {
+  /** So many different broken cells are reported; the rest would only fill the log. */
+  private static final int MAX_REPORTS = 200;
+
+  /** The toolkit's column with the subnode's name comes first. */
+  private static final int FIRST_COLUMN = 1;
+
+  private final BeanTable table;
+  private final Targets targets;
+  private final EventLog log;
+  private final Set<String> reported = new HashSet<>(); // guarded by itself
+
+  BeanSampler(BeanTable table, Targets targets, EventLog log) {
+    this.table = table;
+    this.targets = targets;
+    this.log = log;
+  }
+
+  /** The table as the agent registers it. */
+  static TableDefinition definition(BeanTable table, long deadlineMillis) {
+    TableDefinition.Builder builder =
+        TableDefinition.builder(table.name()).perSubnode().deadlineMs(deadlineMillis);
+    for (BeanColumn column : table.columns()) {
+      builder.column(column(column));
+    }
+    return builder.build();
+  }
+
+  private static Column column(BeanColumn column) {
+    if (column.form() == BeanColumn.Form.TEXT) {
+      return Columns.utf8(column.name(), column.size());
+    }
+    return column.form() == BeanColumn.Form.INT32
+        ? Columns.int32(column.name())
+        : Columns.int64(column.name());
+  }
+
+  @Override
+  public void sample(SampleRequest request, RowSink rows) throws Exception {
+    for (String name : request.subnodes()) {
+      MonitoredJvm jvm = targets.find(name);
+      if (jvm == null) {
+        throw new TargetException("there is no target " + name);
+      }
+      for (Object[] cells : jvm.sample(table)) {
+        write(name, cells, rows.row(name));
+      }
+    }
+  }
+
+  private void write(String target, Object[] cells, Row row) {
+    for (int i = 0; i < cells.length; i++) {
+      Object cell = cells[i];
+      if (cell instanceof Long) {
+        row.set(FIRST_COLUMN + i, ((Long) cell).longValue());
+      } else if (cell instanceof String) {
+        row.set(FIRST_COLUMN + i, (String) cell);
+      } else {
+        // A cell is not available until it is set.
+        report(target, table.column(i), (Unavailable) cell);
+      }
+    }
+  }
+
+  private void report(String target, BeanColumn column, Unavailable cell) {
+    if (!cell.isFault()) {
+      return;
+    }
+    boolean isNews;
+    synchronized (reported) {
+      isNews = reported.size() < MAX_REPORTS && reported.add(target + ' ' + column.name());
+    }
+    if (isNews) {
+      log.error(
+          "target " + target + ": " + table.name() + '.' + column.name() + " has no value: "
+              + cell.reason());
+    }
+  }
+}

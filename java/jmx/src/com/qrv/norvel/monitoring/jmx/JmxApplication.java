@@ -1,0 +1,53 @@
+package com.qrv.norvel.monitoring.jmx;
+
+import com.qrv.norvel.monitoring.jmx.config.ConfigFile;
+import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.table.BeanTable;
+import com.qrv.norvel.monitoring.jmx.table.StandardTables;
+import com.qrv.norvel.monitoring.jmx.target.ConnectedJvm;
+import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
+import com.qrv.norvel.monitoring.toolkit.agent.Agent;
+import com.qrv.norvel.monitoring.toolkit.agent.Application;
+
+/**
+ * Monitors JVMs. Name it with {@code -Dzel.application} to run it; the file {@code config/jmx.yaml}
+ * under the working directory, or the one that {@code -Dzel.jmx.config} names, says which JVMs.
+ */
+public final class JmxApplication implements Application {
+  private Targets targets;
+
+  /** Made by the toolkit. */
+  public JmxApplication() {}
+
+  /**
+   * Declares the tables.
+   *
+   * @throws com.qrv.norvel.monitoring.jmx.config.ConfigException when the configuration has a
+   *     mistake
+   */
+  @Override
+  public void configure(Agent agent) throws Exception {
+    JmxConfig config = ConfigFile.load();
+    EventLog log = new TraceLog(agent.log(JmxApplication.class));
+    String product = agent.info().productCode();
+    SelfJvm self = new SelfJvm("agent " + product, Clock.SYSTEM);
+    TargetFactory factory = new JmxTargetFactory(config.calls(), Clock.SYSTEM, log);
+    targets = new Targets(config, self, factory, agent.subnodes(), log);
+    // A target gives up by itself before that, with a better reason.
+    long deadline = (ConnectedJvm.MAX_WAIT_CALLS + 1L) * config.calls().timeoutMillis();
+    for (BeanTable table : StandardTables.all()) {
+      agent.table(BeanSampler.definition(table, deadline), new BeanSampler(table, targets, log));
+    }
+    agent.table(TargetsTable.DEFINITION, new TargetsTable(targets));
+  }
+
+  @Override
+  public void started() {
+    targets.start();
+  }
+
+  @Override
+  public void stopped() {
+    targets.close();
+  }
+}

@@ -1,0 +1,97 @@
+package com.qrv.norvel.monitoring.jmx;
+
+import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.discovery.LinuxProcesses;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
+import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.target.ConnectedJvm;
+import com.qrv.norvel.monitoring.jmx.target.Dialer;
+import com.qrv.norvel.monitoring.jmx.target.LocalDialer;
+import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.target.RemoteAddress;
+import com.qrv.norvel.monitoring.jmx.target.RemoteDialer;
+import com.qrv.norvel.monitoring.jmx.target.Retry;
+import com.qrv.norvel.monitoring.jmx.target.TargetIdentity;
+import com.qrv.norvel.monitoring.jmx.target.TargetKind;
+import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.target.TargetTimes;
+import com.qrv.norvel.monitoring.jmx.target.Watchdog;
+import java.nio.file.Path;
+import java.util.Random;
+import java.util.function.BooleanSupplier;
+
+/** Makes targets that are reached through the attach API and RMI. The thread of targets only. */
+final class JmxTargetFactory implements TargetFactory {
+  /** A JVM that was never attached to may take its time to start its side of it. */
+  private static final long ATTACH_MILLIS = 15_000;
+
+  private final JmxConfig.Calls calls;
+  private final Clock clock;
+  private final EventLog log;
+  private final Watchdog watchdog;
+  private ProcessTable processes; // null until somebody asks
+
+  JmxTargetFactory(JmxConfig.Calls calls, Clock clock, EventLog log) {
+    this.calls = calls;
+    this.clock = clock;
+    this.log = log;
+    this.watchdog = new Watchdog(clock, calls.timeoutMillis());
+  }
+
+  @Override
+  public Clock clock() {
+    return clock;
+  }
+
+  @Override
+  public ProcessTable processes() {
+    if (processes == null) {
+      processes = new LinuxProcesses();
+    }
+    return processes;
+  }
+
+  @Override
+  public MonitoredJvm local(
+      final LocalProcess process, String name, String mainClass, Targets targets) {
+    final ProcessTable table = processes();
+    BooleanSupplier isAttachable =
+        () -> {
+          LocalProcess now = table.look(process.pid());
+          return now != null && now.isSameAs(process) && now.isAttachable();
+        };
+    Dialer dialer =
+        new LocalDialer(name, process.pid(), isAttachable, calls.timeoutMillis(), log);
+    TargetIdentity identity =
+        new TargetIdentity(
+            name, TargetKind.LOCAL, mainClass, process.pid(), "attach:" + process.pid());
+    return connected(identity, dialer, ATTACH_MILLIS, targets);
+  }
+
+  @Override
+  public MonitoredJvm remote(JmxConfig.Remote remote, Targets targets) {
+    RemoteAddress address =
+        remote.url() == null
+            ? RemoteAddress.of(remote.host(), remote.port())
+            : RemoteAddress.parse(remote.url());
+    Path passwordFile = remote.passwordFile() == null ? null : Path.of(remote.passwordFile());
+    Dialer dialer =
+        new RemoteDialer(
+            remote.name(), address, remote.user(), passwordFile, calls.timeoutMillis(), log);
+    TargetIdentity identity =
+        new TargetIdentity(
+            remote.name(), TargetKind.REMOTE, remote.name(), TargetStatus.UNKNOWN, address.url());
+    // A connection takes several round trips: the registry, the server, the authentication.
+    return connected(identity, dialer, 2L * calls.timeoutMillis(), targets);
+  }
+
+  private MonitoredJvm connected(
+      TargetIdentity identity, Dialer dialer, long dialMillis, Targets targets) {
+    long call = calls.timeoutMillis();
+    TargetTimes times =
+        new TargetTimes(
+            call, Math.max(dialMillis, call), calls.heartbeatSeconds() * 1000L);
+    Retry retry = new Retry(calls.retryMinMillis(), calls.retryMaxMillis(), new Random());
+    return new ConnectedJvm(identity, times, dialer, retry, watchdog, clock, log, targets::wake);
+  }
+}

@@ -1,0 +1,19 @@
+package com.qrv.norvel.monitoring.jmx;
+
+import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
+import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
+
+/** Makes the targets, and what finds them; a seam for tests. */
+interface TargetFactory {
+  Clock clock();
+
+  ProcessTable processes();
+
+  /** A target for a local process, not started; it wakes {@code targets} when it is first up. */
+  MonitoredJvm local(LocalProcess process, String name, String mainClass, Targets targets);
+
+  /** A target that the configuration names, not started. */
+  MonitoredJvm remote(JmxConfig.Remote remote, Targets targets);
+}

@@ -1,0 +1,223 @@
+package com.qrv.norvel.monitoring.jmx;
+
+import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalDiscovery;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalListener;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
+import com.qrv.norvel.monitoring.jmx.discovery.Patterns;
+import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
+import com.qrv.norvel.monitoring.toolkit.agent.Subnode;
+import com.qrv.norvel.monitoring.toolkit.agent.Subnodes;
+import java.util.ArrayList;
+import java.util.HashSet;
+import java.util.LinkedHashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.Set;
+
+/**
+ * The book of all targets. A thread of its own looks for local JVMs and, alone, registers and
+ * deregisters subnodes, so that these keep their order; the samplers look targets up.
+ */
+final class Targets implements LocalListener, Runnable {
+  private final JmxConfig config;
+  private final TargetFactory factory;
+  private final Subnodes subnodes;
+  private final EventLog log;
+  private final SelfJvm self;
+
+  private final Map<String, MonitoredJvm> jvms = new LinkedHashMap<>(); // guarded by jvms
+  private final Set<String> registered = new HashSet<>(); // the thread's alone, once it runs
+  private final Set<String> refused = new HashSet<>(); // the thread's alone
+
+  private String searchFailure = ""; // the thread's alone
+
+  private boolean woken; // guarded by this
+  private boolean closed; // guarded by this
+
+  Targets(
+      JmxConfig config, SelfJvm self, TargetFactory factory, Subnodes subnodes, EventLog log) {
+    this.config = config;
+    this.self = self;
+    this.factory = factory;
+    this.subnodes = subnodes;
+    this.log = log;
+    jvms.put(SelfJvm.NAME, self);
+  }
+
+  /** Shows this JVM at once, and all others as they are found. */
+  void start() {
+    register(self);
+    Thread thread = new Thread(null, this, "jmx-targets");
+    thread.setDaemon(true);
+    thread.start();
+  }
+
+  /** Ends all threads, in their own time. */
+  void close() {
+    synchronized (this) {
+      closed = true;
+      notifyAll();
+    }
+    for (MonitoredJvm jvm : all()) {
+      jvm.close();
+    }
+  }
+
+  /** The target of that name, or null. Any thread. */
+  MonitoredJvm find(String name) {
+    synchronized (jvms) {
+      return jvms.get(name);
+    }
+  }
+
+  /** What is known of all targets, this JVM first. Any thread. */
+  List<TargetStatus> statuses() {
+    List<TargetStatus> statuses = new ArrayList<>();
+    for (MonitoredJvm jvm : all()) {
+      statuses.add(jvm.status());
+    }
+    return statuses;
+  }
+
+  /** Makes the thread look at the targets again, because one has changed. Any thread. */
+  synchronized void wake() {
+    woken = true;
+    notifyAll();
+  }
+
+  @Override
+  public void run() {
+    for (JmxConfig.Remote remote : config.remote()) {
+      addRemote(remote);
+    }
+    registerPresent();
+    LocalDiscovery discovery = null;
+    if (config.local().enabled()) {
+      ProcessTable processes = factory.processes();
+      Patterns patterns = new Patterns(config.local().include(), config.local().exclude());
+      discovery = new LocalDiscovery(processes, patterns, this);
+    }
+    try {
+      long next = factory.clock().millis();
+      do {
+        if (discovery != null && factory.clock().millis() >= next) {
+          next = factory.clock().millis() + config.local().intervalSeconds() * 1000L;
+          scan(discovery);
+        }
+        registerPresent();
+      } while (awaitChange(discovery == null ? Long.MAX_VALUE : next));
+    } catch (InterruptedException e) {
+      Thread.currentThread().interrupt();
+    }
+  }
+
+  private void scan(LocalDiscovery discovery) {
+    String failure = "";
+    try {
+      discovery.scan();
+    } catch (RuntimeException | LinkageError e) {
+      // The next look may do better, and the known targets stay. A runtime without the attach
+      // module ends here each time.
+      failure = "the search for local JVMs failed: " + e;
+    }
+    if (!failure.isEmpty() && !failure.equals(searchFailure)) {
+      log.error(failure);
+    }
+    searchFailure = failure;
+  }
+
+  /** Waits until a target has changed or {@code next} has come; false when all is over. */
+  private synchronized boolean awaitChange(long next) throws InterruptedException {
+    while (!closed && !woken) {
+      long pause = next - factory.clock().millis();
+      if (pause <= 0) {
+        break;
+      }
+      wait(pause);
+    }
+    woken = false;
+    return !closed;
+  }
+
+  @Override
+  public boolean appeared(LocalProcess process, String name, String mainClass) {
+    String reason = null;
+    synchronized (jvms) {
+      if (jvms.size() > config.maxTargets()) {
+        reason = "there are maxTargets (" + config.maxTargets() + ") already";
+      } else if (jvms.containsKey(name)) {
+        reason = "its name is taken";
+      }
+    }
+    if (reason == null) {
+      refused.remove(name);
+      add(factory.local(process, name, mainClass, this));
+    } else if (refused.size() < config.maxTargets() && refused.add(name)) {
+      log.error("the local JVM " + name + " is not monitored: " + reason);
+    }
+    return reason == null;
+  }
+
+  @Override
+  public void vanished(String name) {
+    MonitoredJvm jvm;
+    synchronized (jvms) {
+      jvm = jvms.remove(name);
+    }
+    if (jvm != null) {
+      jvm.close();
+      log.info("the local JVM " + name + " has ended");
+    }
+    if (registered.remove(name)) {
+      subnodes.deregister(name);
+    }
+  }
+
+  @Override
+  public void resumed(String name) {
+    MonitoredJvm jvm = find(name);
+    if (jvm != null) {
+      jvm.retryNow();
+    }
+  }
+
+  private void addRemote(JmxConfig.Remote remote) {
+    try {
+      add(factory.remote(remote, this));
+    } catch (RuntimeException e) {
+      log.error("the remote JVM " + remote.name() + " can't be monitored: " + e);
+    }
+  }
+
+  private void add(MonitoredJvm jvm) {
+    synchronized (jvms) {
+      jvms.put(jvm.name(), jvm);
+    }
+    jvm.start();
+  }
+
+  private void registerPresent() {
+    for (MonitoredJvm jvm : all()) {
+      if (jvm.isPresent() && !registered.contains(jvm.name())) {
+        register(jvm);
+      }
+    }
+  }
+
+  private void register(MonitoredJvm jvm) {
+    TargetStatus status = jvm.status();
+    String pid = status.pid() == TargetStatus.UNKNOWN ? "" : Long.toString(status.pid());
+    subnodes.register(new Subnode(jvm.name(), "JVM", status.kind().text(), pid));
+    registered.add(jvm.name());
+  }
+
+  private List<MonitoredJvm> all() {
+    synchronized (jvms) {
+      return new ArrayList<>(jvms.values());
+    }
+  }
+}

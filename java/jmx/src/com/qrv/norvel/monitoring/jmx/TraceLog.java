@@ -1,0 +1,22 @@
+package com.qrv.norvel.monitoring.jmx;
+
+import com.qrv.norvel.monitoring.toolkit.agent.AgentLog;
+
+/** Sends the application's events into the agent's trace. */
+final class TraceLog implements EventLog {
+  private final AgentLog trace;
+
+  TraceLog(AgentLog trace) {
+    this.trace = trace;
+  }
+
+  @Override
+  public void info(String text) {
+    trace.state(text);
+  }
+
+  @Override
+  public void error(String text) {
+    trace.error(text);
+  }
+}

@@ -1,0 +1,171 @@
+package com.qrv.norvel.monitoring.jmx.config;
+
+import com.qrv.norvel.monitoring.jmx.target.RemoteAddress;
+import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
+import java.io.StringReader;
+import java.util.ArrayList;
+import java.util.HashSet;
+import java.util.List;
+import java.util.Set;
+import org.yaml.snakeyaml.LoaderOptions;
+import org.yaml.snakeyaml.Yaml;
+import org.yaml.snakeyaml.constructor.SafeConstructor;
+import org.yaml.snakeyaml.error.MarkedYAMLException;
+import org.yaml.snakeyaml.error.YAMLException;
+import org.yaml.snakeyaml.nodes.Node;
+import org.yaml.snakeyaml.nodes.Tag;
+
+/** Turns the text of a configuration file into a {@link JmxConfig}, or says what is wrong. */
+final class ConfigParser {
+  private static final int MAX_NAME = 32;
+
+  private final String file;
+
+  /** @param file names the file in messages */
+  ConfigParser(String file) {
+    this.file = file;
+  }
+
+  JmxConfig parse(String text) throws ConfigException {
+    Node root = compose(text);
+    JmxConfig defaults = JmxConfig.defaults();
+    if (root == null || root.getTag() == Tag.NULL) {
+      return defaults;
+    }
+    YamlMap top = new YamlMap(file, "the file", root, "local", "remote", "calls", "maxTargets");
+    JmxConfig.Local local =
+        top.has("local") ? local(top.value("local"), defaults.local()) : defaults.local();
+    JmxConfig.Calls calls =
+        top.has("calls") ? calls(top.value("calls"), defaults.calls()) : defaults.calls();
+    int maxTargets = top.integer("maxTargets", 1, 10_000, defaults.maxTargets());
+    List<JmxConfig.Remote> remote = new ArrayList<>();
+    Set<String> names = new HashSet<>();
+    names.add(SelfJvm.NAME);
+    for (Node element : top.list("remote")) {
+      remote.add(remote(element, names));
+    }
+    if (remote.size() > maxTargets) {
+      throw top.error("remote", "there are more than maxTargets (" + maxTargets + ") JVMs");
+    }
+    return new JmxConfig(local, remote, calls, maxTargets);
+  }
+
+  private Node compose(String text) throws ConfigException {
+    try {
+      LoaderOptions options = new LoaderOptions();
+      options.setMaxAliasesForCollections(10);
+      options.setNestingDepthLimit(10);
+      return new Yaml(new SafeConstructor(options)).compose(new StringReader(text));
+    } catch (MarkedYAMLException e) {
+      if (e.getProblemMark() == null) {
+        throw new ConfigException(file + ": " + e.getProblem());
+      }
+      throw YamlMap.error(file, e.getProblemMark(), "it is not valid YAML: " + e.getProblem());
+    } catch (YAMLException e) {
+      throw new ConfigException(file + ": it is not valid YAML: " + e.getMessage());
+    }
+  }
+
+  private JmxConfig.Local local(Node node, JmxConfig.Local defaults) throws ConfigException {
+    YamlMap map =
+        new YamlMap(file, "local", node, "enabled", "intervalSeconds", "include", "exclude");
+    return new JmxConfig.Local(
+        map.bool("enabled", defaults.enabled()),
+        map.integer("intervalSeconds", 1, 3600, defaults.intervalSeconds()),
+        map.texts("include", defaults.include()),
+        map.texts("exclude", defaults.exclude()));
+  }
+
+  private JmxConfig.Calls calls(Node node, JmxConfig.Calls defaults) throws ConfigException {
+    YamlMap map =
+        new YamlMap(
+            file,
+            "calls",
+            node,
+            "timeoutMillis",
+            "retryMinMillis",
+            "retryMaxMillis",
+            "heartbeatSeconds");
+    int retryMin = map.integer("retryMinMillis", 100, 600_000, defaults.retryMinMillis());
+    int retryMax =
+        map.integer(
+            "retryMaxMillis", 100, 3_600_000, Math.max(retryMin, defaults.retryMaxMillis()));
+    if (retryMax < retryMin) {
+      throw map.error("retryMaxMillis", "'retryMaxMillis' must be at least 'retryMinMillis'");
+    }
+    return new JmxConfig.Calls(
+        map.integer("timeoutMillis", 100, 60_000, defaults.timeoutMillis()),
+        retryMin,
+        retryMax,
+        map.integer("heartbeatSeconds", 1, 3600, defaults.heartbeatSeconds()));
+  }
+
+  private JmxConfig.Remote remote(Node node, Set<String> names) throws ConfigException {
+    YamlMap map =
+        new YamlMap(
+            file,
+            "an element of remote",
+            node,
+            "name",
+            "url",
+            "host",
+            "port",
+            "user",
+            "passwordFile");
+    String name = map.text("name");
+    if (name == null) {
+      throw map.error("name", "the key 'name' is missing");
+    }
+    if (!isName(name)) {
+      throw map.error(
+          "name", "'name' must be 1 to " + MAX_NAME + " of the characters A-Z a-z 0-9 _ . : -");
+    }
+    if (!names.add(name)) {
+      throw map.error("name", "the name '" + name + "' is taken");
+    }
+    String url = map.text("url");
+    String host = map.text("host");
+    if ((url == null) == (host == null)) {
+      throw map.error(
+          url == null ? "name" : "url", "either 'url' or 'host' and 'port' must be given");
+    }
+    if (url != null) {
+      checkUrl(map, url);
+    }
+    if (map.has("port") != (host != null)) {
+      throw map.error(host == null ? "port" : "host", "'host' and 'port' go together");
+    }
+    if (map.has("user") != map.has("passwordFile")) {
+      throw map.error(
+          map.has("user") ? "user" : "passwordFile", "'user' and 'passwordFile' go together");
+    }
+    return new JmxConfig.Remote(
+        name,
+        url,
+        host,
+        map.integer("port", 1, 65_535, 0),
+        map.text("user"),
+        map.text("passwordFile"));
+  }
+
+  private static void checkUrl(YamlMap map, String url) throws ConfigException {
+    try {
+      RemoteAddress.parse(url);
+    } catch (IllegalArgumentException e) {
+      throw map.error("url", "'url' is wrong: " + e.getMessage());
+    }
+  }
+
+  private static boolean isName(String name) {
+    for (int i = 0; i < name.length(); i++) {
+      char c = name.charAt(i);
+      boolean allowed =
+          (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')
+              || c == '_' || c == '.' || c == ':' || c == '-';
+      if (!allowed) {
+        return false;
+      }
+    }
+    return !name.isEmpty() && name.length() <= MAX_NAME;
+  }
+}

@@ -1,0 +1,42 @@
+package com.qrv.norvel.monitoring.jmx.config;
+
+import java.util.ArrayList;
+import java.util.Collections;
+import java.util.List;
+
+/** What the configuration file says, with defaults for what it leaves out. Immutable. */
+public record JmxConfig(Local local, List<Remote> remote, Calls calls, int maxTargets) {
+  /**
+   * JVMs of this machine.
+   *
+   * @param include patterns of main classes; a JVM is monitored when one matches
+   * @param exclude and none of these does
+   */
+  public record Local(
+      boolean enabled, int intervalSeconds, List<String> include, List<String> exclude) {}
+
+  /**
+   * A JVM behind a JMX address.
+   *
+   * @param name the subnode's name
+   * @param url the JMX service URL; null when host and port are given
+   * @param host null when the URL is given
+   * @param user null to connect without one; {@code passwordFile} is null too then
+   */
+  public record Remote(
+      String name, String url, String host, int port, String user, String passwordFile) {}
+
+  /** Times of calls on JVMs. */
+  public record Calls(
+      int timeoutMillis, int retryMinMillis, int retryMaxMillis, int heartbeatSeconds) {}
+
+  /** What holds without a file. */
+  public static JmxConfig defaults() {
+    return new JmxConfig(
+        defaultLocal(), new ArrayList<>(), new Calls(3000, 1000, 30_000, 30), 200);
+  }
+
+  static Local defaultLocal() {
+    return new Local(true, 5, Collections.singletonList("*"), new ArrayList<>());
+  }
+}

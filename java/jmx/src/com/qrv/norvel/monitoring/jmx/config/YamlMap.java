@@ -1,0 +1,144 @@
+package com.qrv.norvel.monitoring.jmx.config;
+
+import java.util.ArrayList;
+import java.util.HashMap;
+import java.util.List;
+import java.util.Map;
+import org.yaml.snakeyaml.error.Mark;
+import org.yaml.snakeyaml.nodes.MappingNode;
+import org.yaml.snakeyaml.nodes.Node;
+import org.yaml.snakeyaml.nodes.NodeTuple;
+import org.yaml.snakeyaml.nodes.ScalarNode;
+import org.yaml.snakeyaml.nodes.SequenceNode;
+import org.yaml.snakeyaml.nodes.Tag;
+
+/** A map of the file with a fixed set of keys, whose values are read with type and range. */
+final class YamlMap {
+  private final String file;
+  private final String what;
+  private final Node node;
+  private final Map<String, Node> values = new HashMap<>();
+
+  /**
+   * @param what the place in the file, for messages
+   * @param keys all keys that may occur
+   */
+  YamlMap(String file, String what, Node node, String... keys) throws ConfigException {
+    this.file = file;
+    this.what = what;
+    this.node = node;
+    if (!(node instanceof MappingNode)) {
+      throw error(node, what + " must be a map of keys and values");
+    }
+    for (NodeTuple tuple : ((MappingNode) node).getValue()) {
+      Node keyNode = tuple.getKeyNode();
+      String key = keyNode instanceof ScalarNode ? ((ScalarNode) keyNode).getValue() : "?";
+      if (!List.of(keys).contains(key)) {
+        throw error(
+            keyNode,
+            "unknown key '" + key + "' in " + what + "; did you mean '"
+                + NearestKey.of(key, keys) + "'? Known keys: " + String.join(", ", keys));
+      }
+      if (values.put(key, tuple.getValueNode()) != null) {
+        throw error(keyNode, "the key '" + key + "' stands twice in " + what);
+      }
+    }
+  }
+
+  boolean has(String key) {
+    return values.containsKey(key);
+  }
+
+  Node value(String key) {
+    return values.get(key);
+  }
+
+  boolean bool(String key, boolean otherwise) throws ConfigException {
+    Node value = values.get(key);
+    if (value == null) {
+      return otherwise;
+    }
+    if (value.getTag() != Tag.BOOL) {
+      throw error(value, "'" + key + "' must be true or false");
+    }
+    String text = ((ScalarNode) value).getValue();
+    return text.equalsIgnoreCase("true") || text.equalsIgnoreCase("yes")
+        || text.equalsIgnoreCase("on");
+  }
+
+  int integer(String key, int min, int max, int otherwise) throws ConfigException {
+    Node value = values.get(key);
+    if (value == null) {
+      return otherwise;
+    }
+    String expected = "'" + key + "' must be a whole number from " + min + " to " + max;
+    if (!(value instanceof ScalarNode)) {
+      throw error(value, expected);
+    }
+    String text = ((ScalarNode) value).getValue();
+    try {
+      long number = Long.parseLong(text);
+      if (value.getTag() == Tag.INT && number >= min && number <= max) {
+        return (int) number;
+      }
+    } catch (NumberFormatException e) {
+      throw error(value, expected + ", not '" + text + "'");
+    }
+    throw error(value, expected + ", not '" + text + "'");
+  }
+
+  /** The text, or null without the key. */
+  String text(String key) throws ConfigException {
+    Node value = values.get(key);
+    return value == null ? null : text(value, "'" + key + "'");
+  }
+
+  private String text(Node value, String name) throws ConfigException {
+    boolean isText =
+        value instanceof ScalarNode
+            && (value.getTag() == Tag.STR
+                || value.getTag() == Tag.INT
+                || value.getTag() == Tag.FLOAT);
+    if (!isText || ((ScalarNode) value).getValue().isEmpty()) {
+      throw error(value, name + " must be a text");
+    }
+    return ((ScalarNode) value).getValue();
+  }
+
+  List<String> texts(String key, List<String> otherwise) throws ConfigException {
+    if (!has(key)) {
+      return otherwise;
+    }
+    List<String> texts = new ArrayList<>();
+    for (Node element : list(key)) {
+      texts.add(text(element, "each element of '" + key + "'"));
+    }
+    return texts;
+  }
+
+  /** The elements of a list; none without the key. */
+  List<Node> list(String key) throws ConfigException {
+    Node value = values.get(key);
+    if (value == null) {
+      return new ArrayList<>();
+    }
+    if (!(value instanceof SequenceNode)) {
+      throw error(value, "'" + key + "' must be a list");
+    }
+    return ((SequenceNode) value).getValue();
+  }
+
+  /** A mistake at a key's value, or at the map when the key is absent. */
+  ConfigException error(String key, String message) {
+    return error(values.getOrDefault(key, node), message + " (in " + what + ")");
+  }
+
+  private ConfigException error(Node at, String message) {
+    return error(file, at.getStartMark(), message);
+  }
+
+  static ConfigException error(String file, Mark mark, String message) {
+    return new ConfigException(
+        file + ":" + (mark.getLine() + 1) + ":" + (mark.getColumn() + 1) + ": " + message);
+  }
+}

@@ -1,0 +1,2 @@
+/** The application's configuration file. */
+package com.qrv.norvel.monitoring.jmx.config;

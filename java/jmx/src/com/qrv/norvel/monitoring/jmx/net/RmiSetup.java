@@ -1,0 +1,75 @@
+package com.qrv.norvel.monitoring.jmx.net;
+
+import java.io.IOException;
+import java.io.ObjectInputFilter;
+import java.rmi.server.RMISocketFactory;
+import java.util.logging.Level;
+import java.util.logging.Logger;
+
+/**
+ * The process-wide settings of RMI, made once and before anything uses RMI: the runtime reads some
+ * of them only when its classes are loaded.
+ */
+public final class RmiSetup {
+  /**
+   * What a monitored JVM may send: open data, the exceptions and the stubs of the protocol. A value
+   * of any other class costs its attribute, and no code of that class runs here.
+   */
+  static final String FILTER =
+      "maxdepth=64;maxrefs=1000000;maxarray=1000000;maxbytes=67108864;"
+          + "java.lang.*;java.lang.management.*;java.lang.reflect.Proxy;"
+          + "java.math.*;java.util.*;java.util.concurrent.atomic.*;java.io.*;"
+          + "java.net.ConnectException;java.net.SocketException;java.net.SocketTimeoutException;"
+          + "java.net.UnknownHostException;"
+          + "java.security.AccessControlException;java.security.GeneralSecurityException;"
+          + "javax.security.auth.login.*;"
+          + "javax.management.*;javax.management.openmbean.*;javax.management.remote.*;"
+          + "javax.management.remote.rmi.RMIServer;javax.management.remote.rmi.RMIConnection;"
+          + "javax.management.remote.rmi.RMIServerImpl_Stub;"
+          + "javax.management.remote.rmi.RMIConnectionImpl_Stub;"
+          + "java.rmi.*;java.rmi.dgc.Lease;java.rmi.dgc.VMID;"
+          + "java.rmi.server.RemoteObject;java.rmi.server.RemoteStub;"
+          + "java.rmi.server.RemoteObjectInvocationHandler;"
+          + "java.rmi.server.UID;java.rmi.server.ObjID;"
+          + "java.rmi.server.ServerNotActiveException;java.rmi.server.SkeletonMismatchException;"
+          + "javax.rmi.ssl.SslRMIClientSocketFactory;"
+          + "!*";
+
+  // Kept, because a level is lost with its logger.
+  private static final Logger CONNECTOR_LOG = Logger.getLogger("javax.management.remote");
+
+  private static TrackedSockets sockets; // guarded by the class
+
+  private RmiSetup() {}
+
+  /**
+   * Makes the settings, the first time; later calls give what the first one made.
+   *
+   * @param callMillis how long a call may take; the times of the network follow from it
+   * @throws IOException when somebody else has set RMI's socket factory
+   */
+  public static synchronized TrackedSockets once(int callMillis) throws IOException {
+    if (sockets != null) {
+      return sockets;
+    }
+    // Stubs with socket factories of their own, as for TLS, know only these.
+    setDefault("sun.rmi.transport.tcp.handshakeTimeout", callMillis);
+    setDefault("sun.rmi.transport.tcp.responseTimeout", 2 * callMillis);
+    TrackedSockets made = new TrackedSockets(callMillis, 2 * callMillis);
+    RMISocketFactory.setSocketFactory(made);
+    // One that was given at the start of the process is the operator's own choice and stays.
+    if (ObjectInputFilter.Config.getSerialFilter() == null) {
+      ObjectInputFilter.Config.setSerialFilter(ObjectInputFilter.Config.createFilter(FILTER));
+    }
+    // The connectors write their failures to standard error; each target reports its own.
+    CONNECTOR_LOG.setLevel(Level.OFF);
+    sockets = made;
+    return made;
+  }
+
+  private static void setDefault(String property, int value) {
+    if (System.getProperty(property) == null) {
+      System.setProperty(property, Integer.toString(value));
+    }
+  }
+}

@@ -1,0 +1,68 @@
+package com.qrv.norvel.monitoring.jmx.net;
+
+import java.io.IOException;
+import java.util.ArrayDeque;
+
+/**
+ * The endpoints that one target's thread has dialled, so that all their sockets can be closed when
+ * a call hangs.
+ *
+ * <p>A call that hangs in a read ends only when its socket is closed. RMI then reconnects by
+ * itself, so new connections are refused until {@link #allow}.
+ */
+public final class TargetSockets {
+  /** A restarted JVM has new ports; older endpoints than these are of no more use. */
+  private static final int MAX_ENDPOINTS = 8;
+
+  private static final ThreadLocal<TargetSockets> CURRENT = new ThreadLocal<>();
+
+  private final TrackedSockets factory;
+  private final ArrayDeque<String> endpoints = new ArrayDeque<>(); // guarded by this
+  private boolean refusing; // guarded by this
+
+  public TargetSockets(TrackedSockets factory) {
+    this.factory = factory;
+  }
+
+  /** Makes this the owner of the endpoints that the calling thread dials from now on. */
+  public void adoptThread() {
+    CURRENT.set(this);
+  }
+
+  static TargetSockets ofThread() {
+    return CURRENT.get();
+  }
+
+  /** Lets the target's thread dial again. */
+  public synchronized void allow() {
+    refusing = false;
+  }
+
+  /** Closes every socket to the target's endpoints and refuses new ones. Never blocks. */
+  public void cut() {
+    String[] known;
+    synchronized (this) {
+      refusing = true;
+      known = endpoints.toArray(new String[0]);
+    }
+    for (String endpoint : known) {
+      factory.closeAll(endpoint);
+    }
+  }
+
+  /** Notes an endpoint that the target's thread is about to dial. */
+  synchronized void admit(String endpoint) throws IOException {
+    if (refusing) {
+      throw new IOException("the target is overdue, so " + endpoint + " is not dialled");
+    }
+    endpoints.remove(endpoint);
+    endpoints.addLast(endpoint);
+    if (endpoints.size() > MAX_ENDPOINTS) {
+      endpoints.removeFirst();
+    }
+  }
+
+  synchronized boolean isRefusing() {
+    return refusing;
+  }
+}

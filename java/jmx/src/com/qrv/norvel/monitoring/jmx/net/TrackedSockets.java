@@ -1,0 +1,130 @@
+package com.qrv.norvel.monitoring.jmx.net;
+
+import java.io.IOException;
+import java.net.InetSocketAddress;
+import java.net.ServerSocket;
+import java.net.Socket;
+import java.rmi.server.RMISocketFactory;
+import java.util.HashMap;
+import java.util.HashSet;
+import java.util.Map;
+import java.util.Set;
+
+/**
+ * Makes the process's RMI sockets and remembers the open ones by endpoint.
+ *
+ * <p>RMI pools connections by endpoint and its housekeeping threads dial too, so a call may run on
+ * a socket that another thread opened: sockets are found by endpoint, not by thread.
+ */
+public final class TrackedSockets extends RMISocketFactory {
+  private final int connectMillis;
+  private final int readMillis;
+  private final Map<String, Set<Socket>> open = new HashMap<>(); // guarded by open
+
+  /**
+   * @param connectMillis longest time to connect
+   * @param readMillis longest silence while something is read; a net under the watchdog
+   */
+  public TrackedSockets(int connectMillis, int readMillis) {
+    this.connectMillis = connectMillis;
+    this.readMillis = readMillis;
+  }
+
+  @Override
+  public Socket createSocket(String host, int port) throws IOException {
+    String endpoint = endpoint(host, port);
+    TargetSockets owner = TargetSockets.ofThread();
+    if (owner != null) {
+      owner.admit(endpoint);
+    }
+    Socket socket = new Tracked(endpoint);
+    // Known before it connects: a connect that hangs has to end as well.
+    synchronized (open) {
+      Set<Socket> sockets = open.get(endpoint);
+      if (sockets == null) {
+        sockets = new HashSet<>();
+        open.put(endpoint, sockets);
+      }
+      sockets.add(socket);
+    }
+    boolean connected = false;
+    try {
+      if (owner != null && owner.isRefusing()) {
+        throw new IOException("the target is overdue, so " + endpoint + " is not dialled");
+      }
+      socket.connect(new InetSocketAddress(host, port), connectMillis);
+      socket.setTcpNoDelay(true);
+      socket.setSoTimeout(readMillis);
+      connected = true;
+      return socket;
+    } finally {
+      if (!connected) {
+        socket.close();
+      }
+    }
+  }
+
+  @Override
+  public ServerSocket createServerSocket(int port) throws IOException {
+    return getDefaultSocketFactory().createServerSocket(port);
+  }
+
+  /** Closes every socket that is open to the endpoint. */
+  void closeAll(String endpoint) {
+    Socket[] sockets;
+    synchronized (open) {
+      Set<Socket> known = open.get(endpoint);
+      if (known == null) {
+        return;
+      }
+      sockets = known.toArray(new Socket[0]);
+    }
+    for (Socket socket : sockets) {
+      try {
+        socket.close();
+      } catch (IOException e) {
+        // Its descriptor is gone either way, and whoever reads from it wakes up.
+        forget(endpoint, socket);
+      }
+    }
+  }
+
+  /** How many sockets are open, to all endpoints. */
+  public int openCount() {
+    synchronized (open) {
+      int count = 0;
+      for (Set<Socket> sockets : open.values()) {
+        count += sockets.size();
+      }
+      return count;
+    }
+  }
+
+  private void forget(String endpoint, Socket socket) {
+    synchronized (open) {
+      Set<Socket> known = open.get(endpoint);
+      if (known != null && known.remove(socket) && known.isEmpty()) {
+        open.remove(endpoint);
+      }
+    }
+  }
+
+  static String endpoint(String host, int port) {
+    return host + ':' + port;
+  }
+
+  /** A socket that leaves the book when it closes. */
+  private final class Tracked extends Socket {
+    private final String endpoint;
+
+    Tracked(String endpoint) {
+      this.endpoint = endpoint;
+    }
+
+    @Override
+    public void close() throws IOException {
+      forget(endpoint, this);
+      super.close();
+    }
+  }
+}

@@ -1,0 +1,395 @@
+package com.qrv.norvel.monitoring.jmx.target;
+
+import com.qrv.norvel.monitoring.jmx.Clock;
+import com.qrv.norvel.monitoring.jmx.EventLog;
+import com.qrv.norvel.monitoring.jmx.table.BeanTable;
+import java.io.IOException;
+import java.util.ArrayList;
+import java.util.LinkedHashMap;
+import java.util.List;
+import java.util.Map;
+
+/**
+ * A JVM behind a connection, with a thread of its own that makes every call on it, one at a time.
+ *
+ * <p>A call that takes too long is ended by the {@link Watchdog}; whoever waits for it is told at
+ * once. While the target is down, callers are refused at once and the thread tries to connect at
+ * growing intervals. Jobs that wait are at most one per table, so nothing grows meanwhile.
+ */
+public final class ConnectedJvm implements MonitoredJvm, Runnable {
+  /** How long a sample waits for its turn and its answer, counted in calls. */
+  public static final int MAX_WAIT_CALLS = 3;
+
+  private final TargetIdentity identity;
+  private final TargetTimes times;
+  private final Dialer dialer;
+  private final Watchdog watchdog;
+  private final Clock clock;
+  private final EventLog log;
+  private final Runnable onFirstUp;
+
+  private Link link; // the thread's alone
+
+  // Guarded by this, all that follows.
+  private final Retry retry;
+  private final Map<String, SampleJob> jobs = new LinkedHashMap<>(); // by table, with the running
+  private TargetState state = TargetState.CONNECTING;
+  private long sinceWallMillis;
+  private String lastError = "";
+  private long lastSampleMillis = TargetStatus.UNKNOWN;
+  private long lastCallMillis;
+  private long samples;
+  private long failures;
+  private boolean everUp;
+  private boolean closed;
+  private boolean inCall;
+  private boolean overdue; // the call in progress has been given up
+  private long deadlineMillis; // of the call in progress
+  private boolean faultLogged; // since it was last up
+
+  /**
+   * @param onFirstUp run by the target's thread once it has been reached for the first time
+   */
+  public ConnectedJvm(
+      TargetIdentity identity,
+      TargetTimes times,
+      Dialer dialer,
+      Retry retry,
+      Watchdog watchdog,
+      Clock clock,
+      EventLog log,
+      Runnable onFirstUp) {
+    this.identity = identity;
+    this.times = times;
+    this.dialer = dialer;
+    this.retry = retry;
+    this.watchdog = watchdog;
+    this.clock = clock;
+    this.log = log;
+    this.onFirstUp = onFirstUp;
+    this.sinceWallMillis = clock.wallMillis();
+  }
+
+  @Override
+  public void start() {
+    Thread thread = new Thread(null, this, "jmx-" + identity.name(), 512 * 1024);
+    thread.setDaemon(true);
+    thread.start();
+  }
+
+  @Override
+  public String name() {
+    return identity.name();
+  }
+
+  @Override
+  public synchronized boolean isPresent() {
+    // A configured target is there from the start, so that people see that it is down.
+    return !closed && (everUp || identity.kind() == TargetKind.REMOTE);
+  }
+
+  @Override
+  public synchronized TargetStatus status() {
+    return new TargetStatus(
+        identity.name(),
+        identity.kind(),
+        identity.title(),
+        identity.pid(),
+        identity.url(),
+        state,
+        sinceWallMillis,
+        lastError,
+        lastSampleMillis,
+        samples,
+        failures);
+  }
+
+  @Override
+  public Object[][] sample(BeanTable table) throws TargetException, InterruptedException {
+    SampleJob job;
+    synchronized (this) {
+      boolean firstContact = state == TargetState.CONNECTING && !retry.hasFailed();
+      if (closed || (state != TargetState.UP && !firstContact)) {
+        throw new TargetException(refusal());
+      }
+      job = jobs.get(table.name());
+      if (job == null) {
+        job = new SampleJob(table);
+        jobs.put(table.name(), job);
+        notifyAll();
+      }
+    }
+    // An overdue call fails all jobs, so this passes only while every answer is slow but in time.
+    long limit = MAX_WAIT_CALLS * times.call();
+    Object[][] rows = job.await(limit);
+    if (rows == null) {
+      throw new TargetException(name() + " was busy with other samples for " + limit + " ms");
+    }
+    return rows;
+  }
+
+  @Override
+  public synchronized void retryNow() {
+    retry.now(clock.millis());
+    notifyAll();
+  }
+
+  @Override
+  public synchronized void close() {
+    if (!closed) {
+      closed = true;
+      become(TargetState.CLOSED);
+      failJobs(name() + " is no longer monitored");
+      notifyAll();
+    }
+  }
+
+  /**
+   * Ends the call in progress when its time is over. The watchdog's thread only.
+   *
+   * @return when to look again, on the clock's milliseconds
+   */
+  long expire(long nowMillis) {
+    synchronized (this) {
+      if (!inCall) {
+        return Long.MAX_VALUE;
+      }
+      if (nowMillis < deadlineMillis) {
+        return deadlineMillis;
+      }
+      if (!overdue) {
+        overdue = true;
+        lastError = "no answer in time";
+        if (!closed) {
+          become(TargetState.OVERDUE);
+        }
+        failJobs(refusal());
+      }
+    }
+    // Again and again until the call ends: it may have opened another socket meanwhile.
+    dialer.cut();
+    return nowMillis + times.call() / 4;
+  }
+
+  @Override
+  public void run() {
+    dialer.adoptThread();
+    watchdog.watch(this);
+    try {
+      while (awaitWork()) {
+        if (link == null) {
+          dial();
+        } else {
+          work();
+        }
+      }
+      if (link != null) {
+        hangUp();
+      }
+    } catch (InterruptedException e) {
+      // Somebody ends this thread: so be it.
+      Thread.currentThread().interrupt();
+    } finally {
+      close();
+      watchdog.forget(this);
+      dialer.cut();
+    }
+  }
+
+  /** Waits until there is something to do; false when the target has been closed. */
+  private synchronized boolean awaitWork() throws InterruptedException {
+    while (!closed) {
+      long now = clock.millis();
+      long pause;
+      if (link == null) {
+        pause = retry.waitMillis(now);
+      } else if (!jobs.isEmpty()) {
+        return true;
+      } else {
+        pause = lastCallMillis + times.heartbeat() - now;
+      }
+      if (pause <= 0) {
+        return true;
+      }
+      wait(pause);
+    }
+    return false;
+  }
+
+  private void dial() {
+    dialer.allow();
+    begin(times.dial(), true);
+    String error = null;
+    Link opened = null;
+    try {
+      opened = dialer.dial();
+    } catch (Exception | Error e) {
+      // An Error too: what one target does to its thread must not end the thread.
+      error = FaultText.of(e);
+    }
+    if (!finish(error)) {
+      return;
+    }
+    link = opened;
+    boolean first;
+    synchronized (this) {
+      first = !everUp;
+      everUp = true;
+      if (!closed) {
+        become(TargetState.UP);
+      }
+    }
+    log.info("target " + name() + " is up");
+    if (first) {
+      onFirstUp.run();
+    }
+  }
+
+  private void work() {
+    List<SampleJob> due;
+    synchronized (this) {
+      due = new ArrayList<>(jobs.values());
+    }
+    if (due.isEmpty()) {
+      ping();
+      return;
+    }
+    for (SampleJob job : due) {
+      if (link == null) {
+        return;
+      }
+      sample(job);
+    }
+  }
+
+  private void sample(SampleJob job) {
+    long start = clock.millis();
+    begin(times.call(), false);
+    String error = null;
+    String refused = null;
+    Object[][] rows = null;
+    try {
+      rows = job.table().read(link, identity.title());
+    } catch (IOException | Error e) {
+      error = FaultText.of(e);
+    } catch (RuntimeException e) {
+      // The connection is sound; the JVM refuses this table, or sends what can't be understood.
+      refused = job.table().name() + " of " + name() + ": " + FaultText.of(e);
+    }
+    if (!finish(error)) {
+      return;
+    }
+    synchronized (this) {
+      jobs.remove(job.table().name());
+      if (rows != null) {
+        lastSampleMillis = clock.millis() - start;
+        samples++;
+        retry.succeeded();
+        lastError = "";
+      } else {
+        failures++;
+        lastError = refused;
+      }
+    }
+    if (rows != null) {
+      job.succeed(rows);
+    } else {
+      job.fail(refused);
+    }
+  }
+
+  private void ping() {
+    begin(times.call(), false);
+    String error = null;
+    try {
+      link.ping();
+    } catch (IOException | Error e) {
+      error = FaultText.of(e);
+    } catch (RuntimeException e) {
+      // It answered, if only to refuse: that is a sign of life.
+      error = null;
+    }
+    finish(error);
+  }
+
+  private void hangUp() {
+    begin(times.call(), false);
+    try {
+      link.close();
+    } catch (IOException | RuntimeException e) {
+      log.info("target " + name() + " was left without a goodbye: " + FaultText.of(e));
+    }
+    synchronized (this) {
+      inCall = false;
+    }
+  }
+
+  private synchronized void begin(long limit, boolean dialling) {
+    inCall = true;
+    overdue = false;
+    deadlineMillis = clock.millis() + limit;
+    if (dialling && !closed) {
+      become(TargetState.CONNECTING);
+    }
+  }
+
+  /**
+   * Ends a call.
+   *
+   * @param error what broke the connection, or null
+   * @return whether the connection is good; if not, it has been dropped
+   */
+  private boolean finish(String error) {
+    String report = null;
+    synchronized (this) {
+      inCall = false;
+      lastCallMillis = clock.millis();
+      if (error == null && !overdue) {
+        return true;
+      }
+      failures++;
+      lastError = overdue ? "no answer in time" : error;
+      retry.failed(lastCallMillis);
+      if (!closed) {
+        become(TargetState.DOWN);
+      }
+      failJobs(refusal());
+      if (!faultLogged) {
+        faultLogged = true;
+        report = refusal();
+      }
+    }
+    // The connector is left to the garbage collector: closing it would call the target again.
+    link = null;
+    dialer.cut();
+    if (report != null) {
+      log.error(report);
+    }
+    return false;
+  }
+
+  // Holds the lock.
+  private void become(TargetState next) {
+    if (next == TargetState.UP) {
+      faultLogged = false;
+    }
+    if (state != next) {
+      state = next;
+      sinceWallMillis = clock.wallMillis();
+    }
+  }
+
+  // Holds the lock.
+  private void failJobs(String reason) {
+    for (SampleJob job : jobs.values()) {
+      job.fail(reason);
+    }
+    jobs.clear();
+  }
+
+  // Holds the lock.
+  private String refusal() {
+    return "target " + name() + " is " + state.text() + (lastError.isEmpty() ? "" : ": ")
+        + lastError;
+  }
+}

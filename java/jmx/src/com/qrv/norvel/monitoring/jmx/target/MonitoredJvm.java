@@ -1,0 +1,31 @@
+package com.qrv.norvel.monitoring.jmx.target;
+
+import com.qrv.norvel.monitoring.jmx.table.BeanTable;
+
+/** A JVM whose tables can be read; any thread may call it. */
+public interface MonitoredJvm {
+  /** The subnode's name: at most 32 of the characters {@code A-Z a-z 0-9 _ . : -}. */
+  String name();
+
+  /** Whether it stands as a subnode; false before a local JVM has first been reached. */
+  boolean isPresent();
+
+  TargetStatus status();
+
+  /** Begins to connect, if it takes a connection. Once. */
+  void start();
+
+  /** Ends the connection and its thread, in their own time. */
+  void close();
+
+  /** Tells that something has changed at the target, so that another attempt may succeed. */
+  void retryNow();
+
+  /**
+   * Reads a table, in bounded time.
+   *
+   * @return the cells as {@link BeanTable#read} gives them; not to be changed
+   * @throws TargetException when the target is down or does not answer in time
+   */
+  Object[][] sample(BeanTable table) throws TargetException, InterruptedException;
+}

@@ -1,0 +1,191 @@
+package com.qrv.norvel.monitoring.jmx.target;
+
+import com.qrv.norvel.monitoring.jmx.EventLog;
+import com.qrv.norvel.monitoring.jmx.table.Unavailable;
+import java.io.IOException;
+import java.io.InvalidClassException;
+import java.rmi.UnmarshalException;
+import java.util.Arrays;
+import java.util.HashMap;
+import java.util.HashSet;
+import java.util.List;
+import java.util.Map;
+import java.util.Set;
+import javax.management.Attribute;
+import javax.management.AttributeNotFoundException;
+import javax.management.InstanceNotFoundException;
+import javax.management.JMException;
+import javax.management.MBeanServerConnection;
+import javax.management.MalformedObjectNameException;
+import javax.management.ObjectName;
+import javax.management.remote.JMXConnector;
+
+/**
+ * Reads the beans of another JVM: one call per bean and sample, whatever the number of attributes.
+ * A broken attribute is reported once per connection.
+ */
+final class RmiLink implements Link {
+  private final String target;
+  private final JMXConnector connector;
+  private final MBeanServerConnection server;
+  private final EventLog log;
+  private final Map<String, ObjectName[]> namesOfPattern = new HashMap<>();
+  private final Set<String> reported = new HashSet<>();
+  private final Set<String> readOneByOne = new HashSet<>();
+
+  /** Takes an open connector; {@code target} names it in messages. */
+  RmiLink(String target, JMXConnector connector, MBeanServerConnection server, EventLog log) {
+    this.target = target;
+    this.connector = connector;
+    this.server = server;
+    this.log = log;
+  }
+
+  @Override
+  public void ping() throws IOException {
+    server.getDefaultDomain();
+  }
+
+  @Override
+  public void close() throws IOException {
+    connector.close();
+  }
+
+  @Override
+  public Object[][] read(String beans, String[] attributes) throws IOException {
+    ObjectName[] names = names(beans);
+    Object[][] rows = new Object[names.length][];
+    int found = 0;
+    for (ObjectName name : names) {
+      try {
+        rows[found] = readBean(name, attributes);
+        found++;
+      } catch (InstanceNotFoundException e) {
+        // It went away, so the next sample asks anew which there are.
+        namesOfPattern.remove(beans);
+      }
+    }
+    return found == rows.length ? rows : Arrays.copyOf(rows, found);
+  }
+
+  /** The beans of a pattern stay as good as always, so they are asked for once. */
+  private ObjectName[] names(String beans) throws IOException {
+    ObjectName[] names = namesOfPattern.get(beans);
+    if (names == null) {
+      ObjectName name = objectName(beans);
+      if (name.isPattern()) {
+        names = server.queryNames(name, null).toArray(new ObjectName[0]);
+        Arrays.sort(names);
+      } else {
+        names = new ObjectName[] {name};
+      }
+      // None yet may be some later.
+      if (names.length > 0) {
+        namesOfPattern.put(beans, names);
+      }
+    }
+    return names;
+  }
+
+  private static ObjectName objectName(String text) {
+    try {
+      return new ObjectName(text);
+    } catch (MalformedObjectNameException e) {
+      throw new IllegalArgumentException(text + " is no object name", e);
+    }
+  }
+
+  private Object[] readBean(ObjectName bean, String[] attributes)
+      throws IOException, InstanceNotFoundException {
+    Object[] values = new Object[attributes.length];
+    if (!readOneByOne.contains(bean.getCanonicalName())) {
+      try {
+        fill(values, attributes, server.getAttributes(bean, attributes).asList());
+      } catch (UnmarshalException e) {
+        if (!isForeignClass(e)) {
+          throw e;
+        }
+        // One value of a class that is not accepted spoils the whole answer.
+        readOneByOne.add(bean.getCanonicalName());
+      } catch (InstanceNotFoundException e) {
+        throw e;
+      } catch (JMException e) {
+        throw new IllegalStateException(bean + ": " + e, e);
+      }
+    }
+    for (int i = 0; i < values.length; i++) {
+      if (values[i] == null) {
+        values[i] = readAlone(bean, attributes[i]);
+      }
+    }
+    return values;
+  }
+
+  private static void fill(Object[] values, String[] attributes, List<Attribute> read) {
+    for (Attribute attribute : read) {
+      for (int i = 0; i < attributes.length; i++) {
+        if (attributes[i].equals(attribute.getName())) {
+          Object value = attribute.getValue();
+          values[i] = value == null ? Unavailable.NOTHING : value;
+        }
+      }
+    }
+  }
+
+  /**
+   * Reads an attribute that the bulk read left out, to learn why; the second time that it is left
+   * out, the reason is known and the call is spared.
+   */
+  private Object readAlone(ObjectName bean, String attribute)
+      throws IOException, InstanceNotFoundException {
+    String key = bean.getCanonicalName() + ' ' + attribute;
+    boolean spoilt = readOneByOne.contains(bean.getCanonicalName());
+    if (reported.contains(key)) {
+      return Unavailable.NOTHING;
+    }
+    String reason;
+    try {
+      Object value = server.getAttribute(bean, attribute);
+      return value == null ? Unavailable.NOTHING : value;
+    } catch (InstanceNotFoundException e) {
+      throw e;
+    } catch (AttributeNotFoundException e) {
+      Object other = substitute(bean, attribute);
+      if (other != null) {
+        return other;
+      }
+      reason = "it has no such attribute";
+    } catch (UnmarshalException e) {
+      if (!isForeignClass(e)) {
+        throw e;
+      }
+      reason = "its class is not accepted";
+    } catch (JMException | RuntimeException e) {
+      Throwable cause = e.getCause() == null ? e : e.getCause();
+      reason = cause.toString();
+    }
+    reported.add(key);
+    log.error("target " + target + ": " + bean + " gives no " + attribute + ": " + reason
+        + (spoilt ? "; its attributes are read one by one" : ""));
+    return Unavailable.NOTHING;
+  }
+
+  /** Class libraries before 10 have no attribute {@code Pid}, but a name that begins with it. */
+  private Object substitute(ObjectName bean, String attribute) throws IOException {
+    if (!attribute.equals("Pid")) {
+      return null;
+    }
+    try {
+      String name = String.valueOf(server.getAttribute(bean, "Name"));
+      int at = name.indexOf('@');
+      return at > 0 ? Long.valueOf(name.substring(0, at)) : null;
+    } catch (JMException | NumberFormatException e) {
+      return null;
+    }
+  }
+
+  private static boolean isForeignClass(UnmarshalException e) {
+    Throwable cause = e.getCause();
+    return cause instanceof InvalidClassException || cause instanceof ClassNotFoundException;
+  }
+}

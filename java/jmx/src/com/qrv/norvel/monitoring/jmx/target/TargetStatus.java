@@ -1,0 +1,18 @@
+package com.qrv.norvel.monitoring.jmx.target;
+
+/** What is known of a target at one moment; the row of the table of targets. */
+public record TargetStatus(
+    String name,
+    TargetKind kind,
+    String title,
+    long pid,
+    String url,
+    TargetState state,
+    long sinceWallMillis,
+    String lastError,
+    long lastSampleMillis,
+    long samples,
+    long failures) {
+  /** A {@link #pid} or {@link #lastSampleMillis} that is not known. */
+  public static final long UNKNOWN = -1;
+}

@@ -1,0 +1,76 @@
+package com.qrv.norvel.monitoring.jmx.target;
+
+import com.qrv.norvel.monitoring.jmx.Clock;
+import java.util.ArrayList;
+import java.util.List;
+
+/**
+ * One thread that ends the overdue calls of all targets.
+ *
+ * <p>It sleeps until the earliest deadline that it saw. A call that begins meanwhile ends no sooner
+ * than the shortest limit from now, so sleeping that long at most is always early enough, and a
+ * call costs no wake-up.
+ */
+public final class Watchdog implements Runnable {
+  private final Clock clock;
+  private final long shortestLimitMillis;
+  private final List<ConnectedJvm> watched = new ArrayList<>(); // guarded by this
+  private boolean running; // guarded by this
+  private boolean closed; // guarded by this
+
+  /** @param shortestLimitMillis no call has a shorter limit */
+  public Watchdog(Clock clock, long shortestLimitMillis) {
+    this.clock = clock;
+    this.shortestLimitMillis = shortestLimitMillis;
+  }
+
+  synchronized void watch(ConnectedJvm jvm) {
+    watched.add(jvm);
+    if (!running && !closed) {
+      running = true;
+      Thread thread = new Thread(null, this, "jmx-watchdog", 256 * 1024);
+      thread.setDaemon(true);
+      thread.start();
+    }
+  }
+
+  synchronized void forget(ConnectedJvm jvm) {
+    watched.remove(jvm);
+  }
+
+  public synchronized void close() {
+    closed = true;
+    notifyAll();
+  }
+
+  @Override
+  public void run() {
+    try {
+      while (true) {
+        long pause = scan();
+        synchronized (this) {
+          if (closed) {
+            return;
+          }
+          wait(pause);
+        }
+      }
+    } catch (InterruptedException e) {
+      Thread.currentThread().interrupt();
+    }
+  }
+
+  /** Ends what is overdue; gives the milliseconds until the next scan. */
+  long scan() {
+    ConnectedJvm[] all;
+    synchronized (this) {
+      all = watched.toArray(new ConnectedJvm[0]);
+    }
+    long now = clock.millis();
+    long next = now + shortestLimitMillis;
+    for (ConnectedJvm jvm : all) {
+      next = Math.min(next, jvm.expire(now));
+    }
+    return Math.max(1, next - now);
+  }
+}

@@ -1,0 +1,215 @@
+package com.qrv.norvel.monitoring.jmx;
+
+import com.qrv.norvel.monitoring.toolkit.agent.Agent;
+import com.qrv.norvel.monitoring.toolkit.agent.AgentInfo;
+import com.qrv.norvel.monitoring.toolkit.agent.AgentLog;
+import com.qrv.norvel.monitoring.toolkit.agent.Column;
+import com.qrv.norvel.monitoring.toolkit.agent.Daemons;
+import com.qrv.norvel.monitoring.toolkit.agent.Filter;
+import com.qrv.norvel.monitoring.toolkit.agent.Row;
+import com.qrv.norvel.monitoring.toolkit.agent.RowSink;
+import com.qrv.norvel.monitoring.toolkit.agent.SampleRequest;
+import com.qrv.norvel.monitoring.toolkit.agent.Sampler;
+import com.qrv.norvel.monitoring.toolkit.agent.Subnodes;
+import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.Collections;
+import java.util.HashMap;
+import java.util.LinkedHashMap;
+import java.util.List;
+import java.util.Map;
+
+/** An agent without its native side: declares tables and asks their samplers. */
+final class FakeAgent implements Agent {
+  final RecordingSubnodes subnodes = new RecordingSubnodes();
+  final List<String> errors = Collections.synchronizedList(new ArrayList<>());
+  private final Map<String, TableDefinition> definitions = new LinkedHashMap<>();
+  private final Map<String, Sampler> samplers = new HashMap<>();
+
+  @Override
+  public AgentInfo info() {
+    return new AgentInfo("ZJX", "", "host");
+  }
+
+  @Override
+  public void table(TableDefinition table, Sampler sampler) {
+    definitions.put(table.name(), table);
+    samplers.put(table.name(), sampler);
+  }
+
+  @Override
+  public void affinities(String agentAffinity, String versionAffinity) {
+    throw new UnsupportedOperationException();
+  }
+
+  @Override
+  public Subnodes subnodes() {
+    return subnodes;
+  }
+
+  @Override
+  public AgentLog log(Class<?> source) {
+    return new Log();
+  }
+
+  @Override
+  public Daemons daemons() {
+    throw new UnsupportedOperationException();
+  }
+
+  @Override
+  public void stop(String reason) {
+    throw new UnsupportedOperationException();
+  }
+
+  List<String> tableNames() {
+    return new ArrayList<>(definitions.keySet());
+  }
+
+  /** The rows of a table, as cells by column; absent cells are not available. */
+  List<Map<String, Object>> sample(String table, String... names) throws Exception {
+    Rows rows = new Rows(definitions.get(table));
+    samplers.get(table).sample(new Request(definitions.get(table), Arrays.asList(names)), rows);
+    return rows.all;
+  }
+
+  private static final class Rows implements RowSink, Row {
+    private final TableDefinition table;
+    private final List<Map<String, Object>> all = new ArrayList<>();
+    private Map<String, Object> current;
+
+    Rows(TableDefinition table) {
+      this.table = table;
+    }
+
+    @Override
+    public Row row() {
+      current = new HashMap<>();
+      all.add(current);
+      return this;
+    }
+
+    @Override
+    public Row row(String subnode) {
+      row();
+      current.put(TableDefinition.SUBNODE_COLUMN, subnode);
+      return this;
+    }
+
+    @Override
+    public Row set(int index, long value) {
+      current.put(table.column(index).name(), value);
+      return this;
+    }
+
+    @Override
+    public Row set(int index, String value) {
+      current.put(table.column(index).name(), value);
+      return this;
+    }
+
+    @Override
+    public Row set(Column column, long value) {
+      current.put(column.name(), value);
+      return this;
+    }
+
+    @Override
+    public Row set(Column column, String value) {
+      current.put(column.name(), value);
+      return this;
+    }
+
+    @Override
+    public Row unavailable(int index) {
+      current.remove(table.column(index).name());
+      return this;
+    }
+
+    @Override
+    public Row unavailable(Column column) {
+      current.remove(column.name());
+      return this;
+    }
+  }
+
+  private static final class Request implements SampleRequest {
+    private final TableDefinition table;
+    private final List<String> subnodes;
+
+    Request(TableDefinition table, List<String> subnodes) {
+      this.table = table;
+      this.subnodes = subnodes;
+    }
+
+    @Override
+    public TableDefinition table() {
+      return table;
+    }
+
+    @Override
+    public List<String> subnodes() {
+      return subnodes;
+    }
+
+    @Override
+    public String subnode() {
+      return subnodes.get(0);
+    }
+
+    @Override
+    public List<Filter> filters() {
+      return new ArrayList<>();
+    }
+
+    @Override
+    public boolean isHistory() {
+      return false;
+    }
+
+    @Override
+    public boolean isAutomation() {
+      return false;
+    }
+
+    @Override
+    public String situation() {
+      return "";
+    }
+  }
+
+  private final class Log implements AgentLog {
+    @Override
+    public void error(String message) {
+      errors.add(message);
+    }
+
+    @Override
+    public void error(String message, Throwable cause) {
+      errors.add(message);
+    }
+
+    @Override
+    public void warning(String message) {
+      errors.add(message);
+    }
+
+    @Override
+    public void warning(String message, Throwable cause) {
+      errors.add(message);
+    }
+
+    @Override
+    public void always(String message) {}
+
+    @Override
+    public void state(String message) {}
+
+    @Override
+    public void flow(String message) {}
+
+    @Override
+    public void detail(String message) {}
+  }
+}

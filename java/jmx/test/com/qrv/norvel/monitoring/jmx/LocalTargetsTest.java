@@ -1,0 +1,122 @@
+package com.qrv.norvel.monitoring.jmx;
+
+import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.assertThatThrownBy;
+
+import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.table.BeanTable;
+import com.qrv.norvel.monitoring.jmx.table.StandardTables;
+import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.target.TargetException;
+import com.qrv.norvel.monitoring.jmx.target.TargetState;
+import java.util.ArrayList;
+import java.util.Collections;
+import org.junit.jupiter.api.AfterEach;
+import org.junit.jupiter.api.Test;
+
+/** The whole way to real JVMs: found, attached to, read, stopped, ended. */
+final class LocalTargetsTest {
+  private static final int CALL_MILLIS = 2000;
+  private static final int PID = 0;
+
+  private final RecordingSubnodes subnodes = new RecordingSubnodes();
+  private final RecordingLog log = new RecordingLog();
+  private Targets targets;
+
+  @AfterEach
+  void stop() {
+    targets.close();
+  }
+
+  @Test
+  void findsALocalJvmReadsItsTablesAndForgetsItWhenItEnds() throws Exception {
+    try (ChildJvm child = ChildJvm.start()) {
+      start();
+      MonitoredJvm jvm = awaitSubnode(child);
+
+      for (BeanTable table : StandardTables.all()) {
+        Object[][] rows = jvm.sample(table);
+        assertThat(rows).as(table.name()).isNotEmpty();
+        assertThat(rows[0]).as(table.name()).hasSize(table.width());
+      }
+      assertThat(jvm.sample(StandardTables.RUNTIME)[0][PID]).isEqualTo(child.pid());
+      assertThat(subnodes.get(child.name()).info()).isEqualTo("local");
+
+      child.kill();
+      Await.until("the subnode is gone", () -> !subnodes.registered().contains(child.name()));
+      assertThat(targets.find(child.name())).isNull();
+      assertThat(subnodes.registered()).containsExactly("self");
+    }
+    assertThat(log.errors()).isEmpty();
+  }
+
+  @Test
+  void aStoppedJvmDelaysNoOtherAndComesBackWhenItRunsAgain() throws Exception {
+    try (ChildJvm stopped = ChildJvm.start();
+        ChildJvm running = ChildJvm.start()) {
+      start();
+      MonitoredJvm sick = awaitSubnode(stopped);
+      MonitoredJvm healthy = awaitSubnode(running);
+      sick.sample(StandardTables.MEMORY);
+      healthy.sample(StandardTables.MEMORY);
+
+      stopped.signal("STOP");
+      assertThatThrownBy(() -> sick.sample(StandardTables.MEMORY))
+          .isInstanceOf(TargetException.class)
+          .hasMessageContaining("no answer in time");
+
+      // While it hangs it is refused at once, and the other one answers as ever.
+      long start = System.nanoTime();
+      for (int i = 0; i < 50; i++) {
+        assertThatThrownBy(() -> sick.sample(StandardTables.MEMORY))
+            .isInstanceOf(TargetException.class);
+        assertThat(healthy.sample(StandardTables.MEMORY)).hasSize(1);
+      }
+      assertThat((System.nanoTime() - start) / 1_000_000).isLessThan(2 * CALL_MILLIS);
+      Await.until("the call has ended", () -> sick.status().state() == TargetState.DOWN);
+
+      stopped.signal("CONT");
+      Await.until("it is up again", () -> sick.status().state() == TargetState.UP);
+      assertThat(sick.sample(StandardTables.RUNTIME)[0][PID]).isEqualTo(stopped.pid());
+      assertThat(subnodes.registered()).contains(stopped.name(), running.name());
+    }
+  }
+
+  @Test
+  void jvmsThatCannotBearItAreLeftAlone() throws Exception {
+    try (ChildJvm fragile = ChildJvm.start("-Xrs");
+        ChildJvm closed = ChildJvm.start("-XX:+DisableAttachMechanism");
+        ChildJvm other = ChildJvm.start()) {
+      start();
+      // All have been looked at by the time that the last one is a subnode.
+      awaitSubnode(other);
+
+      assertThat(targets.find(fragile.name())).isNull();
+      assertThat(fragile.isAlive()).isTrue();
+      assertThat(targets.find(closed.name())).isNull();
+    }
+  }
+
+  private void start() {
+    JmxConfig.Local local =
+        new JmxConfig.Local(
+            true, 1, Collections.singletonList("*ChildJvm$Main"), new ArrayList<>());
+    JmxConfig.Calls calls = new JmxConfig.Calls(CALL_MILLIS, 200, 1000, 30);
+    JmxConfig config = new JmxConfig(local, new ArrayList<>(), calls, 10);
+    targets =
+        new Targets(
+            config,
+            new SelfJvm("tests", Clock.SYSTEM),
+            new JmxTargetFactory(calls, Clock.SYSTEM, log),
+            subnodes,
+            log);
+    targets.start();
+  }
+
+  private MonitoredJvm awaitSubnode(ChildJvm child) throws Exception {
+    Await.until(
+        child.name() + " is a subnode", () -> subnodes.registered().contains(child.name()));
+    return targets.find(child.name());
+  }
+}

@@ -1,0 +1,28 @@
+package com.qrv.norvel.monitoring.jmx;
+
+import java.util.ArrayList;
+import java.util.List;
+
+/** Keeps what is logged. */
+public final class RecordingLog implements EventLog {
+  private final List<String> infos = new ArrayList<>();
+  private final List<String> errors = new ArrayList<>();
+
+  @Override
+  public synchronized void info(String text) {
+    infos.add(text);
+  }
+
+  @Override
+  public synchronized void error(String text) {
+    errors.add(text);
+  }
+
+  public synchronized List<String> infos() {
+    return new ArrayList<>(infos);
+  }
+
+  public synchronized List<String> errors() {
+    return new ArrayList<>(errors);
+  }
+}

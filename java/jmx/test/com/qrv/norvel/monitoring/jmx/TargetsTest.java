@@ -1,0 +1,216 @@
+package com.qrv.norvel.monitoring.jmx;
+
+import static org.assertj.core.api.Assertions.assertThat;
+
+import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
+import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.table.BeanTable;
+import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.target.TargetKind;
+import com.qrv.norvel.monitoring.jmx.target.TargetState;
+import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
+import java.util.ArrayList;
+import java.util.Collections;
+import java.util.HashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.TreeMap;
+import org.junit.jupiter.api.AfterEach;
+import org.junit.jupiter.api.Test;
+
+final class TargetsTest {
+  private final RecordingSubnodes subnodes = new RecordingSubnodes();
+  private final RecordingLog log = new RecordingLog();
+  private final FakeFactory factory = new FakeFactory();
+  private Targets targets;
+
+  @AfterEach
+  void stop() {
+    targets.close();
+  }
+
+  @Test
+  void aLocalJvmBecomesASubnodeOnceItIsReached() throws Exception {
+    factory.run(7, "com.shop.Main");
+    start(10);
+    Await.until("it is found", () -> targets.find("Main:7") != null);
+    assertThat(subnodes.registered()).doesNotContain("Main:7");
+
+    factory.jvm("Main:7").reach();
+
+    Await.until("it is shown", () -> subnodes.registered().contains("Main:7"));
+    assertThat(subnodes.get("Main:7").infoSuffix()).isEqualTo("7");
+  }
+
+  @Test
+  void aJvmThatEndsIsClosedAndForgotten() throws Exception {
+    factory.run(7, "com.shop.Main");
+    start(10);
+    Await.until("it is found", () -> factory.jvm("Main:7") != null);
+    FakeJvm jvm = factory.jvm("Main:7");
+    jvm.reach();
+    Await.until("it is shown", () -> subnodes.registered().contains("Main:7"));
+
+    factory.end(7);
+
+    Await.until("it is gone", () -> !subnodes.registered().contains("Main:7"));
+    assertThat(targets.find("Main:7")).isNull();
+    assertThat(jvm.isClosed()).isTrue();
+  }
+
+  @Test
+  void noMoreThanTheLimitAreMonitoredAndTheRestIsReportedOnce() throws Exception {
+    factory.run(7, "com.shop.Main");
+    factory.run(8, "com.shop.Main");
+    start(1);
+    Await.until("the limit is reported", () -> !log.errors().isEmpty());
+
+    factory.end(7);
+    Await.until("there is room", () -> targets.find("Main:8") != null);
+
+    assertThat(log.errors())
+        .containsExactly(
+            "the local JVM Main:8 is not monitored: there are maxTargets (1) already");
+    assertThat(targets.statuses()).hasSize(2);
+  }
+
+  @Test
+  void aSearchThatFailsOnceGoesOn() throws Exception {
+    factory.run(7, "com.shop.Main");
+    factory.failNextSearch();
+    start(10);
+
+    Await.until("it is found", () -> targets.find("Main:7") != null);
+    assertThat(log.errors()).hasSize(1);
+  }
+
+  private void start(int limit) {
+    JmxConfig.Local local =
+        new JmxConfig.Local(true, 1, Collections.singletonList("*"), new ArrayList<>());
+    JmxConfig config =
+        new JmxConfig(local, new ArrayList<>(), new JmxConfig.Calls(1000, 100, 100, 30), limit);
+    targets = new Targets(config, new SelfJvm("me", Clock.SYSTEM), factory, subnodes, log);
+    targets.start();
+  }
+
+  private static final class FakeFactory implements TargetFactory, ProcessTable {
+    private final Map<Long, String> commands = new TreeMap<>();
+    private final Map<String, FakeJvm> made = new HashMap<>();
+    private boolean failing;
+
+    synchronized void run(long pid, String command) {
+      commands.put(pid, command);
+    }
+
+    synchronized void end(long pid) {
+      commands.remove(pid);
+    }
+
+    synchronized void failNextSearch() {
+      failing = true;
+    }
+
+    synchronized FakeJvm jvm(String name) {
+      return made.get(name);
+    }
+
+    @Override
+    public Clock clock() {
+      return Clock.SYSTEM;
+    }
+
+    @Override
+    public ProcessTable processes() {
+      return this;
+    }
+
+    @Override
+    public synchronized MonitoredJvm local(
+        LocalProcess process, String name, String mainClass, Targets targets) {
+      FakeJvm jvm = new FakeJvm(name, process.pid(), targets);
+      made.put(name, jvm);
+      return jvm;
+    }
+
+    @Override
+    public MonitoredJvm remote(JmxConfig.Remote remote, Targets targets) {
+      throw new UnsupportedOperationException();
+    }
+
+    @Override
+    public synchronized List<Long> pids() {
+      if (failing) {
+        failing = false;
+        throw new IllegalStateException("on purpose");
+      }
+      return new ArrayList<>(commands.keySet());
+    }
+
+    @Override
+    public synchronized LocalProcess look(long pid) {
+      return commands.containsKey(pid) ? new LocalProcess(pid, 1, true, false, true) : null;
+    }
+
+    @Override
+    public synchronized Map<Long, String> commands() {
+      return new HashMap<>(commands);
+    }
+  }
+
+  private static final class FakeJvm implements MonitoredJvm {
+    private final String name;
+    private final long pid;
+    private final Targets targets;
+    private volatile boolean reached;
+    private volatile boolean closed;
+
+    FakeJvm(String name, long pid, Targets targets) {
+      this.name = name;
+      this.pid = pid;
+      this.targets = targets;
+    }
+
+    void reach() {
+      reached = true;
+      targets.wake();
+    }
+
+    boolean isClosed() {
+      return closed;
+    }
+
+    @Override
+    public String name() {
+      return name;
+    }
+
+    @Override
+    public boolean isPresent() {
+      return reached;
+    }
+
+    @Override
+    public TargetStatus status() {
+      return new TargetStatus(
+          name, TargetKind.LOCAL, name, pid, "", TargetState.UP, 0, "", 0, 0, 0);
+    }
+
+    @Override
+    public void start() {}
+
+    @Override
+    public void close() {
+      closed = true;
+    }
+
+    @Override
+    public void retryNow() {}
+
+    @Override
+    public Object[][] sample(BeanTable table) {
+      return new Object[0][];
+    }
+  }
+}

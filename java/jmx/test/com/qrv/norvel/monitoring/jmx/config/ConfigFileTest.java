@@ -1,0 +1,105 @@
+package com.qrv.norvel.monitoring.jmx.config;
+
+import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.assertThatThrownBy;
+
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.Arguments;
+import org.junit.jupiter.params.provider.MethodSource;
+import org.junit.jupiter.params.provider.ValueSource;
+
+final class ConfigFileTest {
+  @TempDir private Path directory;
+
+  @ParameterizedTest
+  @ValueSource(
+      strings = {"", "\n\n", "# a: b\n  # c\n", "---\n", "local:\n  enabled: true\n", "{}"})
+  void aFileThatChangesNothingGivesTheDefaults(String text) throws Exception {
+    assertThat(read(text)).isEqualTo(JmxConfig.defaults());
+  }
+
+  @Test
+  void readsEveryKey() throws Exception {
+    JmxConfig config =
+        read(
+            "maxTargets: 3\n"
+                + "local: {enabled: no, intervalSeconds: 60, include: [a.*, b], exclude: ['*c']}\n"
+                + "calls: {timeoutMillis: 500, retryMinMillis: 200, retryMaxMillis: 400,\n"
+                + "        heartbeatSeconds: 10}\n"
+                + "remote:\n"
+                + "  - {name: one, host: db1, port: 9010, user: u, passwordFile: p}\n"
+                + "  - {name: two, url: 'service:jmx:rmi:///jndi/rmi://h:1/jmxrmi'}\n");
+
+    assertThat(config.maxTargets()).isEqualTo(3);
+    assertThat(config.local().enabled()).isFalse();
+    assertThat(config.local().intervalSeconds()).isEqualTo(60);
+    assertThat(config.local().include()).containsExactly("a.*", "b");
+    assertThat(config.local().exclude()).containsExactly("*c");
+    assertThat(config.calls()).isEqualTo(new JmxConfig.Calls(500, 200, 400, 10));
+    assertThat(config.remote())
+        .containsExactly(
+            new JmxConfig.Remote("one", null, "db1", 9010, "u", "p"),
+            new JmxConfig.Remote(
+                "two", "service:jmx:rmi:///jndi/rmi://h:1/jmxrmi", null, 0, null, null));
+  }
+
+  static Arguments[] mistakes() {
+    return new Arguments[] {
+      Arguments.of("local:\n  intervalSecond: 5\n",
+          ":2:3: unknown key 'intervalSecond' in local; did you mean 'intervalSeconds'?"),
+      Arguments.of("lokal: {}\n", ":1:1: unknown key 'lokal' in the file; did you mean 'local'?"),
+      Arguments.of("local: 5\n", ":1:8: local must be a map"),
+      Arguments.of("local:\n  enabled: maybe\n", ":2:12: 'enabled' must be true or false"),
+      Arguments.of("local:\n  intervalSeconds: 0\n",
+          ":2:20: 'intervalSeconds' must be a whole number from 1 to 3600, not '0'"),
+      Arguments.of("local:\n  intervalSeconds: soon\n", "from 1 to 3600, not 'soon'"),
+      Arguments.of("local:\n  intervalSeconds: 99999999999999999999\n", "from 1 to 3600, not"),
+      Arguments.of("local:\n  include: '*'\n", ":2:12: 'include' must be a list"),
+      Arguments.of("local:\n  include: [[]]\n", "each element of 'include' must be a text"),
+      Arguments.of("local: {}\nlocal: {}\n", ":2:1: the key 'local' stands twice in the file"),
+      Arguments.of("calls: {retryMinMillis: 5000, retryMaxMillis: 1000}\n",
+          "'retryMaxMillis' must be at least 'retryMinMillis'"),
+      Arguments.of("remote:\n  - {host: h, port: 1}\n", ":2:5: the key 'name' is missing"),
+      Arguments.of("remote:\n  - {name: self, host: h, port: 1}\n", "the name 'self' is taken"),
+      Arguments.of("remote:\n  - {name: a b, host: h, port: 1}\n", "'name' must be 1 to 32"),
+      Arguments.of("remote:\n  - {name: a, host: h, port: 1}\n  - {name: a, host: i, port: 1}\n",
+          ":3:12: the name 'a' is taken"),
+      Arguments.of("remote:\n  - {name: a}\n", "either 'url' or 'host' and 'port'"),
+      Arguments.of("remote:\n  - {name: a, host: h}\n", "'host' and 'port' go together"),
+      Arguments.of("remote:\n  - {name: a, host: h, port: 70000}\n", "from 1 to 65535"),
+      Arguments.of("remote:\n  - {name: a, host: h, port: 1, user: u}\n",
+          "'user' and 'passwordFile' go together"),
+      Arguments.of("remote:\n  - {name: a, url: 'http://h'}\n", ":2:20: 'url' is wrong"),
+      Arguments.of("maxTargets: 1\nremote:\n  - {name: a, host: h, port: 1}\n"
+          + "  - {name: b, host: h, port: 2}\n", "more than maxTargets (1)"),
+      Arguments.of("local: [\n", "it is not valid YAML"),
+      Arguments.of("a: b: c\n", ":1:5: it is not valid YAML"),
+      Arguments.of("!!javax.script.ScriptEngineManager []\n", ":1:1: the file must be a map"),
+    };
+  }
+
+  @ParameterizedTest
+  @MethodSource("mistakes")
+  void saysWhereAMistakeIsAndWhatIsExpected(String text, String message) {
+    assertThatThrownBy(() -> read(text))
+        .isInstanceOf(ConfigException.class)
+        .hasMessageContaining("jmx.yaml:")
+        .hasMessageContaining(message);
+  }
+
+  @Test
+  void aFileThatCannotBeReadIsNamed() {
+    assertThatThrownBy(() -> ConfigFile.read(directory.resolve("none.yaml")))
+        .isInstanceOf(ConfigException.class)
+        .hasMessageContaining("none.yaml: the configuration file can't be read");
+  }
+
+  private JmxConfig read(String text) throws IOException, ConfigException {
+    return ConfigFile.read(Files.writeString(directory.resolve("jmx.yaml"), text));
+  }
+}

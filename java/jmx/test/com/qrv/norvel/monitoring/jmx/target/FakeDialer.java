@@ -1,0 +1,99 @@
+package com.qrv.norvel.monitoring.jmx.target;
+
+import java.io.IOException;
+import java.util.concurrent.atomic.AtomicInteger;
+
+/** A JVM that answers, hangs until it is cut off, or breaks, as a test wants. */
+final class FakeDialer implements Dialer {
+  enum Mood {
+    ANSWERS,
+    HANGS,
+    BREAKS,
+    REFUSES
+  }
+
+  final AtomicInteger dials = new AtomicInteger();
+  final AtomicInteger reads = new AtomicInteger();
+  final AtomicInteger pings = new AtomicInteger();
+  final AtomicInteger goodbyes = new AtomicInteger();
+  private Mood mood; // guarded by this
+  private boolean cut; // guarded by this
+  private boolean hanging; // guarded by this
+
+  FakeDialer(Mood mood) {
+    this.mood = mood;
+  }
+
+  synchronized void become(Mood next) {
+    mood = next;
+    notifyAll();
+  }
+
+  synchronized boolean isHanging() {
+    return hanging;
+  }
+
+  @Override
+  public void adoptThread() {}
+
+  @Override
+  public synchronized void cut() {
+    cut = true;
+    notifyAll();
+  }
+
+  @Override
+  public synchronized void allow() {
+    cut = false;
+  }
+
+  @Override
+  public Link dial() throws IOException {
+    dials.incrementAndGet();
+    act("dial");
+    return new FakeLink();
+  }
+
+  private synchronized void act(String what) throws IOException {
+    if (mood == Mood.REFUSES) {
+      throw new IllegalStateException(what + " is refused");
+    }
+    if (mood == Mood.BREAKS) {
+      throw new IOException(what + " broke");
+    }
+    hanging = mood == Mood.HANGS;
+    while (mood == Mood.HANGS && !cut) {
+      try {
+        wait();
+      } catch (InterruptedException e) {
+        throw new IOException(e);
+      }
+    }
+    hanging = false;
+    if (cut) {
+      throw new IOException("socket closed");
+    }
+  }
+
+  private final class FakeLink implements Link {
+    @Override
+    public void ping() throws IOException {
+      pings.incrementAndGet();
+      act("ping");
+    }
+
+    @Override
+    public void close() {
+      goodbyes.incrementAndGet();
+    }
+
+    @Override
+    public Object[][] read(String beans, String[] attributes) throws IOException {
+      reads.incrementAndGet();
+      act("read");
+      Object[] row = new Object[attributes.length];
+      java.util.Arrays.fill(row, 42L);
+      return new Object[][] {row};
+    }
+  }
+}

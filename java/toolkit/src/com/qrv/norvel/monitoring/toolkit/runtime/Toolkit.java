@@ -1,0 +1,95 @@
+package com.qrv.norvel.monitoring.toolkit.runtime;
+
+import com.qrv.norvel.monitoring.toolkit.agent.AgentInfo;
+import com.qrv.norvel.monitoring.toolkit.agent.AgentLog;
+import com.qrv.norvel.monitoring.toolkit.bridge.Dispatcher;
+import com.qrv.norvel.monitoring.toolkit.bridge.Transport;
+import com.qrv.norvel.monitoring.toolkit.workbench.osutils.DaemonWBProcess;
+import java.util.concurrent.Executor;
+
+/**
+ * Puts the parts together.
+ *
+ * <p>The agent's first rows wait for what happens from here to the first sample. On that way there
+ * are no lambdas, streams, formatters or patterns, and nothing is logged unless it fails: each of
+ * these loads classes by the dozen.
+ */
+public final class Toolkit {
+  static final String COMPONENT = "TOOLKIT";
+  static final String NAME = "zel-toolkit 1";
+
+  /** How many threads the application's code may occupy. */
+  private static final String MAX_THREADS_PROPERTY = "zel.threads.max";
+
+  private static final int DEFAULT_MAX_THREADS = 256;
+
+  private Toolkit() {}
+
+  /** Builds the Java side on a transport, for the application that a system property names. */
+  public static Dispatcher start(Transport transport) {
+    TraceSink sink = new RasSink();
+    Clock clock = new SystemClock();
+    int max = Math.max(1, Integer.getInteger(MAX_THREADS_PROPERTY, DEFAULT_MAX_THREADS));
+    WorkerThreads threads =
+        new WorkerThreads("zel-app", max, clock, log(sink, WorkerThreads.class));
+    return assemble(
+        transport,
+        sink,
+        clock,
+        threads,
+        new DaemonWBProcess(),
+        new NamedApplication(System.getProperty(NamedApplication.PROPERTY)));
+  }
+
+  static Dispatcher assemble(
+      Transport transport,
+      TraceSink sink,
+      Clock clock,
+      Executor executor,
+      ProcessNatives natives,
+      ApplicationSource source) {
+    AgentLog log = log(sink, AgentRuntime.class);
+    Notifications notifications =
+        new Notifications(transport, clock, log(sink, Notifications.class));
+    AgentRuntime.StopOnFatal fatal = new AgentRuntime.StopOnFatal(notifications, log);
+    BoundedCalls calls = new BoundedCalls(clock, executor, log(sink, BoundedCalls.class), fatal);
+    ApplicationLife life =
+        new ApplicationLife(
+            source,
+            new Agents(sink, notifications, new RunningDaemons(natives, null)),
+            calls,
+            executor,
+            fatal,
+            log(sink, ApplicationLife.class),
+            NAME);
+    AgentRuntime runtime = new AgentRuntime(life, calls, notifications, log);
+    return new Dispatcher(transport, runtime, log(sink, Dispatcher.class));
+  }
+
+  private static AgentLog log(TraceSink sink, Class<?> source) {
+    return new TraceLog(sink, COMPONENT, source);
+  }
+
+  private static final class Agents implements ApplicationLife.AgentFactory {
+    private final TraceSink sink;
+    private final Notifications notifications;
+    private final RunningDaemons daemons;
+
+    Agents(TraceSink sink, Notifications notifications, RunningDaemons daemons) {
+      this.sink = sink;
+      this.notifications = notifications;
+      this.daemons = daemons;
+    }
+
+    @Override
+    public RunningAgent create(AgentInfo info) {
+      return new RunningAgent(
+          info,
+          sink,
+          log(sink, RunningAgent.class),
+          notifications,
+          new SubnodeRegistry(notifications),
+          daemons);
+    }
+  }
+}

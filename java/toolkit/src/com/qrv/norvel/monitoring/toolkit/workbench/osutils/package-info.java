@@ -1,0 +1,2 @@
+/** Processes of the operating system. Internal. */
+package com.qrv.norvel.monitoring.toolkit.workbench.osutils;
