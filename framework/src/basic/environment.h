@@ -1,0 +1,38 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+
+namespace fw {
+
+/// Environment variables as BSS1_GetEnv answers them: those of the process first, then the
+/// configuration's, then what the host has found. Any thread.
+class Environment {
+ public:
+  Environment() = default;
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+
+  /// The process's variables; never destroyed.
+  static Environment& instance();
+
+  /// The variable's value, or null. The text lives as long as this object, whatever becomes of the
+  /// process's environment.
+  const char* find(const std::string& name);
+
+  /// Sets the variables of the configuration, instead of those before.
+  void setConfigured(std::map<std::string, std::string> variables);
+
+  /// Sets what the host has found for one variable.
+  void setDefault(const std::string& name, const std::string& value);
+
+ private:
+  std::mutex mutex_;
+  std::map<std::string, std::string> configured_;  // guarded by mutex_
+  std::map<std::string, std::string> defaults_;    // guarded by mutex_
+  std::set<std::string> given_;  // guarded by mutex_; every text that was handed out
+};
+
+}  // namespace fw

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "trace/trace_settings.h"
+
+namespace fw {
+
+/// Which product the agent is; `product:` in the file.
+struct ProductConfig {
+  std::string code;     ///< three characters, the last two are the product's short code
+  std::string name;     ///< for people
+  std::string version;  ///< at most 15 bytes; empty takes the framework's
+};
+
+/// The HTTP server on the loopback interface; `http:` in the file.
+struct HttpConfig {
+  std::uint16_t port = 8790;  ///< 0 takes any free port
+  std::uint32_t maxConnections = 256;
+  std::uint32_t maxConnectionsPerAddress = 256;
+  std::uint64_t connectionMemory = 64 * 1024;  ///< bytes for a request's line and headers
+  std::uint64_t bodyLimit = 1024 * 1024;       ///< bytes of a request's content
+  std::chrono::milliseconds idleTimeout{60'000};
+  std::chrono::milliseconds requestDeadline{15'000};  ///< from a request's first byte to its last
+};
+
+/// Sampling and its limits; `engine:` in the file.
+struct EngineConfig {
+  std::chrono::milliseconds reportDeadline{2'000};  ///< then the last good rows are served
+  std::chrono::milliseconds stuckAfter{10'000};     ///< then a collector counts as stuck
+  std::chrono::milliseconds coalesceAge{500};       ///< reports within this time share one sample
+  std::chrono::milliseconds drainBound{5'000};      ///< wait for callbacks when stopping
+  std::uint32_t sampleWorkers = 4;
+  std::uint32_t stuckWorkers = 16;   ///< workers at most that stand in for stuck ones
+  std::uint32_t rowLimit = 100'000;  ///< rows of one sample at most
+  std::uint32_t queueLimit = 1'000;  ///< callbacks that wait for a worker at most
+  std::uint32_t reportLimit = 256;   ///< reports in progress at most
+  std::uint32_t tableLimit = 500;
+  std::uint32_t columnLimit = 500;  ///< columns of one table at most
+  std::uint32_t subnodeLimit = 1'000;
+};
+
+/// What `config/agent.yaml` says, with the defaults of what it does not say. The schema
+/// (schema.cpp) has one line per member and prints the defaults that stand here.
+struct AgentConfig {
+  ProductConfig product;
+  std::string instance;  ///< the first part of the agent's node name
+  std::string host;      ///< empty: the machine's name
+  std::map<std::string, std::string> environment;
+  HttpConfig http;
+  EngineConfig engine;
+  /// The loader makes `file` absolute.
+  trace::Settings trace = traceDefaults();
+
+  /// The product home, absolute. Not a setting: the loader fills it in.
+  std::string home;
+
+  static trace::Settings traceDefaults() {
+    trace::Settings settings;
+    settings.file = "../../logs/agent.log";
+    return settings;
+  }
+};
+
+}  // namespace fw

@@ -1,0 +1,146 @@
+#include "config/schema.h"
+
+#include <chrono>
+#include <utility>
+
+// A setting is one line here and one member in AgentConfig. Its default is the member's; the page
+// docs/formats/agent-yaml.md is made from this table (target agent_yaml_page).
+
+// Gives the member that a setting sets.
+#define MEMBER(name) \
+  [](AgentConfig & config) -> auto& { return config.name; }
+
+namespace fw {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::uint64_t kKiB = 1ULL << 10U;
+constexpr std::uint64_t kMiB = 1ULL << 20U;
+constexpr std::uint64_t kGiB = 1ULL << 30U;
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isCapital(char c) { return c >= 'A' && c <= 'Z'; }
+bool isLetter(char c) { return isCapital(c) || (c >= 'a' && c <= 'z'); }
+bool isCodeChar(char c) { return isCapital(c) || isDigit(c); }
+bool isInstanceChar(char c) { return isLetter(c) || isDigit(c) || c == '_' || c == '-'; }
+bool isHostChar(char c) { return isLetter(c) || isDigit(c) || c == '.' || c == '-'; }
+bool isVersionChar(char c) { return isInstanceChar(c) || c == '.'; }
+
+TextRule codeRule() { return {"three capital letters or digits as in ZJX", 3, 3, isCodeChar}; }
+TextRule instanceRule() {
+  return {"1 to 12 letters, digits, \"_\" or \"-\"", 1, 12, isInstanceChar};
+}
+TextRule hostRule() { return {"a host name of at most 64 characters", 0, 64, isHostChar}; }
+TextRule versionRule() {
+  return {"1 to 15 letters, digits, \".\", \"_\" or \"-\"", 1, 15, isVersionChar};
+}
+TextRule nameRule() { return {"a text of 1 to 64 bytes", 1, 64, nullptr}; }
+TextRule pathRule() { return {"the path of a file", 1, 4000, nullptr}; }
+
+Setting required(Setting setting) {
+  setting.required = true;
+  return setting;
+}
+
+void addIdentity(std::vector<Setting>& all) {
+  all.push_back(required(text("product.code", MEMBER(product.code), codeRule(),
+                              "Code of the product. Its last two characters are the short code.")));
+  all.push_back(required(
+      text("product.name", MEMBER(product.name), nameRule(), "Name of the product, for people.")));
+  all.push_back(text("product.version", MEMBER(product.version), versionRule(),
+                     "Version of the product; without it, that of the framework."));
+  all.push_back(required(
+      text("instance", MEMBER(instance), instanceRule(),
+           "Tells agents on one machine apart: the first part of the agent's node name.")));
+  all.push_back(text("host", MEMBER(host), hostRule(),
+                     "Host name in the agent's node name; without it, the machine's."));
+  all.push_back(variables(
+      "environment", MEMBER(environment),
+      "Environment variables for the agent. A variable that the process's own environment "
+      "sets keeps that value."));
+}
+
+void addHttp(std::vector<Setting>& all) {
+  all.push_back(integer("http.port", MEMBER(http.port), 0, 65535,
+                        "Port on 127.0.0.1. 0 takes any free port."));
+  all.push_back(integer("http.max_connections", MEMBER(http.maxConnections), 1, 10'000,
+                        "Connections at a time; further ones are closed."));
+  all.push_back(integer("http.max_connections_per_address", MEMBER(http.maxConnectionsPerAddress),
+                        1, 10'000, "Connections from one address at a time."));
+  all.push_back(size("http.connection_memory", MEMBER(http.connectionMemory), 4 * kKiB, kMiB,
+                     "Room for the line and the headers of a request; longer ones are refused."));
+  all.push_back(size("http.body_limit", MEMBER(http.bodyLimit), 0, 64 * kMiB,
+                     "Content of a request; more is refused."));
+  all.push_back(duration("http.idle_timeout", MEMBER(http.idleTimeout), 1s, 1h,
+                         "A connection on which nothing happens for so long is closed."));
+  all.push_back(duration("http.request_deadline", MEMBER(http.requestDeadline), 100ms, 10min,
+                         "A request that has not arrived whole after so long is cut off."));
+}
+
+void addEngine(std::vector<Setting>& all) {
+  all.push_back(duration("engine.report_deadline", MEMBER(engine.reportDeadline), 10ms, 10min,
+                         "A report waits so long for a collector; then it gets the last good rows, "
+                         "marked as stale."));
+  all.push_back(duration("engine.stuck_after", MEMBER(engine.stuckAfter), 10ms, 1h,
+                         "A collector that has not returned after so long is reported as stuck and "
+                         "another worker takes its place."));
+  all.push_back(duration("engine.coalesce_age", MEMBER(engine.coalesceAge), 0ms, 1h,
+                         "Reports share a sample that is not older than this."));
+  all.push_back(duration("engine.drain_bound", MEMBER(engine.drainBound), 0ms, 1min,
+                         "Wait for collectors that are running when the agent stops."));
+  all.push_back(integer("engine.sample_workers", MEMBER(engine.sampleWorkers), 1, 256,
+                        "Collectors that run at a time."));
+  all.push_back(integer("engine.stuck_workers", MEMBER(engine.stuckWorkers), 0, 1'000,
+                        "Workers that may take the place of stuck ones."));
+  all.push_back(integer("engine.row_limit", MEMBER(engine.rowLimit), 1, 10'000'000,
+                        "Rows of one sample; more are counted and left out."));
+  all.push_back(integer("engine.queue_limit", MEMBER(engine.queueLimit), 1, 1'000'000,
+                        "Collectors that wait for a worker; more are refused."));
+  all.push_back(integer("engine.report_limit", MEMBER(engine.reportLimit), 1, 100'000,
+                        "Reports in progress at a time; more are refused."));
+  all.push_back(integer("engine.table_limit", MEMBER(engine.tableLimit), 1, 100'000,
+                        "Tables of the agent; more are refused."));
+  all.push_back(integer("engine.column_limit", MEMBER(engine.columnLimit), 1, 10'000,
+                        "Columns of one table; a table with more is refused."));
+  all.push_back(integer("engine.subnode_limit", MEMBER(engine.subnodeLimit), 0, 1'000'000,
+                        "Subnodes that are registered at a time; more are refused."));
+}
+
+void addTrace(std::vector<Setting>& all) {
+  all.push_back(traceClasses("trace.default", MEMBER(trace.defaultMask),
+                             "What a unit traces for which `trace.units` says nothing else. Errors "
+                             "and warnings, and that the agent starts and stops, are always "
+                             "traced."));
+  all.push_back(traceUnits(
+      "trace.units", MEMBER(trace.units),
+      "Trace classes of single units, as in `ZELIRA: [detail, flow]`. Instead of a unit's name "
+      "`file:` and the name of a source file, or `component:` and a component. `*` and `?` are "
+      "wildcards. Of the lines that fit a unit the last one counts."));
+  all.push_back(text("trace.file", MEMBER(trace.file), pathRule(),
+                     "The trace file; a relative path begins at the product home."));
+  all.push_back(size("trace.max_size", MEMBER(trace.maxSize), 64 * kKiB, 4 * kGiB,
+                     "A file that has reached this size is renamed and a new one begun."));
+  all.push_back(integer("trace.files", MEMBER(trace.files), 1, 1'000,
+                        "Trace files that are kept, the one being written included."));
+  all.push_back(size("trace.record_limit", MEMBER(trace.recordLimit), kKiB, 16 * kMiB,
+                     "Text of one record; the rest is cut, with a note."));
+  all.push_back(boolean("trace.stderr", MEMBER(trace.toStderr),
+                        "Whether records go to standard error, too."));
+}
+
+}  // namespace
+
+const std::vector<Setting>& configSchema() {
+  static const std::vector<Setting> schema = [] {
+    std::vector<Setting> all;
+    addIdentity(all);
+    addHttp(all);
+    addEngine(all);
+    addTrace(all);
+    return all;
+  }();
+  return schema;
+}
+
+}  // namespace fw

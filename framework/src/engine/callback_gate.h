@@ -1,0 +1,60 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+
+#include "basic/host_link.h"
+
+namespace fw {
+
+/// The door to the agent: every callback goes through it, on a worker, inside the host's call
+/// guard. It counts who is inside, and closes when the agent stops.
+class CallbackGate {
+ public:
+  /// `guard` names the host's guard at the time of a callback; it may answer null.
+  explicit CallbackGate(std::function<HostLink::CallGuard*()> guard) : guard_(std::move(guard)) {}
+  CallbackGate(const CallbackGate&) = delete;
+  CallbackGate& operator=(const CallbackGate&) = delete;
+
+  /// Runs `callback` unless the gate is closed; false when it is. Exceptions pass through.
+  bool run(const std::function<void()>& callback);
+
+  /// The same for what cleans up after callbacks: it passes until seal().
+  bool runCleanup(const std::function<void()>& callback);
+
+  /// Lets no new callback in. May be called again.
+  void close();
+  bool isClosed() const;
+
+  /// Lets no clean-up in either.
+  void seal();
+
+  /// Waits at most `bound` until nobody is inside. Threads inside that are waiting here themselves
+  /// don't count: they can't leave before this returns. False when somebody was left.
+  bool drain(std::chrono::milliseconds bound);
+
+  /// Waits at most `bound` until really nobody is inside.
+  bool waitEmpty(std::chrono::milliseconds bound);
+
+  /// Callbacks that are inside now.
+  std::uint32_t inside() const;
+
+ private:
+  enum class State { Open, Closed, Sealed };
+
+  bool enter(State highest);
+  void leave();
+  bool runInside(State highest, const std::function<void()>& callback);
+
+  std::function<HostLink::CallGuard*()> guard_;
+  mutable std::mutex mutex_;
+  std::condition_variable left_;
+  State state_ = State::Open;         // guarded by mutex_
+  std::uint32_t inside_ = 0;          // guarded by mutex_
+  std::uint32_t drainingInside_ = 0;  // guarded by mutex_; threads inside that wait in drain()
+};
+
+}  // namespace fw

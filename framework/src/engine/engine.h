@@ -1,0 +1,120 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "agentfw/vuira.h"
+#include "basic/clock.h"
+#include "config/agent_config.h"
+#include "engine/callback_gate.h"
+#include "engine/report.h"
+#include "engine/reports.h"
+#include "engine/sample_channel.h"
+#include "engine/subnode_directory.h"
+#include "engine/table_set.h"
+#include "engine/timer_queue.h"
+#include "engine/worker_lane.h"
+
+namespace fw {
+
+/// Samples the agent's tables: decides when request objects open, are asked and close, and answers
+/// reports. Any thread may call; nothing blocks on a collector except where a bound is given.
+class Engine {
+ public:
+  using Done = std::function<void(ReportResult)>;
+
+  /// Everything outlives the engine. `timers` is fired by somebody else.
+  Engine(const EngineConfig& config, Clock& clock, TimerQueue& timers, CallbackGate& gate,
+         const SubnodeDirectory& subnodes);
+  Engine(const Engine&) = delete;
+  Engine& operator=(const Engine&) = delete;
+  /// Waits for every callback, however long it takes: a process that must end does not destroy it.
+  ~Engine();
+
+  /// Takes a table over and has the agent describe it, on a worker; 0, or an error code.
+  int addTable(TableManager& manager) { return tables_.add(manager); }
+
+  /// Forgets a table; waits at most engine.drain_bound for callbacks on it.
+  void removeTable(TableManager& manager);
+
+  /// Waits at most `bound` until every table is described or refused, or the engine stops.
+  bool waitDescribed(std::chrono::milliseconds bound) const { return tables_.waitDescribed(bound); }
+
+  /// The agent has registered its tables: from now on others are unknown, not late.
+  void setLoaded() { loaded_ = true; }
+
+  std::vector<TableStatus> tables() const;
+  std::optional<TableStatus> table(std::string_view name) const;
+  std::vector<LaneStatus> lanes() const;
+
+  /// See Agent::report().
+  void report(ReportRequest request, Done done);
+
+  std::uint32_t reportsWaiting() const;
+  std::uint64_t reportsAnswered() const;
+  std::uint64_t reportsRefused() const;
+
+  /// Closes a subnode's requests and waits at most `bound` for their callbacks, not for the
+  /// caller's own. False when one did not end; it goes on, and its object is deleted when it does.
+  bool closeSubnode(const std::string& raw, std::chrono::milliseconds bound);
+
+  /// Answers every report with "stopping", those in progress and those to come.
+  void refuse();
+
+  /// Deletes the request objects whose callbacks have ended, within the bound, and leaves the
+  /// others for good. The gate is closed and empty before, except for callbacks that don't return,
+  /// and sealed after.
+  void deleteObjects(std::chrono::milliseconds bound);
+
+  /// Ends the workers, waiting at most `bound` for each kind.
+  void stop(std::chrono::milliseconds bound);
+
+ private:
+  using ChannelKey = std::pair<std::string, std::string>;  // table, subnode
+
+  TableStatus statusOf(const TableSet::View& view) const;
+  std::optional<ReportError> targetsOf(const ReportRequest& request, const TableInfo& table,
+                                       std::vector<SubnodeName>& targets) const;
+  std::shared_ptr<SampleChannel> channelOf(const TableSet::View& table,
+                                           const SubnodeName& subnode);  // needs mutex_
+  std::optional<ReportError> tableOf(const std::string& name,
+                                     std::optional<TableSet::View>& table) const;
+  std::optional<ReportError> tryBegin(const ReportRequest& request, const Done& done);
+  void finish(const std::shared_ptr<Report>& report);
+  void answer(const std::function<void()>& answer);
+
+  const EngineConfig& config_;
+  Clock& clock_;
+  TimerQueue& timers_;
+  CallbackGate& gate_;
+  const SubnodeDirectory& subnodes_;
+
+  struct Running {
+    Done done;
+    TimerQueue::Id timer = 0;
+  };
+
+  mutable std::mutex mutex_;
+  std::map<ChannelKey, std::shared_ptr<SampleChannel>> channels_;  // guarded by mutex_
+  std::map<std::shared_ptr<Report>, Running> running_;             // guarded by mutex_
+  std::uint64_t answered_ = 0;                                     // guarded by mutex_
+  std::uint64_t refused_ = 0;                                      // guarded by mutex_
+  bool stopping_ = false;                                          // guarded by mutex_
+
+  std::atomic<bool> loaded_{false};
+  TableSet tables_;
+
+  // The workers of samples_ post to reports_, so they end first.
+  WorkerLane reports_;  // puts results together; never calls the agent
+  WorkerLane samples_;  // makes callbacks into the agent
+};
+
+}  // namespace fw

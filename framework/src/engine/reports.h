@@ -1,0 +1,157 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tables/column.h"
+#include "tables/row_block.h"
+#include "tables/value.h"
+
+/// @file
+/// What the running agent shows and answers; everything that serves people or programs goes through
+/// the class Agent below.
+
+namespace fw {
+
+/// A request for the current rows of a table.
+struct ReportRequest {
+  std::string table;
+  std::optional<std::string> subnode;  ///< without: all subnodes of a per-subnode table
+  std::string where;                   ///< "COLUMN OP VALUE and ..."; empty takes every row
+  std::uint32_t limit = 1000;          ///< rows in the result at most
+  std::optional<std::chrono::milliseconds> deadline;  ///< without: engine.report_deadline
+};
+
+/// Why a report as a whole has no rows.
+struct ReportError {
+  enum class Kind {
+    UnknownTable,
+    UnknownSubnode,  ///< no such subnode, or the table is the agent's own
+    BadWhere,        ///< `position` says where
+    TableRefused,    ///< the agent describes the table wrongly; `message` says how
+    NotReady,        ///< the agent is still loading or the table is not described yet
+    Busy,            ///< too many reports are waiting
+    Stopping,
+  };
+  Kind kind;
+  std::string message;                  ///< for people, whole sentences
+  std::optional<std::size_t> position;  ///< bytes into `where`, from 0
+  std::string nearest;                  ///< a known name near the unknown one, or empty
+};
+
+/// The part of a report that one subnode (or the agent itself) gave.
+struct ReportSample {
+  enum class State {
+    Fresh,
+    Stale,   ///< the collector is slow or stuck: these are the last good rows
+    Failed,  ///< no rows at all; `error` says why
+  };
+  std::string subnode;  ///< empty for the agent's own tables
+  State state = State::Failed;
+  std::chrono::milliseconds age{0};       ///< since the rows arrived from the agent
+  std::chrono::milliseconds duration{0};  ///< that taking the sample took
+  std::chrono::system_clock::time_point takenAt;
+  std::uint64_t rowsLost = 0;            ///< rows that the collector gave beyond engine.row_limit
+  std::string error;                     ///< for people; empty when fresh and complete
+  std::shared_ptr<const RowBlock> rows;  ///< what ReportRow::bytes points into; may be null
+};
+
+/// One row of a result.
+struct ReportRow {
+  const char* bytes;     ///< TableInfo::rowSize bytes; decodeValue() reads them
+  std::uint32_t sample;  ///< index into ReportResult::samples
+};
+
+/// The answer to a report. Self-contained: rows stay valid as long as the result lives.
+struct ReportResult {
+  std::optional<ReportError> error;  ///< set: everything below is empty
+  std::shared_ptr<const TableInfo> table;
+  std::vector<ReportSample> samples;  ///< one per subnode asked, in name order
+  std::vector<ReportRow> rows;        ///< those that pass `where`, at most `limit`
+  std::uint64_t matched = 0;          ///< rows that pass `where`, also beyond `limit`
+};
+
+enum class SubnodeState { Online, Offline };
+
+struct SubnodeInfo {
+  std::string name;
+  std::string product;
+  std::string version;
+  std::vector<std::string> affinities;
+  std::string info;
+  SubnodeState state = SubnodeState::Online;
+  std::chrono::system_clock::time_point since;  ///< when the state began
+};
+
+/// A table and how its sampling goes.
+struct TableStatus {
+  enum class State { Describing, Ready, Refused };
+  State state = State::Describing;
+  std::string refusal;                    ///< why, when refused
+  std::shared_ptr<const TableInfo> info;  ///< without columns unless Ready; never null
+  std::uint64_t samples = 0;              ///< callbacks that returned
+  std::uint64_t rows = 0;
+  std::uint64_t rowsLost = 0;
+  std::uint64_t errors = 0;    ///< request objects that could not be made, broken callbacks
+  std::uint64_t timeouts = 0;  ///< reports that passed their deadline
+  std::uint32_t stuck = 0;     ///< callbacks that do not return now
+  std::chrono::milliseconds lastDuration{0};
+  std::chrono::milliseconds maxDuration{0};
+  std::optional<std::chrono::milliseconds> age;  ///< of the newest sample
+};
+
+/// A kind of workers.
+struct LaneStatus {
+  std::string name;
+  std::uint32_t threads = 0;
+  std::uint32_t busy = 0;
+  std::uint32_t stuck = 0;
+  std::uint32_t queued = 0;
+  std::uint32_t limit = 0;        ///< threads at most
+  std::uint64_t saturations = 0;  ///< times that work waited with all threads busy at the limit
+};
+
+struct AgentStatus {
+  enum class State { Starting, Loading, Ready, Stopping };
+  State state = State::Starting;
+  std::string nodeName;  ///< INSTANCE:HOST:PRODUCT
+  std::string instance;
+  std::string host;
+  std::string productCode;
+  std::string productName;
+  std::string productVersion;
+  std::string frameworkVersion;
+  std::vector<std::string> affinities;
+  std::chrono::system_clock::time_point startedAt;
+  std::chrono::milliseconds uptime{0};
+  std::uint64_t pid = 0;
+  std::uint64_t residentBytes = 0;
+  std::uint32_t reportsWaiting = 0;
+  std::uint64_t reports = 0;         ///< answered, with or without rows
+  std::uint64_t reportsRefused = 0;  ///< answered Busy
+  std::vector<LaneStatus> lanes;
+};
+
+/// The running agent as its servers see it. Any thread may call; nothing here blocks on a
+/// collector.
+class Agent {
+ public:
+  virtual ~Agent() = default;
+
+  virtual AgentStatus status() const = 0;
+  virtual std::vector<TableStatus> tables() const = 0;  ///< in name order
+  virtual std::optional<TableStatus> table(std::string_view name) const = 0;
+  virtual std::vector<SubnodeInfo> subnodes() const = 0;  ///< in name order
+
+  /// Takes a report. `done` is called exactly once, on a thread of the framework and never before
+  /// report() has returned on the same thread; it must neither block nor throw.
+  virtual void report(ReportRequest request, std::function<void(ReportResult)> done) = 0;
+};
+
+}  // namespace fw

@@ -1,0 +1,243 @@
+#include "engine/sample_channel.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <exception>
+#include <optional>
+#include <stdexcept>
+
+#include "agentfw/ras1.h"
+#include "engine/worker_lane.h"
+#include "tables/request_detail.h"
+#include "tables/vuira_state.h"
+
+RAS1_UNIT("SAMPLECHANNEL");
+
+namespace fw {
+
+namespace {
+
+std::chrono::milliseconds toMs(Clock::MonotonicTime::duration duration) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(duration);
+}
+
+}  // namespace
+
+SampleChannel::SampleChannel(Shared shared, std::shared_ptr<TableEntry> table,
+                             std::shared_ptr<const TableInfo> info, std::string subnode,
+                             std::string label)
+    : shared_(shared),
+      table_(std::move(table)),
+      info_(std::move(info)),
+      subnode_(std::move(subnode)),
+      label_(std::move(label)),
+      turns_(std::make_shared<Turns>("sampling " + label_, shared.lane, shared.clock)) {}
+
+SampleChannel::~SampleChannel() { static_cast<void>(object_.release()); }
+
+void SampleChannel::sample(const Predicate& predicate, const std::weak_ptr<SampleWaiter>& waiter,
+                           std::size_t slot) {
+  Hints hints = filtersOf(predicate);
+  std::shared_ptr<Sampling> begun;
+  std::optional<SampleOutcome> outcome;
+  {
+    const std::lock_guard lock(mutex_);
+    outcome = answerNow(hints);
+    if (!outcome) {
+      auto& sampling = inFlight_[hints];
+      if (sampling == nullptr) {
+        sampling = begun = std::make_shared<Sampling>();
+        // Without hints nothing goes down, and others who want other rows may join.
+        begun->predicate = hints.empty() ? Predicate() : predicate;
+        begun->hints = std::move(hints);
+      }
+      sampling->waiting.push_back({waiter, slot});
+    }
+  }
+  if (outcome) {
+    if (const auto told = waiter.lock()) {
+      told->onSample(slot, *outcome);
+    }
+  } else if (begun != nullptr &&
+             !turns_->post([self = shared_from_this(), begun] { self->take(begun); })) {
+    finish(begun, {lastGood(), true, "Too many samples wait for a worker."});
+  }
+}
+
+std::optional<SampleOutcome> SampleChannel::answerNow(const Hints& hints) {
+  if (closed_) {
+    return SampleOutcome{nullptr, false, closedWhy_};
+  }
+  const auto now = shared_.clock.monotonic();
+  if (lastGood_ != nullptr && now - lastGood_->takenAtMono <= shared_.config.coalesceAge) {
+    return SampleOutcome{lastGood_, false, {}};
+  }
+  if (const auto running = turns_->runningFor(); running && *running >= shared_.config.stuckAfter) {
+    return SampleOutcome{
+        lastGood_, true,
+        fmt::format("The collector has not returned for {} s.", toMs(*running).count() / 1000)};
+  }
+  if (inFlight_.size() >= kMaxHinted && !inFlight_.contains(hints)) {
+    return SampleOutcome{lastGood_, true, "Too many different conditions wait for their sample."};
+  }
+  return std::nullopt;
+}
+
+void SampleChannel::take(const std::shared_ptr<Sampling>& sampling) {
+  bool wanted = false;
+  {
+    const std::lock_guard lock(mutex_);
+    wanted = std::any_of(sampling->waiting.begin(), sampling->waiting.end(),
+                         [](const Waiting& each) { return !each.waiter.expired(); });
+    if (!wanted) {
+      const auto found = inFlight_.find(sampling->hints);
+      if (found != inFlight_.end() && found->second == sampling) {
+        inFlight_.erase(found);
+      }
+    }
+  }
+  if (wanted) {
+    finish(sampling, outcomeOf(*sampling));
+  }
+}
+
+SampleOutcome SampleChannel::outcomeOf(const Sampling& sampling) {
+  RAS1_FUNCTION();
+  SampleOutcome outcome;
+  try {
+    const auto call = [&] { outcome.sample = callAgent(sampling.hints, sampling.predicate); };
+    if (!shared_.gate.run(call)) {
+      outcome.error = "The agent is stopping.";
+      return outcome;
+    }
+    count(*outcome.sample);
+    return outcome;
+  } catch (const std::exception& error) {
+    outcome.error = error.what();
+  } catch (...) {
+    outcome.error = "The agent ended the callback with an unknown exception.";
+  }
+  ++table_->meters.errors;
+  RAS1_PRINT("ERROR: no sample of %s: %s", label_.c_str(), outcome.error.c_str());
+  return outcome;
+}
+
+void SampleChannel::finish(const std::shared_ptr<Sampling>& sampling,
+                           const SampleOutcome& outcome) {
+  std::vector<Waiting> waiting;
+  {
+    const std::lock_guard lock(mutex_);
+    waiting.swap(sampling->waiting);
+    // A channel that was closed meanwhile, and maybe opened again, has forgotten this sampling.
+    const auto found = inFlight_.find(sampling->hints);
+    if (found != inFlight_.end() && found->second == sampling) {
+      inFlight_.erase(found);
+      if (outcome.sample != nullptr && sampling->hints.empty()) {
+        lastGood_ = outcome.sample;
+      }
+    }
+  }
+  for (const Waiting& each : waiting) {
+    if (const auto told = each.waiter.lock()) {
+      told->onSample(each.slot, outcome);
+    }
+  }
+}
+
+std::shared_ptr<const Sample> SampleChannel::callAgent(const Hints& hints,
+                                                       const Predicate& predicate) {
+  std::unique_ptr<vuira> own;
+  if (!hints.empty()) {
+    own = makeObject(hints, predicate);
+  } else if (object_ == nullptr) {
+    object_ = makeObject({}, {});
+  }
+  vuira& object = hints.empty() ? *object_ : *own;
+  VuiraState::beginCallback(object);
+  const auto began = shared_.clock.monotonic();
+  object.TakeSample();
+  auto sample = std::make_shared<Sample>();
+  sample->takenAt = shared_.clock.wall();
+  sample->takenAtMono = shared_.clock.monotonic();
+  sample->duration = toMs(sample->takenAtMono - began);
+  sample->rowsLost = VuiraState::of(object).rowsLost;
+  sample->rows = VuiraState::takeRows(object);
+  if (sample->rows.rowCount() > 0 && sample->rows.rowSize() != info_->rowSize) {
+    throw std::runtime_error(fmt::format("The rows of {} have {} bytes, not {} as described.",
+                                         label_, sample->rows.rowSize(), info_->rowSize));
+  }
+  return sample;
+}
+
+std::unique_ptr<vuira> SampleChannel::makeObject(const Hints& hints, const Predicate& predicate) {
+  RequestDetail detail;
+  detail.kind = RequestKind::Report;
+  if (!subnode_.empty()) {
+    detail.subnodes.push_back(subnode_);
+  }
+  detail.filters = hints;
+  detail.thresholds = predicate;
+  detail.rowLimit = shared_.config.rowLimit;
+  ContextInfo context;
+  std::unique_ptr<vuira> object(table_->manager->CreateCtira(&detail, &context));
+  if (object == nullptr) {
+    throw std::runtime_error("The agent made no request object.");
+  }
+  return object;
+}
+
+void SampleChannel::count(const Sample& sample) {
+  TableMeters& meters = table_->meters;
+  ++meters.samples;
+  meters.rows += sample.rows.rowCount();
+  meters.rowsLost += sample.rowsLost;
+  meters.lastDurationMs = sample.duration.count();
+  std::int64_t most = meters.maxDurationMs;
+  while (sample.duration.count() > most &&
+         !meters.maxDurationMs.compare_exchange_weak(most, sample.duration.count())) {
+  }
+  meters.newest = sample.takenAtMono.time_since_epoch().count();
+}
+
+std::shared_ptr<const Sample> SampleChannel::lastGood() const {
+  const std::lock_guard lock(mutex_);
+  return lastGood_;
+}
+
+bool SampleChannel::isStuck() const {
+  const auto running = turns_->runningFor();
+  return running && *running >= shared_.config.stuckAfter;
+}
+
+void SampleChannel::close(const std::string& why) {
+  std::map<Hints, std::shared_ptr<Sampling>> inFlight;
+  {
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    closedWhy_ = why;
+    lastGood_.reset();
+    inFlight.swap(inFlight_);
+  }
+  turns_->postAlways([self = shared_from_this()] { self->deleteObject(); });
+  for (const auto& [hints, sampling] : inFlight) {
+    finish(sampling, {nullptr, false, why});
+  }
+}
+
+void SampleChannel::reopen() {
+  const std::lock_guard lock(mutex_);
+  closed_ = false;
+}
+
+bool SampleChannel::isClosed() const {
+  const std::lock_guard lock(mutex_);
+  return closed_;
+}
+
+void SampleChannel::deleteObject() {
+  // Sealed gates leave the object alone: what its destructor would call is gone by then.
+  shared_.gate.runCleanup([this] { object_.reset(); });
+}
+
+}  // namespace fw

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include "basic/clock.h"
+
+namespace fw {
+
+/// Things to do at moments of the monotonic clock. The queue itself has no thread: somebody calls
+/// fireDue(). Any thread may call anything; actions run without a lock held.
+class TimerQueue {
+ public:
+  using Action = std::function<void()>;
+  using Id = std::uint64_t;
+
+  explicit TimerQueue(Clock& clock) : clock_(clock) {}
+  TimerQueue(const TimerQueue&) = delete;
+  TimerQueue& operator=(const TimerQueue&) = delete;
+
+  /// Has `action` run once, at `when` or soon after. It must not block.
+  Id at(Clock::MonotonicTime when, Action action);
+  Id after(Clock::MonotonicTime::duration delay, Action action);
+
+  /// Forgets an action. False when it has begun to run, or has run.
+  bool cancel(Id id);
+
+  /// Runs what is due, on the calling thread, in order of time.
+  void fireDue();
+
+  /// When the next action is due.
+  std::optional<Clock::MonotonicTime> next() const;
+
+  /// Names what is told when an action becomes the next one; it must not block. Once this has
+  /// returned, the notice before it is not called any more.
+  void onNewNext(std::function<void()> notice);
+
+ private:
+  using Key = std::pair<Clock::MonotonicTime, Id>;
+
+  Clock& clock_;
+  std::mutex noticeMutex_;
+  std::function<void()> newNext_;  // guarded by noticeMutex_
+  mutable std::mutex mutex_;
+  std::map<Key, Action> actions_;               // guarded by mutex_
+  std::map<Id, Clock::MonotonicTime> moments_;  // guarded by mutex_
+  Id lastId_ = 0;                               // guarded by mutex_
+};
+
+}  // namespace fw

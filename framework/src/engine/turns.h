@@ -1,0 +1,61 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "basic/clock.h"
+
+namespace fw {
+
+class WorkerLane;
+
+/// Runs jobs one at a time, in the order in which they came, on the workers of a lane. A job that
+/// waits for its turn takes no worker. Jobs that wait when the lane stops never run.
+class Turns : public std::enable_shared_from_this<Turns> {
+ public:
+  using Job = std::function<void()>;
+
+  /// `what` names the jobs in the trace. Both references outlive this object.
+  Turns(std::string what, WorkerLane& lane, Clock& clock)
+      : what_(std::move(what)), lane_(lane), clock_(clock) {}
+  Turns(const Turns&) = delete;
+  Turns& operator=(const Turns&) = delete;
+
+  /// Adds a job; false when the lane takes no more work.
+  bool post(Job job);
+
+  /// The same for what must not be lost: it counts against no limit. False when the lane stops.
+  bool postAlways(Job job);
+
+  /// For how long the job that has its turn has been running; nothing when none is.
+  std::optional<Clock::MonotonicTime::duration> runningFor() const;
+
+  /// Waits at most `bound` until no job runs or waits; a job that asks this does not count itself.
+  bool waitIdle(std::chrono::milliseconds bound) const;
+
+ private:
+  /// Adds a job; true when it has its turn at once and needs a worker.
+  bool add(Job job);
+  /// Takes the first job back, for which there is no worker; returns false.
+  bool withdraw();
+  Job nextRun();
+  void runNext();
+
+  const std::string what_;
+  WorkerLane& lane_;
+  Clock& clock_;
+  mutable std::mutex mutex_;
+  mutable std::condition_variable idle_;
+  std::deque<Job> jobs_;                       // guarded by mutex_; the first has its turn
+  std::optional<Clock::MonotonicTime> began_;  // guarded by mutex_; set while the first runs
+  std::thread::id thread_;                     // guarded by mutex_; that runs the first
+};
+
+}  // namespace fw

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "engine/reports.h"
+#include "http/connection_table.h"
+
+namespace fw::http {
+
+// The JSON documents of the agent, its tables and its subnodes; docs/formats/rest-api.md shows
+// them.
+std::string agentJson(const AgentStatus& agent, const Counters& server);
+std::string tablesJson(const std::vector<TableStatus>& tables);
+std::string tableJson(const TableStatus& table);  ///< with its columns
+std::string subnodesJson(const std::vector<SubnodeInfo>& subnodes);
+
+/// "starting", "loading", "ready" or "stopping".
+const char* toText(AgentStatus::State state);
+
+}  // namespace fw::http

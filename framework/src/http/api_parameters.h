@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "http/problem.h"
+#include "http/target.h"
+
+namespace fw::http {
+
+/// Checks a query: each parameter is one of `known` and stands there once at most.
+std::optional<Problem> checkParameters(const std::vector<Parameter>& parameters,
+                                       const std::vector<std::string>& known);
+
+/// The parameter's value; nothing when it is not given or empty.
+std::optional<std::string> findParameter(const std::vector<Parameter>& parameters,
+                                         std::string_view name);
+
+/// A whole number from `min` to `max` in decimal digits; otherwise sets `problem`.
+std::uint32_t parseNumber(std::string_view name, std::string_view text, std::uint32_t min,
+                          std::uint32_t max, std::optional<Problem>& problem);
+
+}  // namespace fw::http

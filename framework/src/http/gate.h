@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "http/problem.h"
+#include "http/target.h"
+
+namespace fw::http {
+
+/// A request as it came over the wire.
+struct RawRequest {
+  std::string method;
+  std::string target;
+  std::vector<std::string> hosts;    ///< all Host headers
+  std::vector<std::string> origins;  ///< all Origin headers
+  std::size_t headerBytes = 0;       ///< request line and headers
+  std::uint64_t bodyBytes = 0;       ///< declared or received, whichever is more
+};
+
+/// A request that passed the gate.
+struct Request {
+  std::string method;
+  Target target;
+};
+
+struct GateLimits {
+  std::size_t target = 8 * 1024;     ///< bytes of the request target
+  std::size_t headers = 32 * 1024;   ///< bytes of the request line and the headers
+  std::uint64_t body = 1024 * 1024;  ///< bytes of the content
+};
+
+/// Decides whether a request may come in at all, before anybody looks at what it asks for.
+///
+/// A page of another site that is open in the user's browser can reach a server on the loopback
+/// interface, too: under a name of its own that it lets point to 127.0.0.1, which the Host header
+/// gives away, or openly, which the Origin header gives away. Both are refused.
+class Gate {
+ public:
+  Gate(std::uint16_t port, GateLimits limits);
+
+  std::variant<Request, Problem> check(const RawRequest& raw) const;
+
+ private:
+  bool isOwnAuthority(std::string_view authority) const;
+  std::optional<Problem> checkLimits(const RawRequest& raw) const;
+  std::optional<Problem> checkHost(const RawRequest& raw) const;
+  std::optional<Problem> checkOrigin(const RawRequest& raw) const;
+
+  std::vector<std::string> authorities_;
+  GateLimits limits_;
+};
+
+}  // namespace fw::http

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string_view>
+
+namespace fw::http {
+
+/// A file of the page, as it stood in the folder page/ when the framework was built.
+struct PageFile {
+  std::string_view path;         ///< the address
+  std::string_view contentType;  ///< static storage
+  std::string_view content;      ///< static storage
+};
+
+/// The file at an address, or null.
+const PageFile* findPageFile(std::string_view path);
+
+}  // namespace fw::http

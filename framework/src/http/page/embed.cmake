@@ -1,0 +1,30 @@
+# Writes a header with the content of files, one string_view each.
+#   cmake -DOUTPUT=header -DFOLDER=folder "-DFILES=index.html;app.js" -P embed.cmake
+# The constant of app.js is kAppJs.
+set(text "#pragma once\n\n#include <string_view>\n\nnamespace fw::http::page_content {\n")
+foreach(file IN LISTS FILES)
+  string(REGEX MATCHALL "[A-Za-z0-9]+" words "${file}")
+  set(constant "k")
+  foreach(word IN LISTS words)
+    string(SUBSTRING "${word}" 0 1 first)
+    string(SUBSTRING "${word}" 1 -1 rest)
+    string(TOUPPER "${first}" first)
+    string(APPEND constant "${first}${rest}")
+  endforeach()
+  file(READ "${FOLDER}/${file}" hex HEX)
+  string(LENGTH "${hex}" digits)
+  math(EXPR length "${digits} / 2")
+  # Compilers limit the length of one literal, so the content stands in many short ones.
+  set(literals "")
+  set(at 0)
+  while(at LESS digits)
+    string(SUBSTRING "${hex}" ${at} 64 piece)
+    string(REGEX REPLACE "([0-9a-f][0-9a-f])" "\\\\x\\1" piece "${piece}")
+    string(APPEND literals "\n    \"${piece}\"")
+    math(EXPR at "${at} + 64")
+  endwhile()
+  string(APPEND text
+    "\n// ${file}\ninline constexpr std::string_view ${constant}{${literals},\n    ${length}};\n")
+endforeach()
+string(APPEND text "\n}  // namespace fw::http::page_content\n")
+file(WRITE "${OUTPUT}" "${text}")

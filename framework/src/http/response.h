@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fw::http {
+
+inline constexpr std::string_view kJsonType = "application/json";
+inline constexpr std::string_view kProblemType = "application/problem+json";
+
+/// A content that is written while it is sent, piece by piece. Used by one thread at a time.
+class BodySource {
+ public:
+  virtual ~BodySource() = default;
+
+  /// Appends the next piece, some ten KiB; false when nothing is left and nothing was appended.
+  virtual bool next(std::string& out) = 0;
+
+  /// Whether the whole content is small enough to be sent in one piece, with its length.
+  virtual bool isSmall() const = 0;
+};
+
+struct Header {
+  std::string name;
+  std::string value;
+};
+
+/// An answer. Its content is `fixedBody` if that is given, else `source`, else `body`.
+struct Response {
+  int status = 200;
+  std::string_view contentType = kJsonType;  ///< static storage
+  std::string body;
+  std::string_view fixedBody;  ///< static storage
+  std::unique_ptr<BodySource> source;
+  std::vector<Header> headers;
+  bool close = false;  ///< the connection ends after this answer
+};
+
+/// The headers that every answer carries, chosen so that a browser takes nothing from elsewhere,
+/// guesses no type, keeps no copy, and shows the answer in no frame.
+const std::vector<Header>& securityHeaders();
+
+}  // namespace fw::http

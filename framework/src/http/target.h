@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fw::http {
+
+/// One name=value of a query, decoded.
+struct Parameter {
+  std::string name;
+  std::string value;
+};
+
+/// A request target, decoded: valid UTF-8 without NUL.
+struct Target {
+  std::string path;                   ///< as it was sent, without the query
+  std::vector<std::string> segments;  ///< of "/api/v1/": "api", "v1", ""
+  std::vector<Parameter> parameters;  ///< in the order in which they were sent
+};
+
+/// Takes a request target ("/path?name=value&...") apart. Returns what is wrong with it, for
+/// people, or nothing.
+std::optional<std::string> parseTarget(std::string_view raw, Target& target);
+
+}  // namespace fw::http

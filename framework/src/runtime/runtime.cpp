@@ -1,0 +1,272 @@
+#include "runtime/runtime.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <exception>
+#include <utility>
+
+#include "agentfw/ras1.h"
+#include "config/active_config.h"
+#include "engine/countdown.h"
+#include "engine/timer_thread.h"
+#include "runtime/process_memory.h"
+#include "tables/status.h"
+
+RAS1_UNIT("RUNTIME");
+
+namespace fw {
+
+namespace {
+
+// What workers still do when all callbacks have ended, or don't end any more, is short.
+constexpr std::chrono::milliseconds kWorkersBound{1'000};
+
+std::atomic<Runtime*> currentRuntime{nullptr};
+
+/// Nothing is configured in a process that never called configure(): defaults, and no product.
+const AgentConfig& processConfig() {
+  static const auto& defaults = *new AgentConfig;
+  const AgentConfig* const active = activeConfig();
+  return active == nullptr ? defaults : *active;
+}
+
+}  // namespace
+
+Runtime& Runtime::current() {
+  if (Runtime* const runtime = currentRuntime.load(); runtime != nullptr) {
+    return *runtime;
+  }
+  static Runtime& own =
+      *new Runtime(processConfig(), Clock::system(), HostLink::instance(), createHttpService);
+  return own;
+}
+
+Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, ServiceFactory services)
+    : config_(config),
+      clock_(clock),
+      host_(host),
+      services_(std::move(services)),
+      startedAt_(clock.wall()),
+      started_(clock.monotonic()),
+      identity_(config),
+      subnodes_(clock, config.engine.subnodeLimit),
+      timers_(clock),
+      gate_([this] { return host_.callGuard(); }),
+      engine_(config.engine, clock, timers_, gate_, subnodes_),
+      loaderLane_("loader", {1, 0, 0, config.engine.stuckAfter}, clock, timers_),
+      before_(setTableRegistrar(this)),
+      beforeRuntime_(currentRuntime.exchange(this)) {}
+
+Runtime::~Runtime() {
+  shutdown();
+  engine_.refuse();
+  engine_.deleteObjects(config_.engine.drainBound);
+  currentRuntime = beforeRuntime_;
+  setTableRegistrar(before_);
+}
+
+void Runtime::setLoader(Loader loader) {
+  const std::lock_guard lock(mutex_);
+  loader_ = loader;
+}
+
+void Runtime::setCommandCallback(CommandCallback callback) {
+  const std::lock_guard lock(mutex_);
+  commandCallback_ = callback;
+}
+
+void Runtime::setState(AgentStatus::State state) {
+  const std::lock_guard lock(mutex_);
+  if (!stopping_) {
+    state_ = state;
+  }
+}
+
+int Runtime::run() {
+  RAS1_FLOW();
+  {
+    const std::lock_guard lock(mutex_);
+    if (stopping_) {
+      return ras1Flow.result(kRcOk);
+    }
+    if (std::exchange(running_, true)) {
+      RAS1_PRINT("ERROR: the main loop runs already");
+      return ras1Flow.result(kRcBusy);
+    }
+  }
+  const TimerThread timerThread(timers_);
+  const std::unique_ptr<Service> service = services_(*this, config_);
+  const int rc = serve(*service);
+  end(*service);
+  return ras1Flow.result(rc);
+}
+
+int Runtime::serve(Service& service) {
+  RAS1_FUNCTION();
+  if (std::string why = service.start(); !why.empty()) {
+    RAS1_PRINT("ERROR: %s", why.c_str());
+    host_.setFailure(why);
+    return kRcServiceFailed;
+  }
+  setState(AgentStatus::State::Loading);
+  host_.notifyMainLoopEntered();
+  if (const int rc = load(); rc != kRcOk) {
+    return rc;
+  }
+  engine_.setLoaded();
+  engine_.waitDescribed(config_.engine.reportDeadline);
+  setState(AgentStatus::State::Ready);
+  {
+    const std::lock_guard lock(mutex_);
+    if (stopping_) {
+      return kRcOk;
+    }
+  }
+  RAS1_PRINT("%s is ready on port %u", identity_.nodeName().c_str(), service.port());
+  host_.notifyReady(service.port());
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return stopping_; });
+  return kRcOk;
+}
+
+int Runtime::load() {
+  RAS1_FUNCTION();
+  Loader loader = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    loader = loader_;
+  }
+  if (loader == nullptr) {
+    RAS1_PRINT("ERROR: no agent loader is registered");
+    host_.setFailure("no agent loader is registered");
+    return kRcNoLoader;
+  }
+  loaderLane_.post("the agent loader", [this, loader] {
+    int code = kRcLoaderFailed;
+    const auto note = [&] {
+      const std::lock_guard lock(mutex_);
+      loaded_ = {true, code};
+      changed_.notify_all();
+    };
+    try {
+      if (!gate_.run([&] { code = loader(); })) {
+        code = kRcOk;  // stopped before it began
+      }
+    } catch (...) {
+      note();
+      throw;
+    }
+    note();
+  });
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return loaded_.returned || stopping_; });
+  // A loader that is overtaken by a stop has the bound to say how it ended.
+  if (!changed_.wait_for(lock, config_.engine.drainBound, [this] { return loaded_.returned; })) {
+    RAS1_PRINT("ERROR: the agent loader has not returned");
+    return kRcOk;
+  }
+  if (loaded_.code == kRcOk) {
+    return kRcOk;
+  }
+  lock.unlock();
+  RAS1_PRINT("ERROR: the agent loader failed (rc %i)", loaded_.code);
+  host_.setFailure(
+      fmt::format("the agent could not be loaded (rc {}); its trace says why", loaded_.code));
+  return kRcLoaderFailed;
+}
+
+void Runtime::end(Service& service) {
+  RAS1_FLOW();
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+    state_ = AgentStatus::State::Stopping;
+  }
+  const Countdown countdown(config_.engine.drainBound);
+  gate_.close();
+  service.refuse();
+  engine_.refuse();
+  service.drain(countdown.left());
+  service.stop();
+  // Also the callback in which the stop began has to end before its request object may go.
+  if (!gate_.waitEmpty(countdown.left())) {
+    RAS1_PRINT("ERROR: %u callbacks have not returned; their request objects are left alone",
+               gate_.inside());
+  }
+  engine_.deleteObjects(config_.engine.drainBound);
+  engine_.stop(kWorkersBound);
+  loaderLane_.stop(kWorkersBound);
+}
+
+void Runtime::shutdown() {
+  RAS1_FLOW();
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+    state_ = AgentStatus::State::Stopping;
+    gate_.close();
+    changed_.notify_all();
+  }
+  if (!gate_.drain(config_.engine.drainBound)) {
+    RAS1_PRINT("ERROR: %u callbacks have not returned %lld ms after the stop began", gate_.inside(),
+               static_cast<long long>(config_.engine.drainBound.count()));
+  }
+}
+
+int Runtime::deregisterSubnode(const std::string& name) {
+  RAS1_FLOW();
+  if (const int rc = subnodes_.remove(name); rc != kRcOk) {
+    return ras1Flow.result(rc);
+  }
+  if (!engine_.closeSubnode(name, config_.engine.drainBound)) {
+    RAS1_PRINT("ERROR: a callback for subnode %s has not returned", name.c_str());
+  }
+  return ras1Flow.result(kRcOk);
+}
+
+AgentStatus Runtime::status() const {
+  AgentStatus status;
+  {
+    const std::lock_guard lock(mutex_);
+    status.state = state_;
+  }
+  status.nodeName = identity_.nodeName();
+  status.instance = config_.instance;
+  status.host = identity_.host();
+  status.productCode = config_.product.code;
+  status.productName = config_.product.name;
+  status.productVersion = identity_.productVersion();
+  status.frameworkVersion = ras1BuildInfo.version;
+  status.affinities = identity_.affinities();
+  status.startedAt = startedAt_;
+  status.uptime =
+      std::chrono::duration_cast<std::chrono::milliseconds>(clock_.monotonic() - started_);
+  status.pid = static_cast<std::uint64_t>(getpid());
+  status.residentBytes = residentBytes();
+  status.reportsWaiting = engine_.reportsWaiting();
+  status.reports = engine_.reportsAnswered();
+  status.reportsRefused = engine_.reportsRefused();
+  status.lanes = engine_.lanes();
+  status.lanes.push_back(loaderLane_.status());
+  return status;
+}
+
+std::vector<TableStatus> Runtime::tables() const { return engine_.tables(); }
+
+std::optional<TableStatus> Runtime::table(std::string_view name) const {
+  return engine_.table(name);
+}
+
+std::vector<SubnodeInfo> Runtime::subnodes() const { return subnodes_.all(); }
+
+void Runtime::report(ReportRequest request, std::function<void(ReportResult)> done) {
+  engine_.report(std::move(request), std::move(done));
+}
+
+int Runtime::addTable(TableManager& manager) { return engine_.addTable(manager); }
+
+void Runtime::removeTable(TableManager& manager) { engine_.removeTable(manager); }
+
+}  // namespace fw

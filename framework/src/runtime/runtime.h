@@ -1,0 +1,112 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "agentfw/vuira.h"
+#include "basic/clock.h"
+#include "basic/host_link.h"
+#include "config/agent_config.h"
+#include "engine/callback_gate.h"
+#include "engine/engine.h"
+#include "engine/reports.h"
+#include "engine/timer_queue.h"
+#include "engine/worker_lane.h"
+#include "runtime/identity.h"
+#include "runtime/service.h"
+#include "runtime/subnode_registry.h"
+#include "tables/table_registrar.h"
+
+namespace fw {
+
+/// The framework as a whole: the main loop, and what the agent registers with it.
+///
+/// A process has one at a time: the operations of the seam reach the newest. Its own is never
+/// destroyed, because threads of a collector that does not return may still run in it when the
+/// process ends.
+class Runtime final : public Agent, public TableRegistrar {
+ public:
+  using Loader = int (*)();
+  using CommandCallback = int (*)(VuiraAutomationCapsule*);
+  using ServiceFactory =
+      std::function<std::unique_ptr<Service>(Agent& agent, const AgentConfig& config)>;
+
+  /// Everything outlives the runtime.
+  Runtime(const AgentConfig& config, Clock& clock, HostLink& host, ServiceFactory services);
+  Runtime(const Runtime&) = delete;
+  Runtime& operator=(const Runtime&) = delete;
+  /// Waits for every callback, however long it takes.
+  ~Runtime() override;
+
+  /// The runtime that the seam's operations reach; makes the process's own when there is none.
+  static Runtime& current();
+
+  Identity& identity() { return identity_; }
+  SubnodeRegistry& subnodeRegistry() { return subnodes_; }
+
+  void setLoader(Loader loader);
+  void setCommandCallback(CommandCallback callback);
+
+  /// The main loop; see kramain(). Runs once.
+  int run();
+
+  /// See IRA_Shutdown().
+  void shutdown();
+
+  /// See IRA_Subnode_Deregister(); the raw name.
+  int deregisterSubnode(const std::string& name);
+
+  // Agent
+  AgentStatus status() const override;
+  std::vector<TableStatus> tables() const override;
+  std::optional<TableStatus> table(std::string_view name) const override;
+  std::vector<SubnodeInfo> subnodes() const override;
+  void report(ReportRequest request, std::function<void(ReportResult)> done) override;
+
+  // TableRegistrar
+  int addTable(TableManager& manager) override;
+  void removeTable(TableManager& manager) override;
+
+ private:
+  struct LoaderResult {
+    bool returned = false;
+    int code = 0;
+  };
+
+  int serve(Service& service);
+  int load();
+  void end(Service& service);
+  void setState(AgentStatus::State state);
+
+  const AgentConfig& config_;
+  Clock& clock_;
+  HostLink& host_;
+  const ServiceFactory services_;
+  const Clock::WallTime startedAt_;
+  const Clock::MonotonicTime started_;
+
+  Identity identity_;
+  SubnodeRegistry subnodes_;
+  TimerQueue timers_;
+  CallbackGate gate_;
+
+  mutable std::mutex mutex_;
+  std::condition_variable changed_;
+  AgentStatus::State state_ = AgentStatus::State::Starting;  // guarded by mutex_
+  bool running_ = false;                                     // guarded by mutex_
+  bool stopping_ = false;                                    // guarded by mutex_
+  Loader loader_ = nullptr;                                  // guarded by mutex_
+  CommandCallback commandCallback_ = nullptr;                // guarded by mutex_
+  LoaderResult loaded_;                                      // guarded by mutex_
+
+  Engine engine_;
+  WorkerLane loaderLane_;
+  TableRegistrar* before_;  // the registrar that this one replaced
+  Runtime* beforeRuntime_;  // the runtime that this one replaced
+};
+
+}  // namespace fw

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "agentfw/ras1.h"
+#include "basic/clock.h"
+#include "trace/trace_settings.h"
+#include "trace/trace_sink.h"
+#include "trace/unit_registry.h"
+
+namespace fw::trace {
+
+/// The trace of the process, behind the RAS1 operations. Any thread, at any time; also in the child
+/// of a fork.
+class Trace {
+ public:
+  explicit Trace(Clock& clock);
+  Trace(const Trace&) = delete;
+  Trace& operator=(const Trace&) = delete;
+
+  /// The process's trace; never destroyed, because threads trace until the very end.
+  static Trace& instance();
+
+  /// Opens the sink and sets the masks. Returns an empty text, or why the file can't be written:
+  /// nothing has changed then. `settings.file` is absolute.
+  std::string configure(const Settings& settings);
+
+  /// Gives a mask to the units that fit a pattern (MaskRule), at once and from now on.
+  void setMask(const std::string& unitPattern, std::uint32_t mask);
+
+  std::vector<UnitInfo> units() const { return registry_.units(); }
+  SinkCounters counters() const { return sink_.counters(); }
+  bool flush(std::chrono::milliseconds bound) noexcept { return sink_.flush(bound); }
+
+  std::uint32_t sync(const RAS1_Entry& entry) { return registry_.sync(entry); }
+  void write(const RAS1_Entry& entry, std::uint32_t line, std::string_view text);
+  void writeDump(const RAS1_Entry& entry, std::uint32_t line, std::string_view text);
+
+ private:
+  void beforeFork();
+  void afterForkInParent();
+  void afterForkInChild();
+  void put(const RAS1_Entry& entry, std::uint32_t line, std::string_view text, std::uint64_t limit);
+
+  Clock& clock_;
+  UnitRegistry registry_;
+  TraceSink sink_;
+  std::atomic<std::uint64_t> recordLimit_{Settings{}.recordLimit};
+};
+
+}  // namespace fw::trace
