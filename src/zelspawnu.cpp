@@ -126,7 +126,7 @@ bool redirect(int descriptor, const char* file, int flags) {
     reportDaemonError("setsid", errno, "");
     _exit(0);
   }
-  execve(path, const_cast<char**>(argv), const_cast<char**>(envp));
+  execve(path == nullptr ? "" : path, const_cast<char**>(argv), const_cast<char**>(envp));
   reportDaemonError("execve", errno, "\n");
   _exit(0);
 }
