@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+
+#include "signals.h"
+
+namespace host {
+
+/// Decides when a deferred signal takes effect, and what that is.
+///
+/// Until open() everything is held: a stop in the middle of the start would take the library's
+/// client away under it. After that TERM and INT call the handler that the library asked for, or
+/// stop the agent when it has not asked. HUP waits for the library to ask. A stop is begun once.
+/// Used by the main thread alone.
+class SignalPolicy {
+ public:
+  struct Delivery {
+    int signal = 0;
+    SignalHandler handler = nullptr;  ///< null: stop the agent
+  };
+  using Lookup = std::function<SignalHandler(int sig)>;
+
+  void received(int sig);
+  void open() { open_ = true; }
+
+  /// What is to be done now, if anything. Call until it gives nothing, after every event.
+  std::optional<Delivery> next(const Lookup& libraryHandler);
+
+  bool stopAsked() const { return stopAsked_; }  ///< TERM or INT has been received
+  bool stopBegun() const { return stopBegun_; }  ///< and next() has given it out
+
+ private:
+  bool open_ = false;
+  bool stopAsked_ = false;
+  bool stopBegun_ = false;
+  int stopSignal_ = 0;
+  bool hangUp_ = false;
+};
+
+}  // namespace host

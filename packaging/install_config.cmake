@@ -1,0 +1,32 @@
+# Installs the default configuration of a product home. Called at install time with
+# SOURCE (the shipped files), HOME (the product home), DEFAULTS (where the defaults are kept).
+#
+# A file that the operator has changed is kept: one that equals the default installed before it is
+# replaced by the new default, any other is left alone.
+file(MAKE_DIRECTORY "${HOME}/config" "${DEFAULTS}")
+file(GLOB files RELATIVE "${SOURCE}" "${SOURCE}/*")
+foreach(name IN LISTS files)
+  set(shipped "${SOURCE}/${name}")
+  set(current "${HOME}/config/${name}")
+  set(previous "${DEFAULTS}/${name}")
+  set(replace OFF)
+  if(NOT EXISTS "${current}")
+    set(replace ON)
+  elseif(EXISTS "${previous}")
+    file(SHA256 "${current}" currentHash)
+    file(SHA256 "${previous}" previousHash)
+    if(currentHash STREQUAL previousHash)
+      set(replace ON)
+    endif()
+  endif()
+  if(replace)
+    configure_file("${shipped}" "${current}" COPYONLY)
+  else()
+    file(SHA256 "${current}" currentHash)
+    file(SHA256 "${shipped}" shippedHash)
+    if(NOT currentHash STREQUAL shippedHash)
+      message(STATUS "Kept your ${current}; the default is ${previous}")
+    endif()
+  endif()
+  configure_file("${shipped}" "${previous}" COPYONLY)
+endforeach()
