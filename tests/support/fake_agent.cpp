@@ -14,6 +14,13 @@ FakeAgent::~FakeAgent() {
   worker_.join();
 }
 
+void FakeAgent::addTable(std::shared_ptr<const fw::TableInfo> table) {
+  fw::TableStatus status;
+  status.state = fw::TableStatus::State::Ready;
+  status.info = std::move(table);
+  tableList.push_back(std::move(status));
+}
+
 std::optional<fw::TableStatus> FakeAgent::table(std::string_view name) const {
   for (const fw::TableStatus& each : tableList) {
     if (each.info->name == name) {

@@ -28,6 +28,9 @@ class FakeAgent final : public fw::Agent {
   std::vector<fw::SubnodeInfo> subnodeList;
   std::function<fw::ReportResult(const fw::ReportRequest&)> answer;
 
+  /// Adds a table that is ready.
+  void addTable(std::shared_ptr<const fw::TableInfo> table);
+
   fw::AgentStatus status() const override { return agentStatus; }
   std::vector<fw::TableStatus> tables() const override { return tableList; }
   std::optional<fw::TableStatus> table(std::string_view name) const override;

@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <ctime>
+#include <chrono>
 #include <iterator>
 
 #include "basic/utf8.h"
@@ -116,14 +116,16 @@ void appendDumpLine(std::string& out, const unsigned char* bytes, std::size_t of
 
 }  // namespace
 
+// By the calendar of <chrono>: gmtime_r takes a lock of the C library, which in the child of a fork
+// may stay locked for ever.
 std::string formatTime(Clock::WallTime time) {
-  const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
-  const auto millis = std::chrono::duration_cast<std::chrono::milliseconds>(time - seconds).count();
-  const std::time_t stamp = std::chrono::system_clock::to_time_t(seconds);
-  std::tm utc{};
-  gmtime_r(&stamp, &utc);
-  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", utc.tm_year + 1900,
-                     utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec, millis);
+  const auto days = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date(days);
+  const std::chrono::hh_mm_ss clock(std::chrono::floor<std::chrono::milliseconds>(time - days));
+  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", static_cast<int>(date.year()),
+                     static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                     clock.hours().count(), clock.minutes().count(), clock.seconds().count(),
+                     clock.subseconds().count());
 }
 
 std::string formatRecord(const Origin& origin, const RAS1_Entry& entry, std::uint32_t line,

@@ -1,4 +1,4 @@
-// Small helpers around the document. Text is always set as text, never as markup.
+// Small functions around the document. Text is always set as text, never as markup.
 
 export const byId = (id) => document.getElementById(id);
 

@@ -1,0 +1,206 @@
+#include "trace/trace_sink.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/manual_clock.h"
+#include "support/temp_dir.h"
+
+namespace fw::trace {
+namespace {
+
+using namespace std::chrono_literals;
+
+class TraceSinkTest : public testing::Test {
+ protected:
+  Settings toFile(const std::string& name = "agent.log") {
+    Settings settings;
+    settings.file = dir / name;
+    return settings;
+  }
+
+  TempDir dir;
+  ManualClock clock;
+  TraceSink sink{clock};
+};
+
+TEST_F(TraceSinkTest, ARecordIsInTheFileAsSoonAsItIsWritten) {
+  ASSERT_EQ(sink.open(toFile()), "");
+
+  sink.write("one");
+
+  EXPECT_EQ(dir.read("agent.log"), "one\n");
+  EXPECT_EQ(sink.counters().written, 1U);
+}
+
+TEST_F(TraceSinkTest, AFileIsAppendedToAndItsDirectoryMade) {
+  dir.write("logs/agent.log", "before\n");
+  ASSERT_EQ(sink.open(toFile("logs/agent.log")), "");
+  sink.write("one");
+  EXPECT_EQ(dir.read("logs/agent.log"), "before\none\n");
+
+  ASSERT_EQ(sink.open(toFile("new/deep/agent.log")), "");
+  sink.write("two");
+  EXPECT_EQ(dir.read("new/deep/agent.log"), "two\n");
+}
+
+TEST_F(TraceSinkTest, RecordsFromBeforeItIsOpenComeFirst) {
+  sink.write("early");
+  ASSERT_EQ(sink.open(toFile()), "");
+  sink.write("late");
+
+  EXPECT_EQ(dir.read("agent.log"), "early\nlate\n");
+}
+
+TEST_F(TraceSinkTest, OfTooManyEarlyRecordsTheNewestStayAndTheLossIsNoted) {
+  const std::string record(1000, 'x');
+  for (std::size_t i = 0; i < TraceSink::kEarlyLimit / record.size() + 3; ++i) {
+    sink.write(record);
+  }
+  sink.write("newest");
+  ASSERT_EQ(sink.open(toFile()), "");
+
+  const std::string text = dir.read("agent.log");
+
+  EXPECT_EQ(sink.counters().lost, 3U);
+  EXPECT_EQ(text.substr(0, 24), "2026-01-02T03:04:05.000Z");
+  EXPECT_NE(text.find(" FWTRACE trace_sink.cpp:"), std::string::npos);
+  EXPECT_NE(text.find("WARN: 3 trace records before this one were lost\nxxx"), std::string::npos);
+  EXPECT_EQ(text.substr(text.size() - 8), "\nnewest\n");
+}
+
+TEST_F(TraceSinkTest, AFlushOfASinkThatWasNeverOpenGivesTheRecordsToStderr) {
+  sink.write("early");
+
+  testing::internal::CaptureStderr();
+  EXPECT_TRUE(sink.flush(1s));
+  EXPECT_TRUE(sink.flush(1s));
+
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "early\n");
+}
+
+TEST_F(TraceSinkTest, RecordsGoToStderrWhenAskedTo) {
+  Settings settings = toFile();
+  settings.toStderr = true;
+
+  testing::internal::CaptureStderr();
+  ASSERT_EQ(sink.open(settings), "");
+  sink.write("one");
+
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "one\n");
+  EXPECT_EQ(dir.read("agent.log"), "one\n");
+}
+
+TEST_F(TraceSinkTest, AFullFileIsRenamedAndTheOldestDropped) {
+  Settings settings = toFile();
+  settings.maxSize = 100;
+  settings.files = 3;
+  ASSERT_EQ(sink.open(settings), "");
+
+  for (char c = 'a'; c <= 'e'; ++c) {
+    sink.write(std::string(80, c));
+  }
+
+  EXPECT_EQ(dir.read("agent.log"), std::string(80, 'e') + "\n");
+  EXPECT_EQ(dir.read("agent.1.log"), std::string(80, 'd') + "\n");
+  EXPECT_EQ(dir.read("agent.2.log"), std::string(80, 'c') + "\n");
+  EXPECT_FALSE(std::filesystem::exists(dir / "agent.3.log"));
+}
+
+TEST_F(TraceSinkTest, OneFileAloneIsBegunAnewWhenItIsFull) {
+  Settings settings = toFile();
+  settings.maxSize = 100;
+  settings.files = 1;
+  ASSERT_EQ(sink.open(settings), "");
+
+  sink.write(std::string(80, 'a'));
+  sink.write(std::string(80, 'b'));
+
+  EXPECT_EQ(dir.read("agent.log"), std::string(80, 'b') + "\n");
+  EXPECT_FALSE(std::filesystem::exists(dir / "agent.1.log"));
+}
+
+TEST_F(TraceSinkTest, AFileThatCannotBeOpenedIsAnErrorAndTheOldOneStays) {
+  ASSERT_EQ(sink.open(toFile()), "");
+  dir.write("plain", "");
+
+  const std::string error = sink.open(toFile("plain/agent.log"));
+  sink.write("one");
+
+  EXPECT_NE(error.find("plain/agent.log"), std::string::npos) << error;
+  EXPECT_EQ(dir.read("agent.log"), "one\n");
+}
+
+TEST_F(TraceSinkTest, AFileThatRefusesRecordsIsReportedOnStderrOnceAndCounted) {
+  Settings settings;
+  settings.file = "/dev/full";
+  ASSERT_EQ(sink.open(settings), "");
+
+  testing::internal::CaptureStderr();
+  sink.write("one");
+  sink.write("two");
+  const std::string told = testing::internal::GetCapturedStderr();
+
+  EXPECT_EQ(told.find("trace: records are being lost. "), 0U) << told;
+  EXPECT_EQ(told.find('\n'), told.size() - 1);
+  EXPECT_EQ(sink.counters().lost, 2U);
+  EXPECT_EQ(sink.counters().written, 0U);
+}
+
+TEST_F(TraceSinkTest, AFlushWaitsNoLongerThanItsBound) {
+  ASSERT_EQ(sink.open(toFile()), "");
+  std::promise<void> held;
+  std::promise<void> release;
+  std::thread holder([&] {
+    sink.beforeFork();
+    held.set_value();
+    release.get_future().wait();
+    sink.afterForkInParent();
+  });
+  held.get_future().wait();
+
+  EXPECT_FALSE(sink.flush(20ms));
+
+  release.set_value();
+  holder.join();
+  EXPECT_TRUE(sink.flush(20ms));
+}
+
+TEST_F(TraceSinkTest, RecordsOfManyThreadsStayWholeAcrossRotations) {
+  constexpr int kThreads = 8;
+  constexpr int kRecords = 300;
+  Settings settings = toFile();
+  settings.maxSize = 20'000;
+  settings.files = 1000;
+  ASSERT_EQ(sink.open(settings), "");
+
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < kRecords; ++i) {
+        sink.write(std::string(100, static_cast<char>('a' + t)));
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+
+  int lines = 0;
+  for (const auto& file : std::filesystem::directory_iterator(dir.path())) {
+    std::ifstream in(file.path());
+    for (std::string line; std::getline(in, line); ++lines) {
+      EXPECT_EQ(line, std::string(100, line[0]));
+    }
+  }
+  EXPECT_EQ(lines, kThreads * kRecords);
+  EXPECT_EQ(sink.counters().written, static_cast<std::uint64_t>(kThreads * kRecords));
+}
+
+}  // namespace
+}  // namespace fw::trace
