@@ -127,12 +127,13 @@ int zelStartHttpServer() {
 void* zelHttpServerThreadFunc(void* /*unused*/) {
   RAS1_FLOW();
   RAS1_PRINT("Web Service started");
-  bool ended = true;
+  bool ended = false;
   zelGuarded(ras1Entry, [&] {
     try {
       ended = serve();
     } catch (const agentfw::Exception&) {
       reportFrameworkException(ras1Entry);
+      ended = true;
     }
   });
   if (ended) {

@@ -17,7 +17,7 @@ int zelStartHttpServer();
 void* zelHttpServerThreadFunc(void* unused);
 
 /// Answers one HTTP request through the Java application; returns the status of the response that
-/// was sent. Called on threads of the framework.
+/// was sent, or kZelHttpNoAnswer when none was. Called on threads of the framework.
 int zelDefaultHttpService(KDH1_request_struct* request, void* context);
 
 /// Reads a request's content. On success returns 0 and a new buffer (null for an empty content)

@@ -1,5 +1,6 @@
 #include "zelsignal.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>

@@ -64,8 +64,8 @@ std::unique_ptr<ZelTask> nextTask() {
 }  // namespace
 
 ZelClientUse::ZelClientUse() {
+  useCount.fetch_add(1);  // first: a signal handler in between must not take the use for its own
   ++ownUses;
-  useCount.fetch_add(1);
 }
 
 ZelClientUse::~ZelClientUse() {
@@ -85,6 +85,11 @@ ZelClient* ZelClient::getInstance() {
     instance = zelCreateClient();
     s_inst.store(instance);
     zelThreadStart(&s_mhThread, zelMessageHandler, nullptr);
+    // A thread that could not be started has shut the agent down, and the client with it.
+    instance = s_inst.load();
+    if (instance == nullptr) {
+      ZEL_THROW();
+    }
   }
   return instance;
 }
@@ -160,8 +165,10 @@ void ZelClient::setRequestHandler(ZelRequestHandler* handler) {
 }
 
 void ZelClient::queueTask(ZelTask* task) const {
+  std::unique_ptr<ZelTask> owner(task);
   ZelAutoMutex lock(s_tqMutex);
   s_taskQueue.push(task);
+  static_cast<void>(owner.release());
   s_tqEvent.signal(true);
 }
 
@@ -230,7 +237,10 @@ void* zelMessageHandler(void* /*unused*/) {
     }
     zelGuarded(ras1Entry, [&] {
       const ZelClientUse use;
-      task->run();
+      // Destroyed since the queue was looked at: what was queued is dropped.
+      if (ZelClient::s_mhRunning.load() && ZelClient::s_inst.load() != nullptr) {
+        task->run();
+      }
     });
   }
   ZelClient::s_mhRunning.store(false);

@@ -13,8 +13,8 @@ struct ZelAppException {
   std::string message;
 };
 
-/// An internal failure of the native side: our bug, or a broken protocol. Thrown by value; its text
-/// has been traced by the one who throws.
+/// An internal failure of the native side: our bug, or a broken protocol. Thrown by value. It names
+/// the place; a text, where there is one, has been traced by the one who throws.
 struct ZelException {
   ZelException(const char* sourceFile, unsigned int sourceLine, int errorCode)
       : line(sourceLine), code(errorCode), file(sourceFile) {}

@@ -226,17 +226,14 @@ void Bridge::countClient() {
 }
 
 bool endClients() {
-  const Framework& framework = Framework::get();
-  const std::size_t handlers = Bridge::get().clientsCreated();
-  // A handler that has not begun yet would not see that it is to end.
-  if (!eventually([&] { return framework.countMessages("Message handler started") >= handlers; })) {
-    return false;
-  }
-  ZelClient::destroy();
-  return eventually([&] {
+  // A message that a handler already has in hand makes a client again after the first destroy(),
+  // and a handler that has not begun yet overlooks that it is to end: repeat until all are gone.
+  return eventually([] {
+    ZelClient::destroy();
     ZelClient::s_mhRunning.store(false);
     ZelClient::s_tqEvent.signal(true);
-    return framework.countMessages("Message handler stopped") >= handlers;
+    const std::size_t ended = Framework::get().countMessages("Message handler stopped");
+    return ended >= Bridge::get().clientsCreated() && ZelClient::s_inst.load() == nullptr;
   });
 }
 

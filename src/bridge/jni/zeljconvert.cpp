@@ -1,5 +1,6 @@
 // From Java objects to the value tree.
 
+#include <algorithm>
 #include <memory>
 
 #include "agentfw/ras1.h"
@@ -41,6 +42,7 @@ DataPtr convertList(JNIEnv& env, jobject object) {
   ZelJArrayList list(env, object);
   auto result = std::make_unique<ZelList>();
   const int size = list.size();
+  result->items.reserve(static_cast<std::size_t>(std::max(size, 0)));
   for (int i = 0; i < size; ++i) {
     zelAppend(*result, convert(env, list.get(i)));
   }

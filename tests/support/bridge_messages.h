@@ -1,0 +1,66 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "bridge/zelclient.h"
+#include "support/jvm_fixture.h"
+
+/// A request whose reply body is kept as text.
+class EchoRequest : public ZelRequest {
+ public:
+  explicit EchoRequest(std::unique_ptr<ZelData> requestBody, bool isOneWay = false)
+      : ZelRequest(isOneWay), body(std::move(requestBody)) {}
+
+  ZelMsg* createRegMsg() override { return new ZelMsg(kId, ZelMsg::Request, body.release()); }
+  void onReply(const ZelMap& replyBody) override { replySize = replyBody.entries.size(); }
+
+  static constexpr int kId = 77;
+  std::unique_ptr<ZelData> body;
+  std::size_t replySize = 0;  ///< entries of the reply's body
+};
+
+/// The Java side's envelope of an answer to `request`.
+inline fakejvm::ObjectPtr answerTo(const fakejvm::ObjectPtr& request, ZelMsg::Type type,
+                                   const fakejvm::ObjectPtr& body) {
+  fakejvm::ObjectPtr requester;
+  for (const auto& [key, value] : request->entries) {
+    if (key->number == ZelEnvelopeKey::kRequester) {
+      requester = value;
+    }
+  }
+  return fakejvm::map({{fakejvm::integer(0), fakejvm::integer(type)},
+                       {fakejvm::integer(1), fakejvm::integer(EchoRequest::kId)},
+                       {fakejvm::integer(3), body},
+                       {fakejvm::integer(4), requester}});
+}
+
+/// Calls the native through which Java hands a message over.
+inline void putOutbound(JNIEnv* env, const fakejvm::ObjectPtr& envelope) {
+  fakejvm::Jvm& jvm = fakejvm::Jvm::get();
+  jvm.native("doPutOutbound")
+      ->as<void(JNIEnv*, jobject, jobject)>()(env, nullptr, jvm.local(envelope));
+}
+
+/// The Java side's envelope of a request of its own.
+inline fakejvm::ObjectPtr inboundRequest(int id) {
+  return fakejvm::map({{fakejvm::integer(0), fakejvm::integer(ZelMsg::Request)},
+                       {fakejvm::integer(1), fakejvm::integer(id)},
+                       {fakejvm::integer(3), fakejvm::map({})},
+                       {fakejvm::integer(4), fakejvm::longInteger(9)}});
+}
+
+/// Fails as the test says when the Java application asks it.
+class FailingHandler : public ZelRequestHandler {
+ public:
+  explicit FailingHandler(std::function<void()> failure) : fail(std::move(failure)) {}
+  ZelMap* handleRequest(const ZelMap& /*body*/) override {
+    fail();
+    return new ZelMap;
+  }
+  int getType() const override { return 5; }
+
+ private:
+  std::function<void()> fail;
+};
