@@ -40,7 +40,7 @@ std::string ZelAgent::s_versionAff;
 std::atomic<bool> ZelAgent::s_isShutdown{false};
 std::atomic<bool> ZelAgent::s_started{false};
 std::map<std::string, ZelTableManager*> ZelAgent::s_managers;
-ZelEvent ZelAgent::s_shutdownEvent;
+ZelEvent& ZelAgent::s_shutdownEvent = *new ZelEvent;
 
 namespace {
 

@@ -55,7 +55,8 @@ class ZelAgent {
   static std::string s_versionAff;
   static std::atomic<bool> s_isShutdown;  ///< one-way
   static std::atomic<bool> s_started;     ///< while the framework's main loop runs
-  static ZelEvent s_shutdownEvent;        ///< broadcast when shut-down begins
+  /// Broadcast when shut-down begins. Never destroyed: a thread may wait while the process exits.
+  static ZelEvent& s_shutdownEvent;
   static std::map<std::string, ZelTableManager*> s_managers;  ///< filled during init
 
  private:

@@ -13,8 +13,8 @@ class ZelSitTrap : public ZelIra {
              const std::map<std::string, const ZelColumnInfo*>& columnsByName, unsigned rowBytes,
              unsigned allocRows);
 
-  /// Disarms the situation only while detail tracing is on; the Java application learns of the end
-  /// from the state change in any case.
+  /// Disarms the trap only while detail tracing is on. The end of a named situation reaches the
+  /// Java application as a state change, unless the agent shuts down.
   ~ZelSitTrap() override;
 
   /// Arms or disarms the situation; a failure is reported.

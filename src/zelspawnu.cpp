@@ -71,8 +71,9 @@ void fillEnvironment(const char* (&envp)[kEnvpSize], const std::set<std::string>
   }
 }
 
-// The calls below run between fork and exec, where another thread may hold any lock of the
-// process: no allocation, no stdio, no locale. strerrordesc_np() has strerror()'s texts.
+// The calls below run between fork and exec, where another thread may hold any lock of the process:
+// no allocation, no stdio, no locale, but for the trace of a failure, whose locks the framework
+// takes around a fork. strerrordesc_np() has strerror()'s texts.
 
 const char* describeError(int error) {
   const char* text = strerrordesc_np(error);

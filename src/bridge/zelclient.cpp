@@ -17,7 +17,7 @@ unsigned long ZelClient::s_mhThread = 0;
 std::atomic<bool> ZelClient::s_mhRunning{false};
 std::queue<ZelTask*> ZelClient::s_taskQueue;
 ZelMutex ZelClient::s_tqMutex;
-ZelEvent ZelClient::s_tqEvent;
+ZelEvent& ZelClient::s_tqEvent = *new ZelEvent;
 std::atomic<unsigned long> ZelClient::s_destroyBoundMs{2000};
 
 namespace {

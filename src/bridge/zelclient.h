@@ -79,7 +79,7 @@ class ZelClient {
   static std::atomic<bool> s_mhRunning;
   static std::queue<ZelTask*> s_taskQueue;  // owning; guarded by s_tqMutex
   static ZelMutex s_tqMutex;
-  static ZelEvent s_tqEvent;
+  static ZelEvent& s_tqEvent;  // never destroyed: a thread may wait while the process exits
   static std::atomic<unsigned long> s_destroyBoundMs;
 
  private:

@@ -84,7 +84,9 @@ ZelJniClient::ZelJniClient() {
 
 ZelJniClient::~ZelJniClient() {
   RAS1_FLOW();
-  delete s_server.exchange(nullptr);
+  // Set to null last: until then zelCreateClient() makes no other client.
+  delete s_server.load();
+  s_server.store(nullptr);
   ZelJvm::stop();
 }
 
@@ -100,7 +102,13 @@ ZelJServer::ZelJServer(JNIEnv& threadEnv, jobject object) : ZelJObject(threadEnv
   JNINativeMethod methods[] = {
       native("doPutOutbound", "(Ljava/lang/Object;)V", zelPutOutboundCallback),
   };
-  registerNatives(s_class, methods, std::size(methods));
+  try {
+    registerNatives(s_class, methods, std::size(methods));
+  } catch (...) {
+    env->DeleteGlobalRef(m_handle);  // the destructor of a server that was never made does not run
+    m_handle = nullptr;
+    throw;
+  }
 }
 
 ZelJServer::~ZelJServer() {

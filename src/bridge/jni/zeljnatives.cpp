@@ -85,19 +85,22 @@ void zelRasTrace(JNIEnv* env, jclass /*type*/, jint level, jstring component, js
   if ((classes & zelJavaTraceMask.load(std::memory_order_relaxed)) != classes) {
     return;
   }
-  try {
-    ZelJString componentText(*env, component);
-    ZelJString sourceFileText(*env, sourceFile);
-    ZelJString functionText(*env, function);
-    ZelJString messageText(*env, message);
-    const RAS1_Unit unit = describeRecord(componentText, sourceFileText);
-    const RAS1_Entry record{
-        &unit,   textOf(functionText), static_cast<std::uint32_t>(functionText.getLength()), 0,
-        nullptr, kRas1Transient};
-    RAS1_Printf(&record, 0, "%s", shown(messageText.getData()));
-  } catch (const ZelException& e) {
-    RAS1_PRINT("WARN: caught exception in %s at line %i", e.file.c_str(), static_cast<int>(e.line));
-  }
+  zelGuarded(ras1Entry, [&] {
+    try {
+      ZelJString componentText(*env, component);
+      ZelJString sourceFileText(*env, sourceFile);
+      ZelJString functionText(*env, function);
+      ZelJString messageText(*env, message);
+      const RAS1_Unit unit = describeRecord(componentText, sourceFileText);
+      const RAS1_Entry record{
+          &unit,   textOf(functionText), static_cast<std::uint32_t>(functionText.getLength()), 0,
+          nullptr, kRas1Transient};
+      RAS1_Printf(&record, 0, "%s", shown(messageText.getData()));
+    } catch (const ZelException& e) {
+      RAS1_PRINT("WARN: caught exception in %s at line %i", e.file.c_str(),
+                 static_cast<int>(e.line));
+    }
+  });
 }
 
 void zelRunDaemon(JNIEnv* env, jclass /*type*/, jstring command, jobject envMap, jstring dir,
@@ -108,12 +111,14 @@ void zelRunDaemon(JNIEnv* env, jclass /*type*/, jstring command, jobject envMap,
     ZelJString dirText(*env, dir);
     ZelJString stdoutText(*env, stdoutFile);
     ZelJString stderrText(*env, stderrFile);
-    RAS1_PRINT("Running command '%s'\nDir: '%s'\nStdout: '%s'\nStderr: '%s'",
-               shown(commandText.getData()), shown(dirText.getData()), shown(stdoutText.getData()),
-               shown(stderrText.getData()));
+    const char* const commandLine = commandText.getData();
+    const char* const directory = dirText.getData();
+    const char* const output = stdoutText.getData();
+    const char* const errors = stderrText.getData();
+    RAS1_PRINT("Running command '%s'\nDir: '%s'\nStdout: '%s'\nStderr: '%s'", shown(commandLine),
+               shown(directory), shown(output), shown(errors));
     const EnvironmentChanges changes = readChanges(*env, envMap);
-    zelSpawnDaemon(commandText.getData(), dirText.getData(), stdoutText.getData(),
-                   stderrText.getData(), changes.set, changes.unset);
+    zelSpawnDaemon(commandLine, directory, output, errors, changes.set, changes.unset);
   });
 }
 

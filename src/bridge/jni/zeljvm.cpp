@@ -112,8 +112,11 @@ std::string openLog() {
   std::snprintf(path, sizeof(path), "../../logs/%s.%s.%lu.JVM.log", ZelAgent::s_prodCode,
                 ZelAgent::s_instId, static_cast<unsigned long>(std::time(nullptr)));
   closeLog();  // left open by a start that failed
-  ZelJvm::s_log.store(std::fopen(path, "w"));
-  if (ZelJvm::s_log.load() == nullptr) {
+  std::FILE* log = std::fopen(path, "w");
+  if (std::FILE* other = ZelJvm::s_log.exchange(log); other != nullptr) {
+    std::fclose(other);  // of a start on another thread, which is bound to fail as well
+  }
+  if (log == nullptr) {
     RAS1_PRINT("WARN: failed to open %s", path);
   }
   return path;
@@ -166,8 +169,7 @@ void prepareClasses(ZelJEnv& env) {
   ZelJvm::s_errorClass.store(env.getGlobalClassRef("java/lang/Error"));
 }
 
-// Traces what the throwable says of itself. It is still pending: a step that gives nothing ends
-// the attempt.
+// Traces what the throwable says of itself. A step that gives nothing ends the attempt.
 void traceThrowable(JNIEnv& env, jthrowable thrown) {
   RAS1_FUNCTION();
   jclass type = env.GetObjectClass(thrown);
