@@ -40,7 +40,7 @@ Engine::Engine(const EngineConfig& config, Clock& clock, TimerQueue& timers, Cal
                {config.sampleWorkers, config.stuckWorkers, config.queueLimit, config.stuckAfter},
                clock, timers) {}
 
-Engine::~Engine() = default;
+Engine::~Engine() { stop(kNoTime); }
 
 void Engine::removeTable(TableManager& manager) {
   const auto entry = tables_.remove(manager);
@@ -315,12 +315,12 @@ void Engine::deleteObjects(std::chrono::milliseconds bound) {
       channels.push_back(channel);
     }
   }
-  // A channel that is busy now has a callback that does not return: nobody waits for it again.
-  std::erase_if(channels, [](const auto& channel) {
-    const bool isBusy = channel->isBusy();
+  // First those that are idle: a callback that does not return would use up the bound.
+  std::stable_partition(channels.begin(), channels.end(),
+                        [](const auto& channel) { return !channel->isBusy(); });
+  for (const auto& channel : channels) {
     channel->close("The agent is stopping.");
-    return isBusy;
-  });
+  }
   const Countdown countdown(bound);
   for (const auto& channel : channels) {
     channel->waitIdle(countdown.left());
@@ -331,6 +331,10 @@ void Engine::deleteObjects(std::chrono::milliseconds bound) {
 void Engine::stop(std::chrono::milliseconds bound) {
   samples_.stop(bound);
   reports_.stop(bound);
+  const std::lock_guard lock(mutex_);
+  for (const auto& [key, channel] : channels_) {
+    channel->abandon();
+  }
 }
 
 }  // namespace fw

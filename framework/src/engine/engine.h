@@ -69,9 +69,8 @@ class Engine {
   /// Answers every report with "stopping", those in progress and those to come.
   void refuse();
 
-  /// Deletes the request objects whose callbacks have ended, within the bound, and leaves the
-  /// others for good. The gate is closed and empty before, except for callbacks that don't return,
-  /// and sealed after.
+  /// Deletes the request objects whose callbacks end within the bound, and leaves the others for
+  /// good. The gate is closed before, and sealed after.
   void deleteObjects(std::chrono::milliseconds bound);
 
   /// Ends the workers, waiting at most `bound` for each kind.

@@ -94,6 +94,9 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   void reopen();
   bool isClosed() const;
 
+  /// Forgets what waits for its turn, when the lane has stopped.
+  void abandon() { turns_->abandon(); }
+
   /// Waits at most `bound` until no callback runs or waits, not counting the caller's own.
   bool waitIdle(std::chrono::milliseconds bound) const { return turns_->waitIdle(bound); }
 

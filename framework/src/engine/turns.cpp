@@ -67,6 +67,16 @@ void Turns::runNext() {
   job();
 }
 
+void Turns::abandon() {
+  std::deque<Job> dropped;  // destroyed after the lock
+  const std::lock_guard lock(mutex_);
+  dropped.swap(jobs_);
+  if (began_) {
+    jobs_.emplace_back();  // the place of the one that runs; it has taken its job already
+  }
+  idle_.notify_all();
+}
+
 std::optional<Clock::MonotonicTime::duration> Turns::runningFor() const {
   const std::lock_guard lock(mutex_);
   if (!began_) {

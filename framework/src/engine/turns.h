@@ -17,7 +17,7 @@ namespace fw {
 class WorkerLane;
 
 /// Runs jobs one at a time, in the order in which they came, on the workers of a lane. A job that
-/// waits for its turn takes no worker. Jobs that wait when the lane stops never run.
+/// waits for its turn takes no worker.
 class Turns : public std::enable_shared_from_this<Turns> {
  public:
   using Job = std::function<void()>;
@@ -33,6 +33,9 @@ class Turns : public std::enable_shared_from_this<Turns> {
 
   /// The same for what must not be lost: it counts against no limit. False when the lane stops.
   bool postAlways(Job job);
+
+  /// Forgets the jobs that wait, when the lane has stopped. They may own what owns these turns.
+  void abandon();
 
   /// For how long the job that has its turn has been running; nothing when none is.
   std::optional<Clock::MonotonicTime::duration> runningFor() const;

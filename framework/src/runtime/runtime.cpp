@@ -191,11 +191,12 @@ void Runtime::end(Service& service) {
   service.drain(countdown.left());
   service.stop();
   // Also the callback in which the stop began has to end before its request object may go.
-  if (!gate_.waitEmpty(countdown.left())) {
+  const bool isEmpty = gate_.waitEmpty(countdown.left());
+  if (!isEmpty) {
     RAS1_PRINT("ERROR: %u callbacks have not returned; their request objects are left alone",
                gate_.inside());
   }
-  engine_.deleteObjects(config_.engine.drainBound);
+  engine_.deleteObjects(isEmpty ? config_.engine.drainBound : kWorkersBound);
   engine_.stop(kWorkersBound);
   loaderLane_.stop(kWorkersBound);
 }
