@@ -27,16 +27,18 @@ bool isFile(const fs::path& path) {
   return fs::is_regular_file(path, error);
 }
 
-bool hasOptionsFile(const fs::path& home) {
+std::vector<std::string> optionsFilesIn(const fs::path& home) {
+  std::vector<std::string> files;
   std::error_code error;
   for (fs::directory_iterator entry(home / "config", error), end; !error && entry != end;
        entry.increment(error)) {
     const std::string name = entry->path().filename().string();
     if (name.size() > std::strlen(kOptionsSuffix) && name.ends_with(kOptionsSuffix)) {
-      return true;
+      files.push_back(entry->path().string());
     }
   }
-  return false;
+  std::sort(files.begin(), files.end());
+  return files;
 }
 
 void makeWritable(const std::string& folder, const char* what) {
@@ -81,7 +83,7 @@ Home findHome(const std::string& folder) {
   if (!isFile(root / kAgentFile)) {
     missing.emplace_back(kAgentFile);
   }
-  if (!hasOptionsFile(root)) {
+  if (optionsFilesIn(root).empty()) {
     missing.push_back(fmt::format("config/<product code>{} (options of the Java virtual machine)",
                                   kOptionsSuffix));
   }
@@ -100,6 +102,8 @@ void prepareHome(const Home& home) {
   makeWritable(home.var, "its state");
   makeWritable(home.logs, "its logs");
 }
+
+std::vector<std::string> optionsFiles(const Home& home) { return optionsFilesIn(home.root); }
 
 std::string optionsFile(const Home& home, const std::string& productCode) {
   std::string name = productCode;

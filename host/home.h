@@ -24,6 +24,9 @@ Home findHome(const std::string& folder);
 /// there. Throws StartError.
 void prepareHome(const Home& home);
 
+/// Paths of the options files in the home's config/, one per product code, sorted.
+std::vector<std::string> optionsFiles(const Home& home);
+
 /// Path of the options file of the Java virtual machine for a product code.
 std::string optionsFile(const Home& home, const std::string& productCode);
 

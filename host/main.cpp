@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "agent_process.h"
 #include "agentfw/bss1.h"
@@ -27,9 +29,18 @@ namespace {
   throw StartError(kExitUsage, "the configuration has errors\n" + errors);
 }
 
+void warnOf(const std::vector<std::string>& warnings) {
+  for (const std::string& warning : warnings) {
+    fmt::print(stderr, "zelagent: warning: {}\n", warning);
+  }
+}
+
 int checkConfiguration(const Home& home) {
   if (const std::string errors = agentfw::host::checkConfig(home.root); !errors.empty()) {
     refuse(errors);
+  }
+  for (const std::string& file : optionsFiles(home)) {
+    warnOf(checkOptionsFile(home, file));
   }
   fmt::print("{}: the configuration is good\n", home.root);
   return kExitOk;
@@ -87,10 +98,7 @@ int run(const CommandLine& line) {
       !errors.empty()) {
     refuse(errors);
   }
-  for (const std::string& warning :
-       checkOptionsFile(home, optionsFile(home, BSS1_GetEnv("ZEL_PROD", "")))) {
-    fmt::print(stderr, "zelagent: warning: {}\n", warning);
-  }
+  warnOf(checkOptionsFile(home, optionsFile(home, BSS1_GetEnv("ZEL_PROD", ""))));
   const std::string jvm = chooseJvm();
   auto& process = *new AgentProcess(home, std::move(lock), std::move(notify), jvm, stopLimit());
   return process.run();

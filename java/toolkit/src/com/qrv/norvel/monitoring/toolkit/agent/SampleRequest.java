@@ -18,7 +18,11 @@ public interface SampleRequest {
    */
   String subnode();
 
-  /** Conditions that the reader of the rows has. The agent filters by itself: these are hints. */
+  /**
+   * Conditions that the reader of the rows has. The agent filters by itself: these are hints. A
+   * table that leaves rows out because of them must not have a cache time, or the rows that are left
+   * would be served to readers without the conditions too.
+   */
   List<Filter> filters();
 
   /** Whether the rows are for the historical collection. */

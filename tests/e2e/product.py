@@ -1,0 +1,159 @@
+"""The installed product in the hands of a test: an agent on a home of its own, and target JVMs."""
+
+import json
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import tempfile
+import threading
+import time
+import urllib.error
+import urllib.parse
+import urllib.request
+
+ROOT = pathlib.Path(os.environ["ZEL_E2E_ROOT"])
+DEADLINE = 60  # seconds; generous, for a busy machine
+
+
+def installed_javas():
+    """Folders of the Java installations of this machine, one per version, oldest first."""
+    found = {}
+    for release in pathlib.Path("/usr/lib/jvm").glob("*/release"):
+        home = release.parent.resolve()
+        version = re.search(r'^JAVA_VERSION="(\d+)', release.read_text(), re.MULTILINE)
+        if version and int(version[1]) >= 17 and (home / "lib/server/libjvm.so").exists():
+            found[int(version[1])] = home
+    return [found[version] for version in sorted(found)]
+
+
+def wait_until(condition, what):
+    """Returns the condition's first true value."""
+    end = time.monotonic() + DEADLINE
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise AssertionError(f"not within {DEADLINE} s: {what}")
+        time.sleep(0.05)
+
+
+class Agent:
+    """A running agent. Its home and logs are fresh, the rest is the installation's."""
+
+    def __init__(self, java_home=None, edit_options=None, environment=None):
+        self.root = pathlib.Path(tempfile.mkdtemp(prefix="zel-e2e."))
+        for folder in ("bin", "lib", "share"):
+            (self.root / folder).symlink_to(ROOT / folder)
+        self.home = self.root / "agents/jmx"
+        (self.home / "var").mkdir(parents=True)
+        shutil.copytree(ROOT / "share/zel/config/jmx", self.home / "config")
+        options = self.home / "config/zjxwb.properties"
+        if edit_options:
+            options.write_text(edit_options(options.read_text()))
+        variables = dict(os.environ, **(environment or {}))
+        variables.pop("ZEL_LIBJVM", None)
+        if java_home:
+            variables["JAVA_HOME"] = str(java_home)
+        self.errors = open(self.root / "stderr", "w+")
+        self.process = subprocess.Popen(
+            [ROOT / "bin/zelagent", "--home", self.home, "--port", "0"],
+            stdout=subprocess.PIPE, stderr=self.errors, text=True, env=variables)
+        line = self.process.stdout.readline()
+        ready = re.fullmatch(r"Zel is ready: (http://127\.0\.0\.1:\d+)/\n", line)
+        if not ready:
+            self.process.wait(DEADLINE)
+            raise AssertionError(f"not ready: {line!r} {self.stderr()}")
+        self.url = ready[1]
+
+    def stderr(self):
+        self.errors.seek(0)
+        return self.errors.read()
+
+    def trace(self):
+        return (self.root / "logs/agent.log").read_text()
+
+    def get(self, path, **query):
+        query = "?" + urllib.parse.urlencode(query) if query else ""
+        with urllib.request.urlopen(self.url + path + query, timeout=DEADLINE) as answer:
+            return json.load(answer)
+
+    def rows(self, table, **query):
+        """Values of the rows, one dictionary each."""
+        return [row["values"] for row in self.get(f"/api/v1/tables/{table}/rows", **query)["rows"]]
+
+    def subnode_of(self, pid):
+        """Waits until the JVM of the process is monitored; returns its subnode."""
+        def find():
+            for row in self.rows("JVM_TARGETS"):
+                if row["PID"] == pid and row["STATE"] == "up":
+                    if any(s["name"] == row["NAME"] for s in self.get("/api/v1/subnodes")["subnodes"]):
+                        return row["NAME"]
+            return None
+        return wait_until(find, f"process {pid} is a subnode")
+
+    def signal(self, number):
+        self.process.send_signal(number)
+
+    def wait(self):
+        return self.process.wait(DEADLINE)
+
+    def close(self):
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+        self.process.stdout.close()
+        self.errors.close()
+        shutil.rmtree(self.root)
+
+
+class Target:
+    """A JVM to be monitored, that tells about itself."""
+
+    def __init__(self, java_home, *options):
+        self.process = subprocess.Popen(
+            [java_home / "bin/java", "-Xmx48m", "-XX:+UseSerialGC", *options,
+             "-cp", os.environ["ZEL_E2E_TARGET"], "e2e.Target"],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self.pid = self.process.pid
+
+    def facts(self):
+        self.process.stdin.write("\n")
+        self.process.stdin.flush()
+        return json.loads(self.process.stdout.readline())
+
+    def close(self):
+        self.process.send_signal(signal.SIGCONT)
+        self.process.kill()
+        self.process.wait()
+        self.process.stdin.close()
+        self.process.stdout.close()
+
+
+class Load:
+    """Clients that ask for rows without pause until they are stopped."""
+
+    def __init__(self, agent, clients=8):
+        self.agent = agent
+        self.answers = 0
+        self.ended = threading.Event()
+        self.threads = [threading.Thread(target=self._ask) for _ in range(clients)]
+        for thread in self.threads:
+            thread.start()
+
+    def _ask(self):
+        while not self.ended.is_set():
+            try:
+                self.agent.rows("JVM_MEMPOOL", subnode="self")
+                self.answers += 1
+            except (OSError, ValueError, KeyError):  # the agent stops, as it was told to
+                if self.agent.process.poll() is not None:
+                    return
+
+    def close(self):
+        self.ended.set()
+        for thread in self.threads:
+            thread.join()

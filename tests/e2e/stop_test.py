@@ -1,0 +1,98 @@
+"""How the agent ends, and what it hands to the daemons that it starts."""
+
+import os
+import signal
+import unittest
+
+from product import Agent, Load, installed_javas, wait_until
+
+
+def with_test_application(options):
+    """The options file with the tests' own application."""
+    lines = options.splitlines()
+    lines[0] = os.environ["ZEL_E2E_APPLICATION"] + ":" + lines[0]
+    return "\n".join(
+        "-Dzel.application=e2e.TestApplication" if line.startswith("-Dzel.application=") else line
+        for line in lines) + "\n"
+
+
+class StopTest(unittest.TestCase):
+    def agent(self, **arguments):
+        agent = Agent(**arguments)
+        self.addCleanup(agent.close)
+        return agent
+
+    def test_it_stops_with_status_0_when_idle(self):
+        for java_home in installed_javas():
+            for number in (signal.SIGTERM, signal.SIGINT):
+                with self.subTest(java=str(java_home), signal=number):
+                    agent = self.agent(java_home=java_home)
+                    agent.signal(number)
+                    self.assertEqual(agent.wait(), 0, agent.stderr())
+                    self.assertIn("Agent stopped", agent.trace())
+
+    def test_it_stops_with_status_0_under_load(self):
+        for java_home in installed_javas():
+            for number in (signal.SIGTERM, signal.SIGINT):
+                with self.subTest(java=str(java_home), signal=number):
+                    agent = self.agent(java_home=java_home)
+                    agent.subnode_of(agent.process.pid)
+                    load = Load(agent)
+                    try:
+                        wait_until(lambda: load.answers > 200, "load")
+                        agent.signal(number)
+                        self.assertEqual(agent.wait(), 0, agent.stderr())
+                    finally:
+                        load.close()
+
+    def test_it_ignores_a_hang_up(self):
+        agent = self.agent()
+
+        agent.signal(signal.SIGHUP)
+
+        wait_until(lambda: "SIGHUP suppressed" in agent.trace(), "the hang-up in the trace")
+        self.assertTrue(agent.rows("JVM_RUNTIME", subnode=agent.subnode_of(agent.process.pid)))
+
+    def test_it_stops_with_status_0_when_the_application_asks(self):
+        agent = self.agent(edit_options=with_test_application)
+
+        try:
+            agent.rows("STOP")
+        except OSError:
+            pass  # the answer races with the stop
+
+        self.assertEqual(agent.wait(), 0, agent.stderr())
+
+    def test_it_ends_with_the_status_that_the_application_gives_to_system_exit(self):
+        agent = self.agent(edit_options=with_test_application)
+
+        try:
+            agent.rows("EXIT")
+        except OSError:
+            pass
+
+        self.assertEqual(agent.wait(), 7, agent.stderr())
+        self.assertIn("JVM exited with code 7", agent.stderr())
+
+    def test_an_error_in_a_collector_does_not_end_it(self):
+        agent = self.agent(edit_options=with_test_application)
+
+        self.assertEqual(agent.rows("FAIL"), [])
+
+        self.assertEqual(agent.rows("SPAWN"), [{"DONE": 1}])
+
+    def test_a_daemon_starts_with_clean_signals(self):
+        for java_home in installed_javas():
+            with self.subTest(java=str(java_home)):
+                agent = self.agent(java_home=java_home, edit_options=with_test_application)
+                agent.rows("SPAWN")
+                status = agent.home / "var/daemon"
+                wait_until(lambda: status.exists() and "nonvoluntary" in status.read_text(),
+                           "the daemon's status")
+                text = status.read_text()
+                for line in ("SigBlk:\t" + "0" * 16, "SigIgn:\t" + "0" * 16, "SigCgt:\t" + "0" * 16):
+                    self.assertIn(line, text)
+
+
+if __name__ == "__main__":
+    unittest.main()
