@@ -15,6 +15,7 @@
 #include "bridge/zelbuild.h"
 #include "bridge/zelclient.h"
 #include "jvm/agent_environment.h"
+#include "support/descriptor_cap.h"
 #include "zelagent.h"
 #include "zeltablemanager.h"
 
@@ -297,6 +298,7 @@ TEST_F(BridgeJvmTest, TheApplicationStartsADaemonWithAnEnvironmentOfItsOwn) {
   zelPut<std::string>(*arguments, 0, DAEMON_PROBE);
   zelPut<std::string>(*arguments, 1, out);
 
+  fake::capDescriptors();
   run("daemon", std::move(arguments));
 
   std::string written;
@@ -308,7 +310,8 @@ TEST_F(BridgeJvmTest, TheApplicationStartsADaemonWithAnEnvironmentOfItsOwn) {
   EXPECT_THAT(written, HasSubstr("environment ZEL_JVM_TEST=from Java\n"));
   EXPECT_THAT(written, testing::Not(HasSubstr("ZEL_GONE")));
   EXPECT_THAT(written, HasSubstr("own session yes\n"));
-  EXPECT_THAT(written, HasSubstr("descriptor 0\ndescriptor 1\ndescriptor 2\ndone\n"));
+  EXPECT_THAT(written, HasSubstr("descriptor 0\ndescriptor 1\ndescriptor 2\nstream 0 "));
+  EXPECT_THAT(written, HasSubstr("SigBlk 0000000000000000\n"));
   EXPECT_TRUE(framework.hasMessage("Unset env: ZEL_GONE"));
   EXPECT_TRUE(run("running", value<long long>(getpid()))->toBool());
 }

@@ -2,10 +2,16 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "bridge/zelclient.h"
 #include "support/jvm_fixture.h"
+
+/// A class of the Java application.
+inline std::string inPackage(const std::string& name) {
+  return "com/qrv/norvel/monitoring/toolkit/workbench/" + name;
+}
 
 /// A request whose reply body is kept as text.
 class EchoRequest : public ZelRequest {
@@ -41,6 +47,13 @@ inline void putOutbound(JNIEnv* env, const fakejvm::ObjectPtr& envelope) {
   fakejvm::Jvm& jvm = fakejvm::Jvm::get();
   jvm.native("doPutOutbound")
       ->as<void(JNIEnv*, jobject, jobject)>()(env, nullptr, jvm.local(envelope));
+}
+
+/// Lets the Java application answer every request with this body.
+inline void answerRequests(ZelMsg::Type type, const fakejvm::ObjectPtr& body) {
+  fakejvm::Jvm::get().onProcessInbound = [type, body](JNIEnv* env, const fakejvm::ObjectPtr& msg) {
+    putOutbound(env, answerTo(msg, type, body));
+  };
 }
 
 /// The Java side's envelope of a request of its own.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <thread>
+#include <utility>
 
 namespace fake {
 
@@ -15,6 +16,7 @@ void Framework::reset() {
   std::lock_guard lock(mutex_);
   calls_.clear();
   trace_.clear();
+  onAwaitedMessage_ = nullptr;
   env.clear();
   rc.clear();
   throwing.clear();
@@ -104,9 +106,24 @@ void Framework::setAllMasks(std::uint32_t mask) {
   }
 }
 
-void Framework::addTrace(TraceRecord record) {
+void Framework::onMessage(const std::string& text, std::function<void()> action) {
   std::lock_guard lock(mutex_);
-  trace_.push_back(std::move(record));
+  awaitedMessage_ = text;
+  onAwaitedMessage_ = std::move(action);
+}
+
+void Framework::addTrace(TraceRecord record) {
+  std::function<void()> hook;
+  {
+    std::lock_guard lock(mutex_);
+    if (record.kind == TraceRecord::Message && record.text.rfind(awaitedMessage_, 0) == 0) {
+      hook = std::exchange(onAwaitedMessage_, nullptr);
+    }
+    trace_.push_back(std::move(record));
+  }
+  if (hook) {
+    hook();
+  }
 }
 
 std::uint32_t Framework::sync(const RAS1_Unit& unit, RAS1_UnitData& data) {

@@ -40,6 +40,9 @@ struct TraceRecord {
   std::uint32_t line;
   std::string text;  ///< the message, "entry", "exit", "exit VALUE", or a dump's title
   std::string data;  ///< a dump's bytes
+  std::string date;  ///< when the unit was compiled
+  std::string time;
+  std::uint32_t flags = 0;  ///< of the function
 };
 
 /// Records everything the library does with the framework and answers as the test says. One per
@@ -81,6 +84,9 @@ class Framework {
   KDH1_service_t httpCallback = nullptr;
   std::string response;  ///< what KDH1_Put wrote
 
+  /// Runs `action`, once, when a message that begins with `text` is traced: it may throw.
+  void onMessage(const std::string& text, std::function<void()> action);
+
   void setMask(const std::string& unit, std::uint32_t mask);
   void setAllMasks(std::uint32_t mask);
 
@@ -103,6 +109,8 @@ class Framework {
   mutable std::mutex mutex_;
   std::vector<std::string> calls_;
   std::vector<TraceRecord> trace_;
+  std::string awaitedMessage_;
+  std::function<void()> onAwaitedMessage_;  // null when none is awaited
   std::multimap<std::string, RAS1_UnitData*> units_;
   std::map<std::string, std::uint32_t> masks_;
   std::uint32_t defaultMask_ = 0;

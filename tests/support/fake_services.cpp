@@ -18,11 +18,12 @@ namespace {
 void add(const RAS1_Entry* entry, std::uint32_t line, TraceRecord::Kind kind, std::string text,
          std::string data = {}) {
   const RAS1_Unit& unit = *entry->unit;
-  Framework::get().addTrace({kind, std::string(unit.name, unit.nameLength),
-                             std::string(unit.component, unit.componentLength),
-                             std::string(unit.file, unit.fileLength),
-                             std::string(entry->function, entry->functionLength), line,
-                             std::move(text), std::move(data)});
+  Framework::get().addTrace(
+      {kind, std::string(unit.name, unit.nameLength),
+       std::string(unit.component, unit.componentLength), std::string(unit.file, unit.fileLength),
+       std::string(entry->function, entry->functionLength), line, std::move(text), std::move(data),
+       std::string(unit.compileDate, unit.compileDateLength),
+       std::string(unit.compileTime, unit.compileTimeLength), entry->flags});
 }
 
 }  // namespace

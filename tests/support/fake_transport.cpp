@@ -174,6 +174,7 @@ void Bridge::reset() {
   exceptions.clear();
   silent.clear();
   failCreation = false;
+  onCreation = nullptr;
   onSent.clear();
 }
 
@@ -283,6 +284,9 @@ FakeTransport* FakeTransport::current() {
 }
 
 ZelClient* zelCreateClient() {
+  if (const auto& hook = fake::Bridge::get().onCreation; hook) {
+    hook();
+  }
   if (fake::Bridge::get().failCreation) {
     throw std::runtime_error("no client");
   }

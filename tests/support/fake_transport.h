@@ -65,6 +65,7 @@ class Bridge {
   std::map<int, ZelAppException> exceptions;
   std::set<int> silent;       ///< requests that get no reply
   bool failCreation = false;  ///< making a client throws std::runtime_error("no client")
+  std::function<void()> onCreation;  ///< runs before a client is made
   std::map<int, std::function<void(const Sent&)>> onSent;  ///< runs before the reply
 
   // For the transport.

@@ -2,14 +2,13 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "support/library_fixture.h"
+#include "support/trace_view.h"
 #include "zelira.h"
 #include "zelsittrap.h"
 #include "zeltablemanager.h"
@@ -108,19 +107,7 @@ class TableTest : public LibraryTest {
     return texts;
   }
 
-  /// Prints the traced messages when the process exits: what a dying process said.
-  void printMessagesAtExit() {
-    std::atexit([] {
-      for (const std::string& text : fake::Framework::get().messages()) {
-        std::fprintf(stderr, "%s\n", text.c_str());
-      }
-    });
-  }
-
   static inline std::time_t s_now = 0;
   ContextInfo context;
   Tidy<ZelTableManager> manager{"ZJX", "TAB", newColumns()};
 };
-
-inline constexpr const char* kUnknownExceptionText =
-    "ERROR: unknown exception\\. Agent terminated abnormally\\.";

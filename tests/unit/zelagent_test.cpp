@@ -1,23 +1,11 @@
 #include "zelagent.h"
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 
-#include <atomic>
-#include <chrono>
-#include <filesystem>
-#include <thread>
-
-#include "bridge/zelbuild.h"
-#include "support/library_fixture.h"
+#include "support/agent_fixture.h"
+#include "support/pthread_calls.h"
+#include "support/trace_view.h"
 #include "zelapi.h"
-#include "zelfinfo.h"
-#include "zelguard.h"
-#include "zelhttp.h"
-#include "zelsittrap.h"
-#include "zeltablemanager.h"
-
-RAS1_UNIT("ZELAGENTTEST");
 
 namespace {
 
@@ -26,61 +14,23 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
 
-fake::Value table(const char* name, bool sitTrap = false) {
-  return fake::map({{7, fake::text(name)}, {9, fake::list({})}, {15, fake::boolean(sitTrap)}});
-}
-
-class ZelAgentTest : public LibraryTest {
+class ZelAgentTest : public AgentTest {
  protected:
   void SetUp() override {
-    LibraryTest::SetUp();
-    home = std::filesystem::temp_directory_path() / ("zelagent_test." + std::to_string(getpid()));
-    std::filesystem::create_directories(home);
-    before = std::filesystem::current_path();
-    ZelAgent::s_started.store(false);
-    ZelAgent::s_managers.clear();
-    framework.env = {{"ZEL_PROD", "ZJX"}, {"ZEL_INST", "inst"}, {"ZEL_PROD_HOME", home.string()}};
-    setTables({});
-    framework.onCall["kramain"] = [this] {
-      startedInMainLoop = ZelAgent::s_started.load();
-      if (inMainLoop) {
-        inMainLoop();
+    AgentTest::SetUp();
+    pthreads.reset();
+  }
+
+  /// Runs `action` when the library reads this variable.
+  void whenRead(const std::string& variable, std::function<void()> action) {
+    framework.onCall["BSS1_GetEnv"] = [this, variable, action = std::move(action)] {
+      if (framework.calls().back() == "BSS1_GetEnv(" + variable + ")") {
+        action();
       }
     };
   }
 
-  void TearDown() override {
-    LibraryTest::TearDown();
-    std::filesystem::current_path(before);
-    std::filesystem::remove_all(home);
-    for (const auto& [name, manager] : ZelAgent::s_managers) {
-      delete manager;
-    }
-    ZelAgent::s_managers.clear();
-  }
-
-  void setTables(const std::vector<fake::Value>& tables) {
-    bridge.replies[0] = fake::map({{5, fake::text("replyhost")},
-                                   {6, fake::text("AFF_AGENT")},
-                                   {4, fake::text("AFF_VERSION")},
-                                   {1, fake::text("free text")},
-                                   {8, fake::list(tables)}});
-  }
-
-  std::vector<std::string> frameworkCalls() const {
-    std::vector<std::string> found;
-    for (const std::string& call : framework.calls()) {
-      if (call.rfind("BSS1_", 0) != 0) {
-        found.push_back(call);
-      }
-    }
-    return found;
-  }
-
-  std::filesystem::path home;
-  std::filesystem::path before;
-  bool startedInMainLoop = false;
-  std::function<void()> inMainLoop;
+  fake::PthreadCalls& pthreads = fake::PthreadCalls::get();
 };
 
 TEST_F(ZelAgentTest, StartRegistersWithTheFrameworkInOrderAndRunsTheMainLoop) {
@@ -117,7 +67,7 @@ TEST_F(ZelAgentTest, StartReadsTheEnvironmentInOrder) {
 TEST_F(ZelAgentTest, InitialisationChangesToTheProductHome) {
   zelAgentStart();
 
-  EXPECT_EQ(std::filesystem::current_path(), std::filesystem::canonical(home));
+  EXPECT_EQ(std::filesystem::current_path(), std::filesystem::canonical(home.path()));
 }
 
 TEST_F(ZelAgentTest, AMissingRequiredVariableFailsTheStartAndTheNextIsNotRead) {
@@ -153,17 +103,6 @@ TEST_F(ZelAgentTest, TheReplyTimeoutIsClampedAndConverted) {
     zelAgentStart();
     EXPECT_EQ(ZelAgent::s_replyTimeout, ms) << (value == nullptr ? "unset" : value);
   }
-}
-
-TEST_F(ZelAgentTest, VersionAndTimeoutAreTracedInTheFlowClassOnly) {
-  zelAgentStart();
-  EXPECT_FALSE(framework.hasMessage("Product version in registry: <01.00.00>"));
-  EXPECT_FALSE(framework.hasMessage("Reply wait timeout set to 300000"));
-
-  framework.setMask("ZELAGENT", kRas1Flow);
-  zelAgentStart();
-  EXPECT_TRUE(framework.hasMessage("Product version in registry: <01.00.00>"));
-  EXPECT_TRUE(framework.hasMessage("Reply wait timeout set to 300000"));
 }
 
 TEST_F(ZelAgentTest, TheHostNameOfTheEnvironmentGoesToTheApplication) {
@@ -255,170 +194,134 @@ TEST_F(ZelAgentTest, AnExceptionThatLeavesTheMainLoopIsReportedAndTheStartReturn
   EXPECT_FALSE(ZelAgent::s_started.load());
 }
 
-TEST_F(ZelAgentTest, AShutdownDuringInitialisationSkipsTheMainLoop) {
+TEST_F(ZelAgentTest, VersionAndTimeoutAreTracedInTheFlowClassOnly) {
+  framework.setAllMasks(fake::allBut(kRas1Flow));
+  zelAgentStart();
+  EXPECT_FALSE(framework.hasMessage("Product version in registry: <01.00.00>"));
+  EXPECT_FALSE(framework.hasMessage("Reply wait timeout set to 300000"));
+
+  framework.setAllMasks(kRas1Flow);
+  zelAgentStart();
+  EXPECT_TRUE(framework.hasMessage("Product version in registry: <01.00.00>"));
+  EXPECT_TRUE(framework.hasMessage("Reply wait timeout set to 300000"));
+}
+
+TEST_F(ZelAgentTest, AnyAffinityThatIsRefusedFailsTheStart) {
+  const char* const affinities[] = {"AFF_AGENT", "AFF_FEAT_INTERNATIONALIZATION",
+                                    "AFF_FEAT_DM_PARITY", "AFF_VERSION"};
+  for (std::size_t refused = 1; refused <= std::size(affinities); ++refused) {
+    const std::size_t before = framework.callsOf("IRA_SetAffinity").size();
+    framework.rc = {{"IRA_SetAffinity", refused == 1 ? 8 : 0}};
+    std::size_t turn = 1;
+    framework.onCall["IRA_SetAffinity"] = [&] {  // sets what the next call returns
+      framework.rc["IRA_SetAffinity"] = ++turn == refused ? 8 : 0;
+    };
+
+    EXPECT_EQ(zelAgentStart(), -1);
+
+    EXPECT_EQ(framework.callsOf("IRA_SetAffinity").size() - before, refused);
+    EXPECT_EQ(framework.countMessages("ERROR: IRA_SetAffinity(" +
+                                      std::string(affinities[refused - 1]) + ") failed (rc 8)"),
+              1u);
+    EXPECT_THAT(framework.callsOf("IRA_SetCurrency"), IsEmpty());
+  }
+}
+
+TEST_F(ZelAgentTest, AShutdownDuringInitialisationWaitsAtMostThreeHundredMillisecondsAndEnds) {
+  framework.timeSeconds = 1000;  // long past: waits end at once
+  framework.timeNanoseconds = 900'000'000;
   framework.onCall["IRA_SetCurrency"] = [] { ZelAgent::s_isShutdown.store(true); };
 
   EXPECT_EQ(zelAgentStart(), 0);
 
+  const auto waits = pthreads.ownWaits();
+  ASSERT_EQ(waits.size(), 1u);
+  EXPECT_EQ(waits[0].condition, &ZelAgent::s_shutdownEvent);
+  EXPECT_EQ(waits[0].deadline.tv_sec, 1001);
+  EXPECT_EQ(waits[0].deadline.tv_nsec, 200'000'000);
   EXPECT_THAT(framework.calls(), Not(Contains("kramain(1, vu_agent)")));
   EXPECT_TRUE(framework.hasMessage("Agent stopped"));
 }
 
-TEST_F(ZelAgentTest, TheFourHandlersAreSubscribedBeforeTheMainLoop) {
-  std::vector<bool> subscribed;
+TEST_F(ZelAgentTest, AShutdownDuringInitialisationSubscribesNothing) {
+  framework.timeSeconds = 1000;
+  framework.onCall["IRA_SetCurrency"] = [] { ZelAgent::s_isShutdown.store(true); };
+
+  zelAgentStart();
+
+  ASSERT_NE(ZelClient::s_inst.load(), nullptr);
+  for (const int code : {10, 11, 13, 14, 15, 16}) {
+    EXPECT_EQ(ZelClient::s_inst.load()->getSubscriber(code), nullptr) << code;
+  }
+}
+
+TEST_F(ZelAgentTest, TheJvmsSignalsAreSavedBeforeTheShutdownFlagIsTested) {
+  framework.timeSeconds = 1000;
+  framework.env["ZEL_JVM_SIGNALS"] = "10";
+  whenRead("ZEL_JVM_SIGNALS", [] { ZelAgent::s_isShutdown.store(true); });
+
+  EXPECT_EQ(zelAgentStart(), 0);
+
+  ASSERT_NE(s_sigactions, nullptr);
+  EXPECT_EQ(s_sigactions->count(SIGUSR1), 1u);
+  EXPECT_THAT(framework.calls(), Not(Contains("kramain(1, vu_agent)")));
+}
+
+TEST_F(ZelAgentTest, FourHandlersAreSubscribedBeforeTheMainLoop) {
+  std::vector<int> subscribed;
   inMainLoop = [&] {
-    for (const int code : {10, 11, 13, 16, 14, 15}) {
-      subscribed.push_back(ZelClient::getInstance()->getSubscriber(code) != nullptr);
+    for (const int code : {10, 11, 13, 14, 15, 16}) {
+      if (ZelClient::getInstance()->getSubscriber(code) != nullptr) {
+        subscribed.push_back(code);
+      }
     }
   };
 
   zelAgentStart();
 
-  EXPECT_THAT(subscribed, ElementsAre(true, true, true, true, false, false));
+  EXPECT_THAT(subscribed, ElementsAre(10, 11, 13, 16));
 }
 
-TEST_F(ZelAgentTest, LoadRegistersTheTablesByNameAndSendsTheStartRequestOneWay) {
-  setTables({table("TWO"), table("ONE")});
-  int result = -1;
-  inMainLoop = [&] { result = LoadAgents(); };
+TEST_F(ZelAgentTest, TheHandlersAreSubscribedInTheOrderOfTheirCodes) {
+  class Recorder : public ZelClient {
+   public:
+    void subscribe(ZelNotificationSubscriber& subscriber) override {
+      codes.push_back(subscriber.getType());
+    }
+    void putOutbound(const ZelMap& /*envelope*/) override {}
 
-  zelAgentStart();
-
-  EXPECT_EQ(result, 0);
-  EXPECT_THAT(framework.callsOf("RegisterWithManager"),
-              ElementsAre("RegisterWithManager(ONE)", "RegisterWithManager(TWO)"));
-  ASSERT_TRUE(bridge.waitForSent(1));
-  EXPECT_EQ(fake::describe(bridge.sentOf(1)[0].envelope.get()), "{0: 2, 1: 1}");
-  // The library never joins this thread.
-  EXPECT_EQ(pthread_join(s_httpServerThread, nullptr), 0);
-  EXPECT_TRUE(framework.hasMessage("Web Service stopped"));
-}
-
-// A start request that can't be queued, because there is no client and none can be made, is the one
-// way in which loading fails.
-TEST_F(ZelAgentTest, AnExceptionWhileLoadingShutsDownAndReturnsOne) {
-  bridge.failCreation = true;
-
-  EXPECT_EQ(LoadAgents(), 1);
-
-  EXPECT_TRUE(framework.hasMessage("ERROR: STD C++ library exception 'no client'"));
-  EXPECT_TRUE(framework.hasMessage("Agent shuts down ..."));
-  EXPECT_FALSE(framework.hasMessage("Web Service started"));
-}
-
-TEST_F(ZelAgentTest, ASecondShutdownBuildsNoClientAndReportsWhy) {
-  inMainLoop = [this] {
-    zelAgentStop();
-    bridge.failCreation = true;
-    zelAgentStop();
+    std::vector<int> codes;
   };
+  auto* client = new Recorder;  // the client's destruction deletes it
+  ZelClient::s_inst.store(client);
 
-  EXPECT_EQ(zelAgentStart(), 0);
+  ZelAgent::getInstance()->subscribeNotificationHandlers();
 
-  EXPECT_EQ(bridge.sentOf(4).size(), 1u);
-  EXPECT_TRUE(framework.hasMessage("ERROR: STD C++ library exception 'no client'"));
-  EXPECT_EQ(framework.countMessages("Agent shuts down ..."), 2u);
+  EXPECT_THAT(client->codes, ElementsAre(10, 11, 13, 16));
 }
 
-TEST_F(ZelAgentTest, StopTellsTheApplicationBeforeItShutsDown) {
-  std::vector<std::string> atRequest;
-  bridge.onSent[4] = [&](const fake::Sent& sent) {
-    EXPECT_EQ(sent.type, ZelMsg::Request);
-    atRequest = framework.callsOf("IRA_Shutdown");
-  };
-  inMainLoop = [] { zelAgentStop(); };
+TEST_F(ZelAgentTest, AnUnknownExceptionWhileInitialisingEndsTheProcess) {
+  framework.onCall["IRA_SetCurrency"] = [] { throw 5; };
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
 
-  zelAgentStart();
-
-  EXPECT_EQ(bridge.sentOf(4).size(), 1u);
-  EXPECT_THAT(atRequest, IsEmpty());
-  EXPECT_THAT(framework.callsOf("IRA_Shutdown"), ElementsAre("IRA_Shutdown(1)"));
-  EXPECT_TRUE(framework.hasMessage("Agent shuts down ..."));
-  EXPECT_EQ(ZelClient::s_inst.load(), nullptr);
-  EXPECT_EQ(zelWaitForAgentShutdown(0), 1);
+  EXPECT_EXIT(
+      {
+        fake::printMessagesAtExit();
+        zelAgentStart();
+      },
+      testing::ExitedWithCode(255), "ZELAGENT start: " + std::string(kUnknownExceptionText));
 }
 
-TEST_F(ZelAgentTest, StopBeforeStartSendsNoRequestButShutsDown) {
-  zelAgentStop();
+TEST_F(ZelAgentTest, AnUnknownExceptionOutOfTheMainLoopEndsTheProcess) {
+  inMainLoop = [] { throw 5; };
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
 
-  EXPECT_THAT(bridge.sent(), IsEmpty());
-  EXPECT_TRUE(framework.hasMessage("Agent shuts down ..."));
-  EXPECT_THAT(framework.calls(), ElementsAre("IRA_Shutdown(1)"));
-}
-
-TEST_F(ZelAgentTest, EveryRunOfShutdownRepeatsAllSteps) {
-  ZelAgent::shutdown();
-  ZelAgent::shutdown();
-
-  EXPECT_EQ(framework.countMessages("Agent shuts down ..."), 2u);
-  EXPECT_EQ(framework.callsOf("IRA_Shutdown").size(), 2u);
-}
-
-TEST_F(ZelAgentTest, WaitingWithZeroOnlyReadsTheFlag) {
-  EXPECT_EQ(zelWaitForAgentShutdown(0), 0);
-  ZelAgent::s_isShutdown.store(true);
-  EXPECT_EQ(zelWaitForAgentShutdown(0), 1);
-}
-
-TEST_F(ZelAgentTest, WaitingEndsWithoutShutdownWhenTheTimeRunsOut) {
-  EXPECT_EQ(zelWaitForAgentShutdown(3), 0);
-  EXPECT_FALSE(ZelAgent::s_isShutdown.load());
-}
-
-TEST_F(ZelAgentTest, AWaitNeverClearsTheFlag) {
-  ZelAgent::s_isShutdown.store(true);
-
-  EXPECT_TRUE(ZelAgent::isShutdown(3));
-  EXPECT_TRUE(ZelAgent::s_isShutdown.load());
-}
-
-TEST_F(ZelAgentTest, WaitingEndsWhenShutdownBegins) {
-  std::atomic<int> result{-1};
-  std::thread waiter([&] { result.store(zelWaitForAgentShutdown(20000)); });
-
-  while (result.load() == -1) {
-    ZelAgent::shutdown();
-    std::this_thread::yield();
-  }
-
-  waiter.join();
-  EXPECT_EQ(result.load(), 1);
-}
-
-TEST_F(ZelAgentTest, ATrapTableGetsATrapManagerAndAnyOtherAPlainOne) {
-  framework.env.clear();
-  ZelAgent::s_prodCode = "ZJX";
-
-  const std::unique_ptr<ZelTableManager> plain(
-      ZelAgent::getInstance()->createTableManager("T", new std::vector<ZelColumnInfo*>, false));
-  const std::unique_ptr<ZelTableManager> trap(
-      ZelAgent::getInstance()->createTableManager("T", new std::vector<ZelColumnInfo*>, true));
-
-  EXPECT_EQ(dynamic_cast<ZelSitTrapManager*>(plain.get()), nullptr);
-  EXPECT_NE(dynamic_cast<ZelSitTrapManager*>(trap.get()), nullptr);
-  EXPECT_STREQ(plain->applicationId, "ZJX");
-}
-
-TEST_F(ZelAgentTest, AnUnknownExceptionEndsTheProcessWithMinusOne) {
-  const auto fail = [] {
-    RAS1_FUNCTION();
-    zelGuarded(ras1Entry, [] { throw 5; });
-  };
-
-  EXPECT_EXIT(fail(), testing::ExitedWithCode(255), "");
-}
-
-TEST_F(ZelAgentTest, ReportedExceptionsAreTracedByKind) {
-  RAS1_FUNCTION();
-
-  EXPECT_FALSE(zelGuarded(ras1Entry, [] { throw ZelAppException{3, "app"}; }));
-  EXPECT_FALSE(zelGuarded(ras1Entry, [] { throw ZelException("f.cpp", 7, 1); }));
-  EXPECT_FALSE(zelGuarded(ras1Entry, [] { throw std::runtime_error("std"); }));
-  EXPECT_TRUE(zelGuarded(ras1Entry, [] {}));
-
-  EXPECT_THAT(framework.messages(), ElementsAre("ERROR: request processing failed ...\napp",
-                                                "ERROR: internal exception in f.cpp at line 7",
-                                                "ERROR: STD C++ library exception 'std'"));
+  EXPECT_EXIT(
+      {
+        fake::printMessagesAtExit();
+        zelAgentStart();
+      },
+      testing::ExitedWithCode(255), "ZELAGENT start: " + std::string(kUnknownExceptionText));
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 #include "bridge/zelbuild.h"
 #include "bridge/zelexc.h"
-#include "support/fake_framework.h"
+#include "support/trace_view.h"
 
 namespace {
 
@@ -85,18 +85,67 @@ TEST_F(ZelCollTest, GetOfANullChildReportsNullAndNotAnInvalidKey) {
   EXPECT_THAT(framework.messages(), testing::ElementsAre("ERROR: Key 3 refers to NULL value"));
 }
 
-TEST_F(ZelCollTest, AFailedGetIsPrecededByAnEntryEventInTheFlowClass) {
-  framework.setMask("ZELCOLL", kRas1Flow);
-  const ZelMap map;
+TEST_F(ZelCollTest, AFailedGetIsPrecededByAnEntryEventInTheFlowClassOnly) {
+  ZelMap map;
+  map.entries[3] = nullptr;
+  const std::pair<int, const char*> cases[] = {{9, "ERROR: Invalid key 9"},
+                                               {3, "ERROR: Key 3 refers to NULL value"}};
+  for (const auto& [key, message] : cases) {
+    framework.reset();
+    framework.setMask("ZELCOLL", kRas1Flow);
 
-  EXPECT_THROW(map.get(9), ZelException);
+    EXPECT_THROW(map.get(key), ZelException);
 
-  const auto trace = framework.trace();
-  ASSERT_GE(trace.size(), 2u);
-  EXPECT_EQ(trace[0].text, "entry");
-  EXPECT_EQ(trace[0].unit, "ZELCOLL");
-  EXPECT_EQ(trace[0].function, "get");
-  EXPECT_EQ(trace[1].text, "ERROR: Invalid key 9");
+    const auto trace = framework.trace();
+    ASSERT_GE(trace.size(), 2u);
+    EXPECT_EQ(trace[0].unit + " " + trace[0].function + " " + trace[0].text, "ZELCOLL get entry");
+    EXPECT_EQ(trace[1].text, message);
+
+    framework.reset();
+    framework.setAllMasks(fake::allBut(kRas1Flow));
+    EXPECT_THROW(map.get(key), ZelException);
+    ASSERT_EQ(framework.trace().size(), 1u);
+    EXPECT_EQ(framework.trace()[0].text, message);
+  }
+}
+
+/// The code of the ZelException that `action` throws; 0 when it throws none.
+template <typename Action>
+int codeThrownBy(Action&& action) {
+  try {
+    action();
+    return 0;
+  } catch (const ZelException& e) {
+    return e.code;
+  }
+}
+
+TEST_F(ZelCollTest, EveryFailedReadThrowsCodeOne) {
+  ZelMap map;
+  map.entries[2] = nullptr;
+  ZelList list;
+  list.items.push_back(nullptr);
+
+  EXPECT_EQ(codeThrownBy([&] { map.get(2); }), 1);
+  EXPECT_EQ(codeThrownBy([&] { map.detach(1); }), 1);
+  EXPECT_EQ(codeThrownBy([&] { map.detach(2); }), 1);
+  EXPECT_EQ(codeThrownBy([&] { list.detach(0); }), 1);
+  EXPECT_EQ(codeThrownBy([&] { list.detach(1); }), 1);
+}
+
+TEST_F(ZelCollTest, DetachTracesNothingInAnyClass) {
+  framework.setAllMasks(0xFF);
+  ZelMap map;
+  map.entries[2] = nullptr;
+  ZelList list;
+  list.items.push_back(nullptr);
+
+  EXPECT_THROW(map.detach(1), ZelException);
+  EXPECT_THROW(map.detach(2), ZelException);
+  EXPECT_THROW(list.detach(0), ZelException);
+  EXPECT_THROW(list.detach(1), ZelException);
+
+  EXPECT_TRUE(framework.trace().empty());
 }
 
 TEST_F(ZelCollTest, AMapDetachesAChildWhichIsMissingThen) {

@@ -77,6 +77,7 @@ TEST_F(ZelUniConverterTest, RefusesMalformedInputWithTheErrorOfIcu) {
   EXPECT_TRUE(text.isEmpty());
   EXPECT_THAT(framework.messages(),
               ElementsAre("ERROR: ucnv_toUChars() failed (rc 12), U_ILLEGAL_CHAR_FOUND"));
+  EXPECT_EQ(framework.trace().back().unit, "ZELICU");
 }
 
 TEST_F(ZelUniConverterTest, RefusesACharacterThatIsCutOff) {

@@ -40,7 +40,7 @@ TEST_F(ZelIraTest, TracesItsTableInTheDetailClassOnly) {
   EXPECT_THAT(messages(), ElementsAre("Table TAB"));
 
   framework.reset();
-  framework.setMask("ZELIRA", 0xFF & ~kRas1Detail);
+  framework.setMask("ZELIRA", fake::allBut(kRas1Detail));
   open(sampleOf({}));
   EXPECT_THAT(messages(), IsEmpty());
 }
@@ -206,7 +206,7 @@ TEST_F(ZelIraTest, ServesCachedRowsAndAsksForTheOtherSubnodes) {
 }
 
 TEST_F(ZelIraTest, TracesCachedSamplesInTheDetailClassOnly) {
-  framework.setMask("ZELIRA", 0xFF & ~kRas1Detail);
+  framework.setMask("ZELIRA", fake::allBut(kRas1Detail));
   manager.cacheSamples({row(1)}, "node", 30);
 
   open(sampleOf({"node"}))->TakeSample();
@@ -334,7 +334,7 @@ TEST_F(ZelIraDeathTest, EndsTheProcessForAnUnknownExceptionWhileSampling) {
 
   EXPECT_EXIT(
       {
-        printMessagesAtExit();
+        fake::printMessagesAtExit();
         request->TakeSample();
       },
       testing::ExitedWithCode(255), kUnknownExceptionText);

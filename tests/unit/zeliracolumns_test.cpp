@@ -142,13 +142,26 @@ TEST_F(ZelIraColumnsTest, TracesAComparisonInTheDetailClass) {
   compare("SHORT", 0x1006, row(0, 0, 0x4142), "CD");
 
   EXPECT_THAT(messages(), ElementsAre("Table TAB", "Oper=4102 Column=SHORT Offset=12"));
-  std::vector<std::string> dumps;
-  for (const fake::TraceRecord& record : framework.trace()) {
-    if (record.kind == fake::TraceRecord::Dump) {
-      dumps.push_back(record.text + " " + record.data);
-    }
-  }
-  EXPECT_THAT(dumps, ElementsAre("Data BA", "Threshold CD"));
+  EXPECT_THAT(fake::dumpsOf("ZELIRA"), ElementsAre("Data: BA", "Threshold: CD"));
+}
+
+TEST_F(ZelIraColumnsTest, TracesAndDumpsNoColumnWithoutTheDetailClass) {
+  framework.setMask("ZELIRA", fake::allBut(kRas1Detail));
+  ColumnInfo info{};
+
+  EXPECT_EQ(open(sampleOf({}))->GetColumnInfo(&info, 1), 0);
+  compare("SHORT", kIntfGreater, row(0, 0, 5), "CD");
+
+  EXPECT_THAT(messages(), ElementsAre(testing::StartsWith("data=")));  // of the flow class
+  EXPECT_THAT(fake::dumpsOf("ZELIRA"), IsEmpty());
+}
+
+TEST_F(ZelIraColumnsTest, TracesNoArgumentsWithoutTheFlowClass) {
+  framework.setMask("ZELIRA", fake::allBut(kRas1Flow));
+
+  compare("INT", kIntfEqual, row(1), "");
+
+  EXPECT_THAT(messages(), ElementsAre("Table TAB", "Oper=1 Column=INT Offset=0"));
 }
 
 TEST_F(ZelIraColumnsTest, TracesTheArgumentsOfAComparisonInTheFlowClass) {

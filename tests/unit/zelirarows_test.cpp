@@ -39,18 +39,21 @@ TEST_F(ZelIraRowsTest, DumpsEveryRowInTheDetailClass) {
 
   request->putData({row(1), "short"});
 
-  std::vector<std::string> dumps;
-  for (const fake::TraceRecord& record : framework.trace()) {
-    if (record.kind == fake::TraceRecord::Dump) {
-      EXPECT_EQ(record.text, "Sample data");
-      dumps.push_back(record.data);
-    }
-  }
-  EXPECT_THAT(dumps, ElementsAre(row(1)));
+  EXPECT_THAT(fake::dumpsOf("ZELIRA"), ElementsAre("Sample data: " + row(1)));
+}
+
+TEST_F(ZelIraRowsTest, DumpsNoRowWithoutTheDetailClass) {
+  framework.setMask("ZELIRA", fake::allBut(kRas1Detail));
+  const std::unique_ptr<ZelIra> request = open(sampleOf({}));
+
+  request->putData({row(1)});
+
+  EXPECT_THAT(insertedInto(*request), ElementsAre(row(1)));
+  EXPECT_THAT(fake::dumpsOf("ZELIRA"), IsEmpty());
 }
 
 TEST_F(ZelIraRowsTest, TracesAFilteredRowInTheDetailClassOnly) {
-  framework.setMask("ZELIRA", 0xFF & ~kRas1Detail);
+  framework.setMask("ZELIRA", fake::allBut(kRas1Detail));
   framework.checkForException = [](const std::string&) { return false; };
 
   open(sampleOf({}))->putData({row(1)});
@@ -87,7 +90,7 @@ class PrintSelfTest : public TableTest {
 
 TEST_F(PrintSelfTest, PrintsNothingWithoutTheSummaryClass) {
   const std::unique_ptr<ZelIra> request = open(sampleOf({}));
-  framework.setMask("ZELIRA", 0xFF & ~kRas1Summary);
+  framework.setMask("ZELIRA", fake::allBut(kRas1Summary));
 
   request->PrintSelf();
 

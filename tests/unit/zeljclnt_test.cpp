@@ -20,14 +20,11 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr char kPackage[] = "com/qrv/norvel/monitoring/toolkit/workbench/";
 constexpr char kTrace[] =
     "(ILjava/lang/String;Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)V";
 constexpr char kDaemon[] =
     "(Ljava/lang/String;Ljava/util/HashMap;Ljava/lang/String;Ljava/lang/String;"
     "Ljava/lang/String;)V";
-
-std::string inPackage(const std::string& name) { return kPackage + name; }
 
 class ZelJniClientTest : public JvmTest {
  protected:
@@ -37,13 +34,6 @@ class ZelJniClientTest : public JvmTest {
     const auto end = std::find(calls.begin(), calls.end(), "DeleteLocalRef(class java/lang/Error)");
     calls.erase(calls.begin(), end == calls.end() ? end : end + 1);
     return calls;
-  }
-
-  /// Runs a request under the condition that the application answers it.
-  void answerRequests(ZelMsg::Type type, const fakejvm::ObjectPtr& body) {
-    jvm.onProcessInbound = [type, body](JNIEnv* env, const fakejvm::ObjectPtr& msg) {
-      putOutbound(env, answerTo(msg, type, body));
-    };
   }
 
   static fakejvm::ObjectPtr exceptionBody(int severity) {
@@ -208,16 +198,6 @@ TEST_F(ZelJniClientTest, OutboundObjectsAreMadeInOrderAndOnlyMapKeysAreDeleted) 
   EXPECT_EQ(jvm.localReferences() - before, 5U);  // the envelope, type, id, list and bytes
 }
 
-TEST_F(ZelJniClientTest, AnyThreadThatSendsIsAttachedAsADaemon) {
-  makeClient();
-  answerRequests(ZelMsg::Reply, fakejvm::map({}));
-  EchoRequest request(nullptr);
-
-  std::thread([&] { ZelClient::run(request, true); }).join();
-
-  EXPECT_FALSE(request.isAppExc());
-}
-
 TEST_F(ZelJniClientTest, AnApplicationExceptionIsStoredAndTheAgentGoesOn) {
   makeClient();
   answerRequests(ZelMsg::Exception, exceptionBody(ZelAppException::kOrdinary));
@@ -302,7 +282,7 @@ TEST_F(ZelJniClientTest, AMalformedMessageIsRejectedAndJavaGoesOn) {
   EXPECT_THAT(messagesOf([&] { putOutbound(jvm.env(), fakejvm::integer(1)); }),
               ElementsAre(badCast));
 
-  framework.setMask("ZELJCLNT", 0xFF & ~kRas1Error & ~kRas1Flow);
+  framework.setMask("ZELJCLNT", 0xFF & ~kRas1Error);
   EXPECT_THAT(messagesOf([&] { putOutbound(jvm.env(), nullptr); }), ElementsAre(internal));
   EXPECT_THAT(messagesOf([&] { putOutbound(jvm.env(), number); }), ElementsAre(internal));
 }

@@ -67,18 +67,36 @@ TEST_F(JavaToNativeTest, OfEqualKeysTheFirstStays) {
   EXPECT_EQ(value->toMap().get(1).toString(), "first");
 }
 
-TEST_F(JavaToNativeTest, ALongListNeedsFewReferencesAtATime) {
-  std::size_t most = 0;
-  std::vector<fakejvm::ObjectPtr> items(1000, fakejvm::integer(1));
-  std::unique_ptr<ZelData> value;
+TEST_F(JavaToNativeTest, ALongListNeedsTwoReferencesAtATime) {
+  const std::vector<fakejvm::ObjectPtr> items(1000, fakejvm::integer(1));
 
-  const auto calls = callsOf([&] { value = convert(fakejvm::list(items)); });
+  const auto value = convert(fakejvm::list(items));
 
   EXPECT_EQ(value->toList().items.size(), 1000U);
-  for (const std::string& call : calls) {
-    most += call == "DeleteLocalRef(1)" ? 1 : 0;
+  EXPECT_EQ(jvm.peakLocalReferences(), 2U);  // the list and an element
+}
+
+TEST_F(JavaToNativeTest, ALongMapNeedsFourReferencesAtATime) {
+  std::vector<std::pair<fakejvm::ObjectPtr, fakejvm::ObjectPtr>> entries;
+  for (int i = 0; i < 1000; ++i) {
+    entries.emplace_back(fakejvm::integer(i), fakejvm::string("value"));
   }
-  EXPECT_EQ(most, 1000U);
+
+  const auto value = convert(fakejvm::map(entries));
+
+  EXPECT_EQ(value->toMap().entries.size(), 1000U);
+  EXPECT_EQ(jvm.peakLocalReferences(), 4U);  // the map, its iterator, an entry, a key or value
+}
+
+TEST_F(JavaToNativeTest, ADeepMessageNeedsOneReferenceALevel) {
+  fakejvm::ObjectPtr nested = fakejvm::list({});
+  for (int level = 1; level < 100; ++level) {
+    nested = fakejvm::list({nested});
+  }
+
+  convert(nested);
+
+  EXPECT_EQ(jvm.peakLocalReferences(), 100U);
 }
 
 TEST_F(JavaToNativeTest, TheClassIsTestedInAFixedOrder) {

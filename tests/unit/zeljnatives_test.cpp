@@ -7,6 +7,8 @@
 #include <fstream>
 
 #include "bridge/jni/zeljvm.h"
+#include "support/descriptor_cap.h"
+#include "support/failures.h"
 #include "support/jvm_fixture.h"
 
 using fakejvm::ObjectPtr;
@@ -74,6 +76,16 @@ TEST_F(JavaTraceTest, TheRecordCarriesTheCallersNamesAndOurUnit) {
   EXPECT_EQ(record.line, 0U);
 }
 
+TEST_F(JavaTraceTest, TheRecordKeepsOurUnitsDatesAndLivesForTheCallOnly) {
+  trace(0, "message");
+
+  const fake::TraceRecord record = framework.trace().back();
+  EXPECT_EQ(record.unit, "ZELJCLNT");
+  EXPECT_EQ(record.date, ras1BuildInfo.compileDate);
+  EXPECT_EQ(record.time, ras1BuildInfo.compileTime);
+  EXPECT_EQ(record.flags, 0x800U);
+}
+
 TEST_F(JavaTraceTest, APercentSignIsWrittenAsItIs) {
   EXPECT_THAT(messagesOf([&] { trace(0, "100 % of %s"); }), ElementsAre("100 % of %s"));
 }
@@ -118,6 +130,7 @@ class DaemonNativeTest : public JvmTest {
   void SetUp() override {
     JvmTest::SetUp();
     ZelJvm::start();
+    fake::capDescriptors();
     unsetenv("ZEL_TEST");
   }
 
@@ -177,7 +190,46 @@ TEST_F(DaemonNativeTest, TheMapChangesTheEnvironment) {
   unsetenv("ZEL_GONE");
 }
 
-TEST_F(DaemonNativeTest, AFailureIsTracedAndJavaGoesOn) {
+TEST_F(DaemonNativeTest, AMapOfNullsAloneMakesANewEnvironment) {
+  setenv("ZEL_TEST", "kept", 1);
+  setenv("ZEL_GONE", "old", 1);
+
+  EXPECT_THAT(run(fakejvm::map({{fakejvm::string("ZEL_GONE"), nullptr}})),
+              ElementsAre(started(), "Unset env: ZEL_GONE"));
+
+  const std::string written = output();
+  EXPECT_THAT(written, testing::HasSubstr("environment ZEL_TEST=kept\n"));
+  EXPECT_THAT(written, testing::Not(testing::HasSubstr("ZEL_GONE")));
+  unsetenv("ZEL_TEST");
+  unsetenv("ZEL_GONE");
+}
+
+TEST_F(DaemonNativeTest, AnExceptionIsReportedAndJavaGoesOn) {
+  for (const fake::Failure& failure : fake::failures()) {
+    framework.onMessage("Running command", failure.raise);
+
+    EXPECT_THAT(run(nullptr), ElementsAre(started(), failure.text));
+
+    EXPECT_EQ(framework.trace().back().unit, "ZELJCLNT");
+    EXPECT_EQ(framework.trace().back().function, "zelRunDaemon");
+    EXPECT_EQ(jvm.localReferences(), 0U);
+  }
+}
+
+using DaemonNativeDeathTest = DaemonNativeTest;
+
+TEST_F(DaemonNativeDeathTest, AnUnknownExceptionEndsTheProcess) {
+  testing::GTEST_FLAG(death_test_style) = "threadsafe";
+  EXPECT_EXIT(
+      {
+        showTraceAtExit();
+        framework.onMessage("Running command", fake::raiseUnknown);
+        run(nullptr);
+      },
+      testing::ExitedWithCode(255), "ERROR: unknown exception. Agent terminated abnormally.\n");
+}
+
+TEST_F(DaemonNativeTest, AMalformedMapIsTracedAndJavaGoesOn) {
   EXPECT_THAT(
       run(fakejvm::integer(5)),
       ElementsAre(started(), StartsWith("ERROR: internal exception in zeljni.cpp at line ")));

@@ -1,6 +1,7 @@
 #include "bridge/jni/zeljni.h"
 
 #include "support/jni_fixture.h"
+#include "support/trace_view.h"
 
 using fakejvm::Raise;
 using testing::ElementsAre;
@@ -138,6 +139,17 @@ TEST_F(ZelJniTest, AClassIsTakenAsAGlobalReferenceOnly) {
   EXPECT_THAT(callsOf([&] { type = env.getGlobalClassRef("java/lang/Object"); }),
               ElementsAre("FindClass(java/lang/Object)", "NewGlobalRef(class java/lang/Object)",
                           "DeleteLocalRef(class java/lang/Object)"));
+  jni().DeleteGlobalRef(type);
+}
+
+TEST_F(ZelJniTest, ItsUnitIsTracedUnderItsOwnName) {
+  framework.setMask("ZELJNI", kRas1Flow);
+  ZelJEnv env(jni());
+
+  jclass type = env.getGlobalClassRef("java/lang/Object");
+
+  EXPECT_THAT(fake::flowOf("ZELJNI"),
+              ElementsAre("getGlobalClassRef entry", fake::exitOf("getGlobalClassRef", type)));
   jni().DeleteGlobalRef(type);
 }
 

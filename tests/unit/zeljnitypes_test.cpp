@@ -1,8 +1,9 @@
 // The wrappers of the Java library's classes.
 
+#include <algorithm>
 #include <cstring>
 
-#include "bridge/jni/zeljni.h"
+#include "bridge/jni/zeljclnt.h"
 #include "support/jni_fixture.h"
 
 using fakejvm::Raise;
@@ -11,7 +12,17 @@ using testing::IsEmpty;
 
 namespace {
 
-using ZelJniTypesTest = JniTest;
+class ZelJniTypesTest : public JniTest {
+ protected:
+  /// The iterator of a map with the entry 1: 2.
+  static fakejvm::ObjectPtr entryIterator() {
+    fakejvm::ObjectPtr node = fakejvm::instance("java/util/HashMap$Node");
+    node->items = {fakejvm::integer(1), fakejvm::integer(2)};
+    fakejvm::ObjectPtr iterator = fakejvm::instance("java/util/HashMap$EntryIterator");
+    iterator->items = {node};
+    return iterator;
+  }
+};
 
 TEST_F(ZelJniTypesTest, ANullObjectMayBeWrapped) {
   const auto calls = callsOf([&] {
@@ -43,6 +54,10 @@ TEST_F(ZelJniTypesTest, AnObjectOfAnotherClassIsRefused) {
                 IsEmpty());
   }
   drop(object);
+
+  object = jvm.local(fakejvm::string("5"));
+  EXPECT_TRUE(throwsZelException("zeljni.cpp", [&] { ZelJInteger(jni(), object); }));
+  drop(object);
 }
 
 TEST_F(ZelJniTypesTest, AnObjectOfADerivedClassIsAccepted) {
@@ -66,24 +81,40 @@ TEST_F(ZelJniTypesTest, BoxedValuesAreCreatedAndRead) {
   EXPECT_EQ(ZelJBoolean(jni(), static_cast<unsigned char>(0)).booleanValue(), 0);
 }
 
-TEST_F(ZelJniTypesTest, EveryCallOfAMethodThrowsWhatJavaThrows) {
+TEST_F(ZelJniTypesTest, EveryCallOfAMethodIsTestedAndThrowsWhatJavaThrows) {
   ZelJInteger integer(jni(), 5);
   ZelJLong number(jni(), 5LL);
   ZelJBoolean flag(jni(), static_cast<unsigned char>(1));
   ZelJArrayList list(jni());
   ZelJHashMap map(jni());
+  ZelJIterator entries(jni(), jvm.local(entryIterator()));
+  ZelJMapEntry entry(jni(), jvm.local(entryIterator()->items[0]));
+  ZelJObject server(jni(), ZelJServer::s_class, jvm.local(jvm.server));
   const std::pair<std::string, std::function<void()>> calls[] = {
       {"java/lang/Integer.intValue", [&] { integer.intValue(); }},
       {"java/lang/Long.longValue", [&] { number.longValue(); }},
       {"java/lang/Boolean.booleanValue", [&] { flag.booleanValue(); }},
       {"java/util/ArrayList.add", [&] { list.add(integer); }},
-      {"java/util/ArrayList.get", [&] { list.get(0); }},
+      {"java/util/ArrayList.get", [&] { drop(list.get(0)); }},
       {"java/util/ArrayList.size", [&] { list.size(); }},
-      {"java/util/HashMap.put", [&] { map.put(integer, number); }},
-      {"java/util/HashMap.get", [&] { map.get(5); }},
+      {"java/util/HashMap.put", [&] { drop(map.put(integer, number)); }},
+      {"java/util/HashMap.get", [&] { drop(map.get(5)); }},
       {"java/util/HashMap.newEntryIterator", [&] { map.newEntryIterator(); }},
+      {"java/util/Iterator.hasNext", [&] { entries.hasNext(); }},
+      {"java/util/Iterator.next", [&] { drop(entries.next()); }},
+      {"java/util/Map$Entry.getKey", [&] { drop(entry.getKey()); }},
+      {"java/util/Map$Entry.getValue", [&] { drop(entry.getValue()); }},
+      {jvm.server->className + ".processInbound",
+       [&] { server.callVoidMethod(ZelJServer::s_mProcessInbound, integer.getHandle()); }},
   };
   for (const auto& [method, call] : calls) {
+    const auto made = checkedCallsOf(call);
+    const auto found = std::find_if(made.begin(), made.end(), [&, name = method](const auto& text) {
+      return text.rfind("Call", 0) == 0 && text.find(name) != std::string::npos;
+    });
+    ASSERT_LT(found + 1, made.end()) << method;
+    EXPECT_EQ(found[1], "ExceptionOccurred()") << method;
+
     jvm.raising = {{method, Raise{}}};
     EXPECT_TRUE(throws(call)) << method;
   }
@@ -128,6 +159,15 @@ TEST_F(ZelJniTypesTest, AMapIsFilledAndWalked) {
   EXPECT_EQ(take(entry.getKey()), "1");
   EXPECT_EQ(take(entry.getValue()), "1");
   EXPECT_FALSE(entries.hasNext());
+}
+
+TEST_F(ZelJniTypesTest, TheIteratorOfAMapOwnsItsReferenceAlone) {
+  ZelJHashMap map(jni());
+
+  EXPECT_THAT(callsOf([&] { map.newEntryIterator(); }),
+              ElementsAre("CallObjectMethod({}, java/util/HashMap.newEntryIterator)",
+                          "IsInstanceOf(java/util/HashMap$EntryIterator, java/util/Iterator)",
+                          "DeleteLocalRef(java/util/HashMap$EntryIterator)"));
 }
 
 TEST_F(ZelJniTypesTest, AStringsCharactersAndLengthAreAskedOnce) {

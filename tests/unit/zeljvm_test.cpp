@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "support/jvm_fixture.h"
+#include "support/trace_view.h"
 #include "zelagent.h"
 
 using fakejvm::Raise;
@@ -137,7 +138,7 @@ TEST_F(ZelJvmTest, GatheredOptionsAreTracedInTheDetailClassOnly) {
   jvm.createResult = JNI_ERR;
   const std::string failure = "ERROR[-1]: JNI_CreateJavaVM() failed: unknown error";
 
-  framework.setMask("ZELJVM", kRas1Error);
+  framework.setMask("ZELJVM", fake::allBut(kRas1Detail));
   EXPECT_THAT(messagesOf([&] { EXPECT_TRUE(startThrows()); }),
               ElementsAre(StartsWith("Loading JVM "), failure));
 
@@ -165,8 +166,10 @@ TEST_F(ZelJvmTest, WithoutALogTheJvmGetsOneOptionFewerAndStarts) {
   EXPECT_THAT(jvm.options(), ElementsAre("-Djava.class.path=app.jar", "exit", "abort"));
   EXPECT_EQ(ZelJvm::s_log.load(), nullptr);
   ASSERT_EQ(messages.size(), 3U);
-  EXPECT_THAT(messages[1], StartsWith("WARN: failed to open ../../logs/XY.inst."));
-  EXPECT_THAT(messages[2], StartsWith("JVM log:  ../../logs/XY.inst."));
+  const std::string warning = "WARN: failed to open ";
+  EXPECT_THAT(messages[1],
+              MatchesRegex(warning + "\\.\\./\\.\\./logs/XY\\.inst\\.[0-9]+\\.JVM\\.log"));
+  EXPECT_EQ(messages[2], "JVM log:  " + messages[1].substr(warning.size()));
   EXPECT_EQ(printToLog("lost"), 0);
 }
 
@@ -203,19 +206,29 @@ TEST_F(ZelJvmTest, StartCallsTheJvmInOrder) {
 }
 
 TEST_F(ZelJvmTest, AnyClassOrMethodThatIsMissingStopsTheStart) {
-  jvm.missingClasses.insert("java/util/ArrayList");
-  EXPECT_THAT(messagesOf([&] { EXPECT_TRUE(startThrows("zeljni.cpp")); }),
-              ElementsAre(StartsWith("Loading JVM "), StartsWith("JVM log:  "),
-                          "ERROR: caught Java exception",
-                          "java.lang.NoClassDefFoundError: java/util/ArrayList"));
-  EXPECT_EQ(ZelJvm::s_errorClass.load(), nullptr);
+  const std::string server = "com/qrv/norvel/monitoring/toolkit/workbench/ipc/msg/jni/JniServer";
+  const struct {
+    std::string missing;
+    bool isMethod;
+    std::string text;
+  } cases[] = {
+      {"java/util/ArrayList", false, "java.lang.NoClassDefFoundError: java/util/ArrayList"},
+      {"java/util/HashMap.newEntryIterator", true, "java.lang.NoSuchMethodError: newEntryIterator"},
+      {server, false, "java.lang.NoClassDefFoundError: " + server},
+      {server + ".processInbound", true, "java.lang.NoSuchMethodError: processInbound"},
+      {"java/lang/Error", false, "java.lang.NoClassDefFoundError: java/lang/Error"},
+  };
+  for (const auto& entry : cases) {
+    (entry.isMethod ? jvm.missingMethods : jvm.missingClasses) = {entry.missing};
 
-  jvm.missingClasses.clear();
-  jvm.missingMethods.insert("java/util/HashMap.newEntryIterator");
-  EXPECT_THAT(
-      messagesOf([&] { EXPECT_TRUE(startThrows("zeljni.cpp")); }),
-      ElementsAre(StartsWith("Loading JVM "), StartsWith("JVM log:  "),
-                  "ERROR: caught Java exception", "java.lang.NoSuchMethodError: newEntryIterator"));
+    EXPECT_THAT(messagesOf([&] { EXPECT_TRUE(startThrows("zeljni.cpp")); }),
+                ElementsAre(StartsWith("Loading JVM "), StartsWith("JVM log:  "),
+                            "ERROR: caught Java exception", entry.text));
+
+    EXPECT_EQ(ZelJvm::s_errorClass.load(), nullptr);
+    jvm.missingClasses.clear();
+    jvm.missingMethods.clear();
+  }
 }
 
 TEST_F(ZelJvmTest, AFailedCreationIsTracedWithCodeAndText) {

@@ -4,6 +4,7 @@
 
 #include "bridge/zelbuild.h"
 #include "support/library_fixture.h"
+#include "support/trace_view.h"
 #include "zelfinfo.h"
 #include "zelntfsampleemit.h"
 #include "zelntfshutdown.h"
@@ -142,6 +143,17 @@ TEST_F(ZelNtfTest, AFailedSendIsTraced) {
   EXPECT_THAT(framework.messages(), ElementsAre("ERROR: IRA_Subnode_SendRequest() failed (rc 7)"));
 }
 
+TEST_F(ZelNtfTest, TheSuffixIsNotReadWhenNoInformationIsSet) {
+  for (const char* info : {"1234567890123456", "12345678901234567", ""}) {
+    EXPECT_TRUE(notify(ZelSubnodeRegHandler(),
+                       map({{0, text("sub")}, {1, text("AFF_SUB")}, {2, text(info)}})));
+  }
+
+  EXPECT_THAT(framework.callsOf("IRA_SetNodeInfo"), IsEmpty());
+  EXPECT_THAT(framework.callsOf("IRA_Subnode_SendRequest").size(), 3u);
+  EXPECT_THAT(framework.messages(), IsEmpty());
+}
+
 TEST_F(ZelNtfTest, ADeregistrationIsSentAndForgetsTheSubnodesSamples) {
   EXPECT_TRUE(notify(ZelSubnodeDeregHandler(), map({{0, text("sub")}})));
 
@@ -170,17 +182,22 @@ TEST_F(ZelNtfTest, AFailedSendOfADeregistrationNamesItsOwnCode) {
   EXPECT_FALSE(isCached("sub"));
 }
 
-TEST_F(ZelNtfTest, EmittedRowsReachTheOpenRequestsOfTheTable) {
+TEST_F(ZelNtfTest, EmittedRowsReachTheOpenRequestsOfTheTableByteForByteAndInOrder) {
+  ZelTableManager events("ZJX", "EV",
+                         new std::vector<ZelColumnInfo*>{new ZelColumnInfo("A", kIntfChars, 4, 0)});
+  ZelAgent::s_managers["EV"] = &events;
   RequestDetail detail;
-  vuira* open = first.CreateCtira(&detail, nullptr);
-  first.requests.append(open);
+  const std::unique_ptr<vuira> open(events.CreateCtira(&detail, nullptr));
+  events.requests.append(open.get());
+  const std::string rows[] = {"row1", std::string("\0\xFF\0z", 4), "abcd"};
 
-  EXPECT_TRUE(notify(ZelSampleEmitHandler(),
-                     map({{0, text("T1")}, {1, list({fake::bytes(""), fake::bytes("")})}})));
+  EXPECT_TRUE(
+      notify(ZelSampleEmitHandler(),
+             map({{0, text("EV")},
+                  {1, list({fake::bytes(rows[0]), fake::bytes(rows[1]), fake::bytes(rows[2])})}})));
 
-  EXPECT_EQ(fake::recordOf(*open).dispatched.size(), 2u);
-  first.requests.remove(open);
-  delete open;
+  EXPECT_THAT(fake::recordOf(*open).dispatched, ElementsAre(rows[0], rows[1], rows[2]));
+  events.requests.remove(open.get());
 }
 
 TEST_F(ZelNtfTest, AFailedEmitIsTracedWithItsCode) {
@@ -236,14 +253,43 @@ TEST_F(ZelNtfTest, ABodyWithoutItsKeysOrOfAnotherKindThrows) {
   EXPECT_THROW(notify(ZelSubnodeConnHandler(), fake::integer(5)), std::bad_cast);
 }
 
-TEST_F(ZelNtfTest, EntryAndExitWithTheResultAreTracedInTheFlowClass) {
-  framework.setMask("ZELNTFSUBNODE", kRas1Flow);
+// A connect, disconnect or shutdown notification can't fail.
+TEST_F(ZelNtfTest, EveryHandlersEntryAndResultAreTracedInTheFlowClassOnly) {
+  const fake::Value subnode =
+      map({{0, text("sub")}, {1, text("AFF")}, {2, text("")}, {3, text("")}});
+  const fake::Value known = map({{0, text("T1")}, {1, list({})}});
+  const fake::Value unknown = map({{0, text("NONE")}, {1, list({})}});
+  const struct {
+    const char* unit;
+    std::function<bool()> deliver;
+    const char* failing;  // operation that fails
+    bool result;
+  } cases[] = {
+      {"ZELNTFSUBNODE", [&] { return notify(ZelSubnodeRegHandler(), subnode); }, "", true},
+      {"ZELNTFSUBNODE", [&] { return notify(ZelSubnodeRegHandler(), subnode); },
+       "IRA_Subnode_Register_nAff", false},
+      {"ZELNTFSUBNODE", [&] { return notify(ZelSubnodeDeregHandler(), subnode); }, "", true},
+      {"ZELNTFSUBNODE", [&] { return notify(ZelSubnodeDeregHandler(), subnode); },
+       "IRA_Subnode_Deregister", false},
+      {"ZELNTFSUBNODE", [&] { return notify(ZelSubnodeConnHandler(), subnode); }, "", true},
+      {"ZELNTFSUBNODE", [&] { return notify(ZelSubnodeDisconnHandler(), subnode); }, "", true},
+      {"ZELNTFSAMPLEEMIT", [&] { return notify(ZelSampleEmitHandler(), known); }, "", true},
+      {"ZELNTFSAMPLEEMIT", [&] { return notify(ZelSampleEmitHandler(), unknown); }, "", false},
+      {"ZELNTFSHUTDOWN", [&] { return notify(ZelShutdownHandler(), map({})); }, "", true},
+  };
+  for (const auto& [unit, deliver, failing, result] : cases) {
+    framework.reset();
+    framework.rc[failing] = 5;
+    framework.setAllMasks(fake::allBut(kRas1Flow));
+    EXPECT_EQ(deliver(), result);
+    EXPECT_THAT(fake::flowOf(unit), IsEmpty());
 
-  notify(ZelSubnodeConnHandler(), map({{0, text("sub")}}));
-
-  const auto trace = framework.trace();
-  EXPECT_EQ(trace.front().text, "entry");
-  EXPECT_EQ(trace.back().text, "exit 1");
+    framework.setAllMasks(0);
+    framework.setMask(unit, kRas1Flow);
+    EXPECT_EQ(deliver(), result);
+    EXPECT_THAT(fake::flowOf(unit),
+                ElementsAre("onNotify entry", result ? "onNotify exit 1" : "onNotify exit 0"));
+  }
 }
 
 }  // namespace

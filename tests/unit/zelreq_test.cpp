@@ -144,6 +144,7 @@ TEST_F(ZelRequestTest, AReplyBodyThatIsNoMapIsABadCast) {
   EXPECT_THROW(request.waitReply(), std::bad_cast);
 }
 
+// So the client's warning about an invalid reply is never traced: nothing leads to it.
 TEST_F(ZelRequestTest, EveryRequesterHandleIsTrusted) {
   EXPECT_TRUE(ZelRequest::isValidRequest(&request));
   EXPECT_TRUE(ZelRequest::isValidRequest(nullptr));

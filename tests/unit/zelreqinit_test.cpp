@@ -5,6 +5,8 @@
 #include <typeinfo>
 
 #include "support/library_fixture.h"
+#include "support/original_agent.h"
+#include "support/trace_view.h"
 #include "zelfinfo.h"
 #include "zelsittrap.h"
 #include "zeltablemanager.h"
@@ -76,10 +78,15 @@ TEST_F(ZelReqInitTest, TheReplysTextsAreKept) {
   EXPECT_EQ(request.getText(), "free");
 }
 
-TEST_F(ZelReqInitTest, AnEmptyTableListRegistersNothing) {
+TEST_F(ZelReqInitTest, AnEmptyTableListLeavesTheMapUnchanged) {
   answer(reply({}));
-
   EXPECT_TRUE(managers.empty());
+
+  answer(reply({table("T", {})}));
+  const auto before = managers;
+  answer(reply({}));
+  EXPECT_EQ(managers.size(), 1u);
+  EXPECT_EQ(managers, before);
 }
 
 TEST_F(ZelReqInitTest, EachTableGetsAManagerWithItsColumnsInOrder) {
@@ -105,16 +112,39 @@ TEST_F(ZelReqInitTest, ATableWithoutColumnsIsStillCreated) {
   EXPECT_TRUE(Columns::of(*managers["EMPTY"]).empty());
 }
 
-TEST_F(ZelReqInitTest, OfTwoTablesOfOneNameTheLastManagerStays) {
+/// Is the agent, and notes the managers that it makes.
+class RecordingAgent : public ZelAgent {
+ public:
+  ZelTableManager* createTableManager(const char* tableName, std::vector<ZelColumnInfo*>* columns,
+                                      bool sitTrap) override {
+    made.push_back(ZelAgent::createTableManager(tableName, columns, sitTrap));
+    return made.back();
+  }
+
+  std::vector<ZelTableManager*> made;
+};
+
+TEST_F(ZelReqInitTest, OfTwoTablesOfOneNameTheManagerCreatedLastStays) {
+  const fake::OriginalAgent original;
+  RecordingAgent agent;
+
+  answer(reply({table("T", {column("FIRST", 1, 4, 0)}), table("T", {column("LAST", 3, 8, 0)})}));
+
+  ASSERT_EQ(agent.made.size(), 2u);
+  const std::unique_ptr<ZelTableManager> replaced(agent.made[0]);  // nobody else deletes it
+  EXPECT_EQ(managers, (std::map<std::string, ZelTableManager*>{{"T", agent.made[1]}}));
+  EXPECT_EQ(Columns::of(*managers["T"])[0]->name, "LAST");
+}
+
+TEST_F(ZelReqInitTest, AManagerThatIsReplacedIsNotDeleted) {
   const std::unique_ptr<ZelTableManager> replaced(
       new ZelTableManager("ZJX", "T", new std::vector<ZelColumnInfo*>));
   managers["T"] = replaced.get();
 
   answer(reply({table("T", {column("LAST", 1, 4, 0)})}));
 
-  ASSERT_EQ(managers.size(), 1u);
   EXPECT_NE(managers["T"], replaced.get());
-  EXPECT_EQ(Columns::of(*managers["T"])[0]->name, "LAST");
+  EXPECT_STREQ(replaced->tableName, "T");
 }
 
 TEST_F(ZelReqInitTest, AMissingKeyThrowsAndEarlierTablesStay) {
@@ -138,6 +168,20 @@ TEST_F(ZelReqInitTest, AColumnThatCannotBeReadFreesTheColumnsBeforeIt) {
 TEST_F(ZelReqInitTest, AMissingOrWronglyKindedTextThrows) {
   EXPECT_THROW(answer(map({{5, text("host")}})), ZelException);
   EXPECT_THROW(answer(map({{5, integer(1)}})), std::bad_cast);
+}
+
+TEST_F(ZelReqInitTest, EntryAndExitAreTracedInTheFlowClassOnly) {
+  framework.setAllMasks(fake::allBut(kRas1Flow));
+  std::unique_ptr<ZelMsg> msg(request.createRegMsg());
+  answer(reply({}));
+  EXPECT_TRUE(fake::flowOf("ZELREQINIT").empty());
+
+  framework.setMask("ZELREQINIT", kRas1Flow);
+  msg.reset(request.createRegMsg());
+  answer(reply({}));
+  EXPECT_THAT(fake::flowOf("ZELREQINIT"),
+              testing::ElementsAre("createRegMsg entry", fake::exitOf("createRegMsg", msg.get()),
+                                   "onReply entry", "onReply exit"));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "support/library_fixture.h"
+#include "support/trace_view.h"
 #include "zelreqshutdown.h"
 #include "zelreqstart.h"
 
@@ -39,16 +40,21 @@ TEST_F(ZelReqLifecycleTest, TheirRepliesAreIgnored) {
   EXPECT_NO_THROW(ZelReqShutdown().onReply(nothing));
 }
 
-TEST_F(ZelReqLifecycleTest, EntryAndExitAreTracedInTheFlowClass) {
-  framework.setAllMasks(kRas1Flow);
-  const std::unique_ptr<ZelMsg> start(ZelReqStart().createRegMsg());
-  const std::unique_ptr<ZelMsg> shutdown(ZelReqShutdown().createRegMsg());
+TEST_F(ZelReqLifecycleTest, EntryAndExitWithTheMessageAreTracedInTheFlowClassOnly) {
+  framework.setAllMasks(fake::allBut(kRas1Flow));
+  std::unique_ptr<ZelMsg> start(ZelReqStart().createRegMsg());
+  std::unique_ptr<ZelMsg> shutdown(ZelReqShutdown().createRegMsg());
+  EXPECT_TRUE(framework.trace().empty());
 
-  const auto trace = framework.trace();
-  ASSERT_EQ(trace.size(), 4u);
-  EXPECT_EQ(trace[0].unit + " " + trace[0].text, "ZELREQSTART entry");
-  EXPECT_EQ(trace[2].unit + " " + trace[2].text, "ZELREQSHUTDOWN entry");
-  EXPECT_EQ(trace[3].text.rfind("exit 0x", 0), 0u);
+  framework.setAllMasks(kRas1Flow);
+  start.reset(ZelReqStart().createRegMsg());
+  shutdown.reset(ZelReqShutdown().createRegMsg());
+  EXPECT_THAT(
+      fake::flowOf("ZELREQSTART"),
+      testing::ElementsAre("createRegMsg entry", fake::exitOf("createRegMsg", start.get())));
+  EXPECT_THAT(
+      fake::flowOf("ZELREQSHUTDOWN"),
+      testing::ElementsAre("createRegMsg entry", fake::exitOf("createRegMsg", shutdown.get())));
 }
 
 }  // namespace

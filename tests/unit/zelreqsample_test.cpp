@@ -4,6 +4,7 @@
 
 #include "support/failing_allocation.h"
 #include "support/library_fixture.h"
+#include "support/trace_view.h"
 
 namespace {
 
@@ -103,15 +104,20 @@ TEST_F(ZelReqTakeSampleTest, TracesEntryAndExitInTheFlowClass) {
   ZelReqTakeSample traced("TAB", {}, {}, false, false, "");
   const std::unique_ptr<ZelMsg> msg(traced.createRegMsg());
 
-  char exit[32];
-  std::snprintf(exit, sizeof(exit), "exit %p", static_cast<const void*>(msg.get()));
-  std::vector<std::string> events;
-  for (const fake::TraceRecord& record : framework.trace()) {
-    events.push_back(record.function + " " + record.text);
-  }
-  EXPECT_EQ(events,
-            (std::vector<std::string>{"ZelReqTakeSample entry", "ZelReqTakeSample exit",
-                                      "createRegMsg entry", std::string("createRegMsg ") + exit}));
+  EXPECT_EQ(
+      fake::flowOf("ZELREQSAMPLE"),
+      (std::vector<std::string>{"ZelReqTakeSample entry", "ZelReqTakeSample exit",
+                                "createRegMsg entry", fake::exitOf("createRegMsg", msg.get())}));
+}
+
+TEST_F(ZelReqTakeSampleTest, TracesNothingWithoutTheFlowClass) {
+  framework.setAllMasks(fake::allBut(kRas1Flow));
+
+  ZelReqTakeSample quiet("TAB", {}, {}, false, false, "");
+  bodyOf(quiet);
+  quiet.onReply(map({{4, list({})}, {10, integer(0)}})()->toMap());
+
+  EXPECT_TRUE(framework.trace().empty());
 }
 
 TEST_F(ZelReqTakeSampleTest, GoesThroughTheBridge) {

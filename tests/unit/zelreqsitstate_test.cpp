@@ -1,6 +1,7 @@
 #include "zelreqsitstate.h"
 
 #include "support/library_fixture.h"
+#include "support/trace_view.h"
 
 namespace {
 
@@ -56,9 +57,22 @@ TEST_F(ZelReqSitStateChangedTest, TracesEntryAndExitInTheFlowClass) {
   framework.setMask("ZELREQSITSTATE", kRas1Flow);
 
   ZelReqSitStateChanged traced("SIT", true, false, true, "TAB", 30);
-  bodyOf(traced);
+  const std::unique_ptr<ZelMsg> msg(traced.createRegMsg());
 
-  EXPECT_EQ(framework.trace().size(), 4U);
+  EXPECT_EQ(
+      fake::flowOf("ZELREQSITSTATE"),
+      (std::vector<std::string>{"ZelReqSitStateChanged entry", "ZelReqSitStateChanged exit",
+                                "createRegMsg entry", fake::exitOf("createRegMsg", msg.get())}));
+}
+
+TEST_F(ZelReqSitStateChangedTest, TracesNothingWithoutTheFlowClass) {
+  framework.setAllMasks(fake::allBut(kRas1Flow));
+
+  ZelReqSitStateChanged quiet("SIT", true, false, true, "TAB", 30);
+  bodyOf(quiet);
+  quiet.onReply(fake::map({})()->toMap());
+
+  EXPECT_TRUE(framework.trace().empty());
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "support/failing_allocation.h"
 #include "support/library_fixture.h"
+#include "support/trace_view.h"
 
 namespace {
 
@@ -63,6 +64,12 @@ TEST_F(ZelReqSituationTest, KeepsTheRowsOfAReplyThatHasNoCacheInterval) {
   EXPECT_EQ(request.getRows(), (std::vector<std::string>{"b", "a"}));
 }
 
+TEST_F(ZelReqSituationTest, HasNoRowsAfterAnEmptyReply) {
+  reply(map({{4, list({})}}));
+
+  EXPECT_TRUE(request.getRows().empty());
+}
+
 TEST_F(ZelReqSituationTest, RefusesAReplyWithoutRows) {
   EXPECT_THROW(reply(map({})), ZelException);
   EXPECT_THROW(reply(map({{4, bytes("row")}})), std::bad_cast);
@@ -72,9 +79,22 @@ TEST_F(ZelReqSituationTest, TracesEntryAndExitInTheFlowClass) {
   framework.setMask("ZELREQSITUATION", kRas1Flow);
 
   ZelReqSituation traced("TAB", {}, {}, false, false, "SIT", 30, true);
-  bodyOf(traced);
+  const std::unique_ptr<ZelMsg> msg(traced.createRegMsg());
 
-  EXPECT_EQ(framework.trace().size(), 4U);
+  EXPECT_EQ(
+      fake::flowOf("ZELREQSITUATION"),
+      (std::vector<std::string>{"ZelReqSituation entry", "ZelReqSituation exit",
+                                "createRegMsg entry", fake::exitOf("createRegMsg", msg.get())}));
+}
+
+TEST_F(ZelReqSituationTest, TracesNothingWithoutTheFlowClass) {
+  framework.setAllMasks(fake::allBut(kRas1Flow));
+
+  ZelReqSituation quiet("TAB", {}, {}, false, false, "SIT", 30, true);
+  bodyOf(quiet);
+  quiet.onReply(map({{4, list({})}})()->toMap());
+
+  EXPECT_TRUE(framework.trace().empty());
 }
 
 TEST_F(ZelReqSituationTest, FreesWhatItHasBuiltWhenMemoryRunsOut) {

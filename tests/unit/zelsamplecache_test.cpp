@@ -146,6 +146,22 @@ TEST_F(SampleCacheTest, DeletesNothingWhereNothingIs) {
   EXPECT_EQ(manager.cache->size(), 1U);
 }
 
+TEST_F(SampleCacheTest, TracesNothingWithoutTheDetailClass) {
+  framework.setMask("ZELIRA", fake::allBut(kRas1Detail));
+
+  manager.getCachedSamples("node");
+  manager.cacheSamples(kRows, "node", 30);
+  manager.getCachedSamples("node");
+  manager.getCachedSamples("other");
+  manager.deleteCachedSamples("node");
+  manager.cacheSamples(kRows, "node", 30);
+  s_now += 30;
+  manager.getCachedSamples("node");
+
+  EXPECT_TRUE(manager.cache->empty());
+  EXPECT_THAT(framework.messages(), testing::IsEmpty());
+}
+
 TEST_F(SampleCacheTest, LeavesItsRecordsWhenTheManagerGoes) {
   auto doomed = std::make_unique<ZelTableManager>("ZJX", "T", newColumns());
   doomed->cacheSamples(kRows, "node", 30);

@@ -118,31 +118,54 @@ TEST_F(ZelSitTrapTest, IgnoresTheRowsOfTheReply) {
 }
 
 TEST_F(ZelSitTrapTest, SendsNoStopWithDetailTracingOff) {
-  framework.setMask("ZELSITTRAP", 0xFF & ~kRas1Detail);
+  framework.setMask("ZELSITTRAP", fake::allBut(kRas1Detail));
 
   arm(situation("")).reset();
 
   EXPECT_EQ(bridge.sent().size(), 1U);
-  EXPECT_THAT(messages(), testing::Not(testing::Contains(HasSubstr("stop"))));
+  EXPECT_THAT(messages(), ElementsAre("Can send start trap situation"));
 }
 
 TEST_F(ZelSitTrapTest, DisarmsWithDetailTracingOn) {
   framework.setMask("ZELSITTRAP", kRas1Detail);
-  std::unique_ptr<ZelSitTrap> trap = arm(situation(""));
-  const std::size_t before = messages().size();
-  std::size_t messagesAtStop = 0;
-  bridge.onSent[kSituation] = [&](const fake::Sent&) { messagesAtStop = messages().size(); };
+  std::ptrdiff_t before = 0;
+  const auto since = [&] {
+    const std::vector<std::string> all = messages();
+    return std::vector<std::string>(all.begin() + before, all.end());
+  };
+  std::vector<std::string> atRequest;
+  bridge.onSent[kSituation] = [&](const fake::Sent&) { atRequest = since(); };
+  std::unique_ptr<ZelSitTrap> trap = arm(situation("SIT"));
+  before = static_cast<std::ptrdiff_t>(messages().size());
 
   trap.reset();
 
   ASSERT_EQ(bridge.sentOf(kSituation).size(), 2U);
   EXPECT_THAT(bridge.sentOf(kSituation)[1].body(), HasSubstr("10: false"));
-  EXPECT_EQ(framework.countMessages("Can send stop trap situation"), 1U);
-  EXPECT_EQ(framework.countMessages("Destructor. Table TRAP"), 1U);
-  EXPECT_GE(messagesAtStop, before + 1);
+  EXPECT_THAT(atRequest, ElementsAre("Can send stop trap situation"));
+  EXPECT_THAT(since(), ElementsAre("Can send stop trap situation", "Destructor. Table TRAP",
+                                   "Situation SIT stopped"));
 }
 
-TEST_F(ZelSitTrapTest, AnnouncesTheEndInAnyCase) {
+TEST_F(ZelSitTrapTest, AnnouncesNoEndWithoutASituationName) {
+  arm(situation("")).reset();
+
+  EXPECT_THAT(bridge.sentOf(kSitStateChanged), IsEmpty());
+  EXPECT_TRUE(ZelClient::s_taskQueue.empty());
+  EXPECT_FALSE(framework.hasMessage("Situation  stopped"));
+}
+
+TEST_F(ZelSitTrapTest, AnnouncesNoEndWhileTheAgentShutsDown) {
+  std::unique_ptr<ZelSitTrap> trap = arm(situation("SIT"));
+  ASSERT_TRUE(bridge.waitForSent(kSitStateChanged));
+  ZelAgent::s_isShutdown.store(true);
+
+  trap.reset();
+
+  EXPECT_FALSE(framework.hasMessage("Situation SIT stopped"));
+}
+
+TEST_F(ZelSitTrapTest, AnnouncesTheEndOfANamedSituation) {
   std::unique_ptr<ZelSitTrap> trap = arm(situation("SIT"));
 
   trap.reset();
@@ -201,7 +224,7 @@ TEST_F(ZelSitTrapDeathTest, EndsTheProcessForAnUnknownException) {
 
   EXPECT_EXIT(
       {
-        printMessagesAtExit();
+        fake::printMessagesAtExit();
         arm(detail);
       },
       testing::ExitedWithCode(255), kUnknownExceptionText);

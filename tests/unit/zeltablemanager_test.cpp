@@ -4,6 +4,7 @@
 #include <functional>
 #include <stdexcept>
 
+#include "support/failures.h"
 #include "support/table_fixture.h"
 
 namespace {
@@ -52,21 +53,6 @@ class BrokenManager : public ZelTableManager {
   std::function<void()> fail;
 };
 
-struct Failure {
-  std::function<void()> raise;
-  const char* text;
-};
-
-const Failure kFailures[] = {
-    {[] {
-       throw ZelAppException{3, "refused"};
-     },
-     "ERROR: request processing failed ...\nrefused"},
-    {[] { throw ZelException("file.cpp", 12, 1); },
-     "ERROR: internal exception in file.cpp at line 12"},
-    {[] { throw std::runtime_error("bad"); }, "ERROR: STD C++ library exception 'bad'"},
-};
-
 TEST_F(ZelTableManagerTest, HasARowOfTheSumOfItsColumns) {
   const ZelTableManager three(
       "ZJX", "T",
@@ -98,7 +84,7 @@ TEST_F(ZelTableManagerTest, TracesNamesAndRowSizeInTheDetailClass) {
 }
 
 TEST_F(ZelTableManagerTest, TracesNothingWithoutTheDetailClass) {
-  framework.setMask("ZELIRA", 0xFF & ~kRas1Detail);
+  framework.setMask("ZELIRA", fake::allBut(kRas1Detail));
 
   {
     ZelTableManager quiet("ZJX", "T", newColumns());
@@ -135,7 +121,7 @@ TEST_F(ZelTableManagerTest, PassesOnTheCodeOfARegistrationThatFailed) {
 }
 
 TEST_F(ZelTableManagerTest, ReportsAnExceptionWhileRegistering) {
-  for (const Failure& failure : kFailures) {
+  for (const fake::Failure& failure : fake::failures()) {
     framework.onCall["RegisterWithManager"] = failure.raise;
 
     EXPECT_EQ(manager.registration(), 0U);
@@ -170,7 +156,7 @@ TEST_F(ZelTableManagerTest, TracesTheRequestItMakesInTheFlowClass) {
 }
 
 TEST_F(ZelTableManagerTest, GivesNoRequestAndReportsWhenMakingItFails) {
-  for (const Failure& failure : kFailures) {
+  for (const fake::Failure& failure : fake::failures()) {
     BrokenManager broken(failure.raise);
     RequestDetail detail;
 
@@ -189,7 +175,7 @@ TEST_F(ZelTableManagerDeathTest, EndsTheProcessForAnUnknownExceptionInTheFactory
 
   EXPECT_EXIT(
       {
-        printMessagesAtExit();
+        fake::printMessagesAtExit();
         broken.CreateCtira(&detail, &context);
       },
       testing::ExitedWithCode(255), kUnknownExceptionText);
@@ -242,7 +228,7 @@ TEST_F(ZelTableManagerTest, CountsTheEventsInTheSummaryClass) {
 
 TEST_F(ZelTableManagerTest, CountsNoEventsWithoutTheSummaryClass) {
   const std::unique_ptr<ZelIra> request = subscribe();
-  framework.setMask("ZELIRA", 0xFF & ~kRas1Summary);
+  framework.setMask("ZELIRA", fake::allBut(kRas1Summary));
 
   emit({row(1)});
 
@@ -305,7 +291,7 @@ TEST_F(ZelTableManagerTest, ReturnsTheLastCodeOfDeliveriesThatFailed) {
 TEST_F(ZelTableManagerTest, ReleasesHandleAndListLockAfterAnException) {
   const std::unique_ptr<ZelIra> first = subscribe();
   const std::unique_ptr<ZelIra> second = subscribe();
-  for (const Failure& failure : kFailures) {
+  for (const fake::Failure& failure : fake::failures()) {
     framework.onCall["Dispatch"] = failure.raise;
 
     emit({row(1)});

@@ -4,7 +4,9 @@
 
 #include "agentfw/vuira.h"
 #include "bridge/zelbuild.h"
+#include "support/default_code_page.h"
 #include "support/library_fixture.h"
+#include "support/trace_view.h"
 #include "zelreqtakeaction.h"
 
 namespace {
@@ -151,6 +153,32 @@ TEST_F(ZelTakeActionTest, AUtf8CommandGoesThroughUnicodeIntoTheAgentsCodePage) {
   EXPECT_EQ(sentBody(), R"({0: "", 1: "plain"})");
 }
 
+TEST_F(ZelTakeActionTest, AUtf8CommandIsSentInTheAgentsCodePage) {
+  const fake::DefaultCodePage latin1("ISO-8859-1");
+  Rows owner({}, table, false);
+  capsule.command = "caf\xC3\xA9";
+  capsule.codePage = 1;
+
+  run(owner);
+
+  EXPECT_EQ(sentBody(), "{0: \"\", 1: \"caf\xE9\"}");
+  EXPECT_THAT(framework.messages(), Contains("<caf\xE9>"));
+}
+
+TEST_F(ZelTakeActionTest, OnlyTheCodePageFlagOneConverts) {
+  const fake::DefaultCodePage latin1("ISO-8859-1");
+  Rows owner({}, table, false);
+  capsule.command = "caf\xC3\xA9";
+  for (const int codePage : {0, 2, -1}) {
+    bridge.reset();
+    capsule.codePage = codePage;
+
+    run(owner);
+
+    EXPECT_EQ(sentBody(), "{0: \"\", 1: \"caf\xC3\xA9\"}") << codePage;
+  }
+}
+
 TEST_F(ZelTakeActionTest, ACommandThatIsNoUtf8IsUsedAsItWas) {
   Rows owner({}, table, false);
   capsule.command = "bad \xFF";
@@ -193,27 +221,6 @@ TEST_F(ZelTakeActionTest, EveryKnownExceptionIsTracedAndReturnsSeven) {
   EXPECT_THAT(framework.callsOf("FinishedAutomationCommand"), IsEmpty());
 }
 
-TEST_F(ZelTakeActionTest, AnUnknownExceptionEndsTheProcess) {
-  Rows owner({}, table, false);
-  framework.onCall["GetColumnInfoByName"] = [] { throw 1; };
-
-  EXPECT_EXIT(run(owner), testing::ExitedWithCode(255), "");
-}
-
-TEST_F(ZelTakeActionTest, TheRequestTracesBothDirectionsInTheDetailClassOnly) {
-  Rows owner({}, table, false);
-  run(owner);
-  EXPECT_THAT(framework.messages(), Not(Contains("Command [restart]")));
-
-  framework.setMask("ZELREQTAKEACTION", kRas1Detail);
-  run(owner);
-
-  EXPECT_THAT(framework.messages(), Contains("Node []"));
-  EXPECT_THAT(framework.messages(), Contains("Command [restart]"));
-  EXPECT_THAT(framework.messages(), Contains("RC [4]"));
-  EXPECT_THAT(framework.messages(), Contains("Message [done]"));
-}
-
 TEST_F(ZelTakeActionTest, TheRequestIsNotOneWayAndHasCodeThree) {
   ZelReqTakeAction request("n", "c");
   const std::unique_ptr<ZelMsg> msg(request.createRegMsg());
@@ -223,13 +230,78 @@ TEST_F(ZelTakeActionTest, TheRequestIsNotOneWayAndHasCodeThree) {
   EXPECT_EQ(msg->type, ZelMsg::Request);
 }
 
-TEST_F(ZelTakeActionTest, TheResultStandsInTheExitEvent) {
-  framework.setMask("ZELAGENT", kRas1Flow);
+TEST_F(ZelTakeActionTest, AnUnknownExceptionEndsTheProcess) {
   Rows owner({}, table, false);
+  framework.onCall["GetColumnInfoByName"] = [] { throw 1; };
+
+  EXPECT_EXIT(
+      {
+        fake::printMessagesAtExit();
+        run(owner);
+      },
+      testing::ExitedWithCode(255),
+      "ZELAGENT handleTakeAction: " + std::string(kUnknownExceptionText));
+}
+
+TEST_F(ZelTakeActionTest, TheRequestTracesBothDirectionsInTheDetailClassOnly) {
+  const char* const details[] = {"Node [mynode]", "Command [restart]", "RC [4]", "Message [done]"};
+  RequestDetail detail;
+  detail.nodeText = "mynode";
+  Rows owner(detail, commands, true);
+
+  framework.setAllMasks(fake::allBut(kRas1Detail));
+  run(owner);
+  for (const char* text : details) {
+    EXPECT_THAT(framework.messages(), Not(Contains(text)));
+  }
+
+  framework.setAllMasks(0);
+  framework.setMask("ZELREQTAKEACTION", kRas1Detail);
+  run(owner);
+  for (const char* text : details) {
+    EXPECT_THAT(framework.messages(), Contains(text));
+  }
+}
+
+TEST_F(ZelTakeActionTest, TheCommandIsTracedInNoClass) {
+  Rows owner({}, table, false);
+  framework.setAllMasks(0);
 
   run(owner);
 
-  EXPECT_EQ(framework.trace().back().text, "exit 0");
+  EXPECT_THAT(framework.messages(), Contains("<restart>"));
+}
+
+TEST_F(ZelTakeActionTest, TheRequestsEntryAndExitAreTracedInTheFlowClassOnly) {
+  ZelReqTakeAction request("n", "c");
+  const auto reply = fake::map({{2, fake::integer(1)}, {3, fake::text("m")}})();
+  framework.setAllMasks(fake::allBut(kRas1Flow));
+  std::unique_ptr<ZelMsg> msg(request.createRegMsg());
+  request.onReply(reply->toMap());
+  EXPECT_THAT(fake::flowOf("ZELREQTAKEACTION"), IsEmpty());
+
+  framework.setMask("ZELREQTAKEACTION", kRas1Flow);
+  msg.reset(request.createRegMsg());
+  request.onReply(reply->toMap());
+  EXPECT_THAT(fake::flowOf("ZELREQTAKEACTION"),
+              ElementsAre("createRegMsg entry", fake::exitOf("createRegMsg", msg.get()),
+                          "onReply entry", "onReply exit"));
+}
+
+TEST_F(ZelTakeActionTest, TheHandlersEntryAndResultAreTracedInTheFlowClassOnly) {
+  Rows owner({}, table, false);
+  framework.setAllMasks(fake::allBut(kRas1Flow));
+  run(owner);
+  EXPECT_THAT(fake::flowOf("ZELAGENT"), IsEmpty());
+
+  framework.setAllMasks(0);
+  framework.setMask("ZELAGENT", kRas1Flow);
+  run(owner);
+  bridge.exceptions[3] = {3, "unknown command"};
+  run(owner);
+  EXPECT_THAT(fake::flowOf("ZELAGENT"),
+              ElementsAre("handleTakeAction entry", "handleTakeAction exit 0",
+                          "handleTakeAction entry", "handleTakeAction exit 7"));
 }
 
 }  // namespace

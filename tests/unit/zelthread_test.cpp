@@ -2,26 +2,45 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <thread>
 
 #include "support/library_fixture.h"
+#include "support/pthread_calls.h"
+#include "support/trace_view.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using std::chrono::milliseconds;
 
-class ZelThreadTest : public LibraryTest {};
+class ZelThreadTest : public LibraryTest {
+ protected:
+  void SetUp() override {
+    LibraryTest::SetUp();
+    pthreads.reset();
+  }
+  void TearDown() override {
+    pthreads.reset();
+    LibraryTest::TearDown();
+  }
 
-void* raiseFlag(void* flag) {
-  static_cast<std::atomic<bool>*>(flag)->store(true);
-  return nullptr;
-}
+  /// The deadline of a wait that begins at this time of the framework's clock, in nanoseconds.
+  std::int64_t deadlineOf(std::int64_t seconds, std::int32_t nanoseconds, unsigned long ms) {
+    framework.timeSeconds = seconds;
+    framework.timeNanoseconds = nanoseconds;
+    ZelEvent event;
+    EXPECT_FALSE(event.wait(ms)) << "long past on the real clock";
+    const timespec deadline = pthreads.ownWaits().back().deadline;
+    EXPECT_LT(deadline.tv_nsec, 1'000'000'000);
+    return deadline.tv_sec * 1'000'000'000LL + deadline.tv_nsec;
+  }
+
+  fake::PthreadCalls& pthreads = fake::PthreadCalls::get();
+};
 
 TEST_F(ZelThreadTest, AMutexExcludesOthersWhileItIsLocked) {
   ZelMutex mutex;
@@ -54,40 +73,28 @@ TEST_F(ZelThreadTest, AWaitWithoutASignalTimesOut) {
 }
 
 TEST_F(ZelThreadTest, WaitsOfUpToTwoMillisecondsLastThree) {
-  ZelEvent event;
-  for (const unsigned long ms : {0ul, 1ul, 2ul}) {
-    const auto begin = Clock::now();
-
-    EXPECT_FALSE(event.wait(ms));
-
-    EXPECT_GE(Clock::now() - begin, milliseconds(2));
+  for (const unsigned long ms : {0ul, 1ul, 2ul, 3ul}) {
+    EXPECT_EQ(deadlineOf(1000, 0, ms), 1000'003'000'000) << ms;
   }
+  EXPECT_EQ(deadlineOf(1000, 0, 4), 1000'004'000'000);
 }
 
 TEST_F(ZelThreadTest, TheDeadlineCarriesNanosecondsOverIntoSeconds) {
-  // 5 s + 800 ms + 1500 ms = 7 s + 300 ms: long past on the real clock, so the wait ends at once. A
-  // nanosecond field beyond a second would be an error of the wait, which counts as a wake-up.
-  framework.timeSeconds = 5;
-  framework.timeNanoseconds = 800'000'000;
-  ZelEvent event;
-
-  EXPECT_FALSE(event.wait(1500));
+  EXPECT_EQ(deadlineOf(5, 800'000'000, 1500), 7'300'000'000);
+  EXPECT_EQ(deadlineOf(5, 999'999'999, 1), 6'002'999'999);
+  EXPECT_EQ(deadlineOf(5, 500'000'000, 500), 6'000'000'000);
 }
 
-TEST_F(ZelThreadTest, TheDeadlineIsTheFrameworksTimePlusTheWait) {
-  // The framework's clock says 300 ms ago, so that 300 ms + 20 ms later is 20 ms from now.
-  timespec now;
-  clock_gettime(CLOCK_REALTIME, &now);
-  const std::int64_t past = now.tv_sec * 1'000'000'000LL + now.tv_nsec - 300'000'000LL;
-  framework.timeSeconds = past / 1'000'000'000;
-  framework.timeNanoseconds = static_cast<std::int32_t>(past % 1'000'000'000);
+TEST_F(ZelThreadTest, AWaitThatIsNotSignalledLastsUntilItsDeadline) {
   ZelEvent event;
-
-  EXPECT_FALSE(event.wait(320));
-
   timespec after;
+
+  EXPECT_FALSE(event.wait(20));
+
   clock_gettime(CLOCK_REALTIME, &after);
-  EXPECT_GE(after.tv_sec * 1'000'000'000LL + after.tv_nsec, past + 320'000'000LL);
+  const timespec deadline = pthreads.ownWaits().back().deadline;
+  EXPECT_GE(after.tv_sec * 1'000'000'000LL + after.tv_nsec,
+            deadline.tv_sec * 1'000'000'000LL + deadline.tv_nsec);
 }
 
 TEST_F(ZelThreadTest, ASignalWithoutAWaiterIsLost) {
@@ -119,20 +126,28 @@ TEST_F(ZelThreadTest, ASignalToAllWakesEveryWaiter) {
   EXPECT_EQ(woken.load(), 2);
 }
 
-TEST_F(ZelThreadTest, AnUnboundedWaitEndsWithASignal) {
+TEST_F(ZelThreadTest, AnUnboundedWaitBlocksUntilItIsSignalledAndOverlooksEarlierSignals) {
   ZelEvent event;
   std::atomic<bool> woken{false};
+  event.signal(false);
+  event.signal(true);
+
   std::thread waiter([&] {
     event.wait();
     woken.store(true);
   });
-
-  while (!woken.load()) {
-    event.signal(false);
+  const auto deadline = Clock::now() + std::chrono::seconds(20);
+  while (pthreads.waits().empty() && Clock::now() < deadline) {
     std::this_thread::yield();
   }
 
+  ASSERT_EQ(pthreads.waits().size(), 1u);
+  EXPECT_FALSE(pthreads.waits()[0].bounded);
+  EXPECT_FALSE(woken.load());
+  // The waiter holds the event's mutex until it waits: this signal can't come too early.
+  event.signal(false);
   waiter.join();
+  EXPECT_TRUE(woken.load());
 }
 
 TEST_F(ZelThreadTest, AnArrayBeginsWithAsManyZeroBytesAsItHasElements) {
@@ -142,39 +157,65 @@ TEST_F(ZelThreadTest, AnArrayBeginsWithAsManyZeroBytesAsItHasElements) {
   EXPECT_EQ(std::string(data, 64), std::string(64, '\0'));
 }
 
-TEST_F(ZelThreadTest, AStartedThreadRunsDetached) {
-  static std::atomic<bool> ran{false};
-  unsigned long id = 0;
+struct Detached {
+  std::atomic<bool> started{false};
+  std::atomic<int> state{-1};
+};
 
-  zelThreadStart(&id, raiseFlag, &ran);
-
-  while (!ran.load()) {
+// Reports whether its thread is detached, once the starter is done with it.
+void* reportDetachState(void* argument) {
+  auto& report = *static_cast<Detached*>(argument);
+  while (!report.started.load()) {
     std::this_thread::yield();
   }
+  pthread_attr_t attributes;
+  pthread_getattr_np(pthread_self(), &attributes);
+  int state = -1;
+  pthread_attr_getdetachstate(&attributes, &state);
+  pthread_attr_destroy(&attributes);
+  report.state.store(state);
+  return nullptr;
+}
+
+TEST_F(ZelThreadTest, AStartedThreadIsDetached) {
+  static Detached report;  // the thread may outlive the test
+  unsigned long id = 0;
+
+  zelThreadStart(&id, reportDetachState, &report);
+  report.started.store(true);
+
+  while (report.state.load() == -1) {
+    std::this_thread::yield();
+  }
+  EXPECT_EQ(report.state.load(), PTHREAD_CREATE_DETACHED);
   EXPECT_NE(id, 0u);
   EXPECT_TRUE(framework.messages().empty());
   EXPECT_FALSE(ZelAgent::s_isShutdown.load());
 }
 
 TEST_F(ZelThreadTest, AThreadThatCannotBeStartedEndsTheAgent) {
-  // In a child process, because it loses the address space that a thread's stack needs.
-  const auto fail = [] {
-    rlimit none{1, 1};
-    setrlimit(RLIMIT_AS, &none);
-    unsigned long id = 0;
-    zelThreadStart(&id, raiseFlag, nullptr);
-    const fake::Framework& recorded = fake::Framework::get();
-    const bool traced = recorded.hasMessage("ERROR: pthread_create() failed (rc 11)");
-    const bool ended = recorded.hasMessage("Agent shuts down ...") && ZelAgent::s_isShutdown.load();
-    _exit(traced && ended ? 0 : 1);
-  };
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "a sanitizer needs address space of its own for every report";
-#else
-  // A fresh process: this one may hold the stack of an ended thread, which would serve again.
-  testing::FLAGS_gtest_death_test_style = "threadsafe";
-  EXPECT_EXIT(fail(), testing::ExitedWithCode(0), "");
-#endif
+  unsigned long id = 0;
+  pthreads.createResult.store(EAGAIN);
+
+  zelThreadStart(&id, reportDetachState, nullptr);
+
+  EXPECT_THAT(framework.messages(), testing::ElementsAre("ERROR: pthread_create() failed (rc 11)",
+                                                         "Agent shuts down ..."));
+  EXPECT_TRUE(ZelAgent::s_isShutdown.load());
+}
+
+TEST_F(ZelThreadTest, EntryAndExitOfAStartAreTracedInTheFlowClassOnly) {
+  unsigned long id = 0;
+  pthreads.createResult.store(EAGAIN);
+
+  framework.setAllMasks(fake::allBut(kRas1Flow));
+  zelThreadStart(&id, reportDetachState, nullptr);
+  EXPECT_THAT(fake::flowOf("ZELTHREAD"), testing::IsEmpty());
+
+  framework.setMask("ZELTHREAD", kRas1Flow);
+  zelThreadStart(&id, reportDetachState, nullptr);
+  EXPECT_THAT(fake::flowOf("ZELTHREAD"),
+              testing::ElementsAre("zelThreadStart entry", "zelThreadStart exit"));
 }
 
 }  // namespace

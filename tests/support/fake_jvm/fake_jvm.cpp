@@ -41,6 +41,7 @@ void Jvm::reset() {
   options_.clear();
   buffers_.clear();
   pending_.clear();
+  locals_.clear();
 }
 
 std::vector<std::string> Jvm::calls() const {
@@ -71,11 +72,14 @@ std::vector<std::string> Jvm::faults() const {
 
 std::size_t Jvm::localReferences() const {
   std::lock_guard lock(mutex_);
-  return static_cast<std::size_t>(
-      std::count_if(references_.begin(), references_.end(), [](const Reference& reference) {
-        return reference.isLive && !reference.isGlobal &&
-               reference.owner == std::this_thread::get_id();
-      }));
+  const auto found = locals_.find(std::this_thread::get_id());
+  return found == locals_.end() ? 0 : found->second.live;
+}
+
+std::size_t Jvm::peakLocalReferences() const {
+  std::lock_guard lock(mutex_);
+  const auto found = locals_.find(std::this_thread::get_id());
+  return found == locals_.end() ? 0 : found->second.peak;
 }
 
 std::size_t Jvm::globalReferences() const {
@@ -191,6 +195,10 @@ jobject Jvm::reference(const ObjectPtr& object, bool isGlobal) {
   }
   std::lock_guard lock(mutex_);
   references_.push_back({object, isGlobal, true, std::this_thread::get_id()});
+  if (!isGlobal) {
+    LocalCount& count = locals_[std::this_thread::get_id()];
+    count.peak = std::max(count.peak, ++count.live);
+  }
   return reinterpret_cast<jobject>(&references_.back());
 }
 
@@ -199,6 +207,13 @@ void Jvm::drop(jobject reference, bool isGlobal) {
   auto* entry = reinterpret_cast<Reference*>(reference);
   if (entry->isGlobal != isGlobal) {
     fault("a reference of the other kind was deleted");
+  }
+  if (!entry->isLive) {
+    fault("a reference was deleted twice");
+    return;
+  }
+  if (!entry->isGlobal) {
+    --locals_[entry->owner].live;
   }
   entry->isLive = false;
   entry->object = nullptr;
@@ -223,6 +238,14 @@ const Jvm::Method* Jvm::internMethod(const Method& method) {
   }
   methods_.push_back(method);
   return &methods_.back();
+}
+
+std::string Jvm::describeMethod(jmethodID id) {
+  if (id == nullptr) {
+    return {};
+  }
+  const Method& method = *reinterpret_cast<const Method*>(id);
+  return method.id() + method.signature;
 }
 
 void Jvm::addNative(Native native) {

@@ -71,6 +71,8 @@ class FAKEJVM_API Jvm {
   /// Misuse: dead references, calls with an exception pending, a foreign thread's environment.
   std::vector<std::string> faults() const;
   std::size_t localReferences() const;  ///< of the calling thread
+  /// The most that the calling thread had at a time, since the reset.
+  std::size_t peakLocalReferences() const;
   std::size_t globalReferences() const;
   std::size_t heldBuffers() const;  ///< characters and elements that were not released
   const Native* native(const std::string& name) const;  ///< null when it was not registered
@@ -108,6 +110,8 @@ class FAKEJVM_API Jvm {
   void drop(jobject reference, bool isGlobal);
   ObjectPtr internClass(const std::string& name);
   const Method* internMethod(const Method& method);
+  /// The method that an id stands for, "java/util/ArrayList.size()I"; empty for null.
+  static std::string describeMethod(jmethodID id);
   void addNative(Native native);
   int create(const JavaVMInitArgs& args);  ///< the result of the creation
   void hold(const void* buffer);
@@ -126,6 +130,11 @@ class FAKEJVM_API Jvm {
   std::vector<std::pair<std::string, void*>> options_;
   std::set<const void*> buffers_;
   std::map<std::thread::id, ObjectPtr> pending_;
+  struct LocalCount {
+    std::size_t live = 0;
+    std::size_t peak = 0;
+  };
+  std::map<std::thread::id, LocalCount> locals_;
 };
 
 /// The function table of every environment.

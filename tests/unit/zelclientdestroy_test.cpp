@@ -1,0 +1,111 @@
+// How the bridge client ends under its users.
+
+#include <gmock/gmock.h>
+
+#include "bridge/zeltask.h"
+#include "support/client_fixture.h"
+
+namespace {
+
+class ZelClientDestroyTest : public LibraryTest {};
+
+TEST_F(ZelClientDestroyTest, DestroyDropsQueuedTasksUnrunAndEndsTheMessageHandler) {
+  static std::atomic<int> ran{0};
+  static std::atomic<int> deleted{0};
+  static std::atomic<bool> blocked{false};
+  static std::atomic<bool> release{false};
+  ran = deleted = 0;
+  blocked = release = false;
+  class Blocker : public ZelTask {
+   public:
+    void run() override {
+      blocked.store(true);
+      while (!release.load()) {
+        std::this_thread::yield();
+      }
+    }
+  };
+  class Dropped : public ZelTask {
+   public:
+    ~Dropped() override { ++deleted; }
+    void run() override { ++ran; }
+  };
+  ZelClient::s_destroyBoundMs.store(10);
+  ZelClient* client = ZelClient::getInstance();
+  client->queueTask(new Blocker);
+  while (!blocked.load()) {
+    ZelClient::s_tqEvent.signal(true);
+    std::this_thread::yield();
+  }
+  client->queueTask(new Dropped);
+  client->queueTask(new Dropped);
+
+  ZelClient::destroy();
+  const int deletedByDestroy = deleted.load();
+  release.store(true);
+
+  EXPECT_EQ(deletedByDestroy, 2);
+  EXPECT_TRUE(framework.waitForMessage("Message handler stopped"));
+  EXPECT_EQ(ran.load(), 0);
+  ZelClient::s_destroyBoundMs.store(2000);
+  delete client;  // left undeleted: the task outlasted the bound
+}
+
+TEST_F(ZelClientDestroyTest, DestroyWaitsForTheUsesOfOtherThreads) {
+  ZelClient::getInstance();
+  std::atomic<bool> inUse{false};
+  std::atomic<bool> finished{false};
+  std::thread user([&] {
+    const ZelClientUse use;
+    inUse.store(true);
+    for (int i = 0; i < 1000; ++i) {
+      std::this_thread::yield();
+    }
+    finished.store(true);
+  });
+  while (!inUse.load()) {
+    std::this_thread::yield();
+  }
+
+  ZelClient::destroy();
+
+  EXPECT_TRUE(finished.load());
+  user.join();
+}
+
+TEST_F(ZelClientDestroyTest, DestroyNeverWaitsForItsOwnUse) {
+  ZelClient::s_destroyBoundMs.store(20000);
+  ZelClient::getInstance();
+  const auto begin = std::chrono::steady_clock::now();
+  {
+    const ZelClientUse use;
+    ZelClient::destroy();
+  }
+
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15));
+  EXPECT_EQ(ZelClient::s_inst.load(), nullptr);
+  ZelClient::s_destroyBoundMs.store(2000);
+}
+
+TEST_F(ZelClientDestroyTest, TwoRacingDestroysDeleteTheClientOnce) {
+  for (int round = 0; round < 50; ++round) {
+    ZelClient::getInstance();
+    std::thread other(ZelClient::destroy);
+    ZelClient::destroy();
+    other.join();
+    EXPECT_EQ(ZelClient::s_inst.load(), nullptr);
+  }
+}
+
+TEST_F(ZelClientDestroyTest, ACriticalExceptionDestroysTheClientWhileItExecutes) {
+  bridge.exceptions[kRequestId] = {1, "the end"};
+  TestRequest request(false);
+
+  ZelClient::run(request, false);
+
+  EXPECT_EQ(ZelClient::s_inst.load(), nullptr);
+  EXPECT_TRUE(request.isAppExc());
+  EXPECT_TRUE(framework.hasMessage("FATAL: Agent terminated with the critical Java exception."));
+}
+
+}  // namespace
