@@ -1,6 +1,7 @@
 #include "bridge/jni/zeljni.h"
 
 #include <cstdarg>
+#include <source_location>
 
 #include "agentfw/ras1.h"
 #include "bridge/jni/zeljvm.h"
@@ -8,31 +9,39 @@
 
 RAS1_UNIT("ZELJNI");
 
-jstring ZelJEnv::newStringUTF(const char* text) {
-  jstring result = env->NewStringUTF(text);
-  if (result == nullptr && ZelJvm::hasException(*env)) {
-    ZEL_THROW();
+namespace {
+
+using Place = std::source_location;
+
+// Throws when the call before has left a Java exception, which is reported and cleared.
+void throwPending(JNIEnv& env, const Place& place = Place::current()) {
+  if (ZelJvm::hasException(env)) {
+    throw ZelException(__FILE_NAME__, place.line(), 1);
+  }
+}
+
+// For calls that answer null when they fail; one may answer null without an exception too.
+template <typename Reference>
+Reference orThrow(JNIEnv& env, Reference result, const Place& place = Place::current()) {
+  if (result == nullptr) {
+    throwPending(env, place);
   }
   return result;
 }
+
+}  // namespace
+
+jstring ZelJEnv::newStringUTF(const char* text) { return orThrow(*env, env->NewStringUTF(text)); }
 
 jstring ZelJEnv::newStringUTF(const unsigned char* text) {
   return newStringUTF(reinterpret_cast<const char*>(text));
 }
 
-jbyteArray ZelJEnv::newByteArray(int length) {
-  jbyteArray result = env->NewByteArray(length);
-  if (result == nullptr && ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
-  return result;
-}
+jbyteArray ZelJEnv::newByteArray(int length) { return orThrow(*env, env->NewByteArray(length)); }
 
 void ZelJEnv::setByteArrayRegion(jbyteArray array, int length, signed char* data) {
   env->SetByteArrayRegion(array, 0, length, data);
-  if (ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
+  throwPending(*env);
 }
 
 jbyteArray ZelJEnv::createByteArray(signed char* data, int length) {
@@ -45,44 +54,22 @@ jbyteArray ZelJEnv::createByteArray(unsigned char* data, int length) {
   return createByteArray(reinterpret_cast<signed char*>(data), length);
 }
 
-jobject ZelJEnv::newGlobalRef(jobject object) {
-  jobject result = env->NewGlobalRef(object);
-  if (result == nullptr && ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
-  return result;
-}
+jobject ZelJEnv::newGlobalRef(jobject object) { return orThrow(*env, env->NewGlobalRef(object)); }
 
-jclass ZelJEnv::findClass(const char* name) {
-  jclass result = env->FindClass(name);
-  if (result == nullptr && ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
-  return result;
-}
+jclass ZelJEnv::findClass(const char* name) { return orThrow(*env, env->FindClass(name)); }
 
 bool ZelJEnv::isInstanceOf(jobject object, jclass type) {
   const bool result = env->IsInstanceOf(object, type) != JNI_FALSE;
-  if (ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
+  throwPending(*env);
   return result;
 }
 
 jmethodID ZelJEnv::getMethodID(jclass type, const char* name, const char* signature) {
-  jmethodID result = env->GetMethodID(type, name, signature);
-  if (result == nullptr && ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
-  return result;
+  return orThrow(*env, env->GetMethodID(type, name, signature));
 }
 
 jmethodID ZelJEnv::getStaticMethodID(jclass type, const char* name, const char* signature) {
-  jmethodID result = env->GetStaticMethodID(type, name, signature);
-  if (result == nullptr && ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
-  return result;
+  return orThrow(*env, env->GetStaticMethodID(type, name, signature));
 }
 
 jobject ZelJEnv::callStaticObjectMethod(jclass type, jmethodID method, ...) {
@@ -90,9 +77,7 @@ jobject ZelJEnv::callStaticObjectMethod(jclass type, jmethodID method, ...) {
   va_start(args, method);
   jobject result = env->CallStaticObjectMethodV(type, method, args);
   va_end(args);
-  if (ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
+  throwPending(*env);
   return result;
 }
 
@@ -112,9 +97,8 @@ jclass ZelJEnv::getGlobalClassRef(const char* name) {
 
 int ZelJEnv::registerNatives(jclass type, JNINativeMethod* methods, unsigned int count) {
   RAS1_FLOW();
-  if (env->RegisterNatives(type, methods, static_cast<jint>(count)) != 0 &&
-      ZelJvm::hasException(*env)) {
-    ZEL_THROW();
+  if (env->RegisterNatives(type, methods, static_cast<jint>(count)) != 0) {
+    throwPending(*env);
   }
   return ras1Flow.result(0);
 }
@@ -131,9 +115,7 @@ ZelJObject::ZelJObject(JNIEnv& threadEnv, jclass type, jmethodID ctor, ...) : Ze
   va_start(args, ctor);
   m_handle = env->NewObjectV(type, ctor, args);
   va_end(args);
-  if (m_handle == nullptr && ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
+  orThrow(*env, m_handle);
 }
 
 ZelJObject::~ZelJObject() {
@@ -152,9 +134,7 @@ int ZelJObject::callIntMethod(jmethodID method, ...) {
   va_start(args, method);
   const jint result = env->CallIntMethodV(m_handle, method, args);
   va_end(args);
-  if (ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
+  throwPending(*env);
   return result;
 }
 
@@ -163,9 +143,7 @@ long long ZelJObject::callLongMethod(jmethodID method, ...) {
   va_start(args, method);
   const jlong result = env->CallLongMethodV(m_handle, method, args);
   va_end(args);
-  if (ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
+  throwPending(*env);
   return result;
 }
 
@@ -174,9 +152,7 @@ void ZelJObject::callVoidMethod(jmethodID method, ...) {
   va_start(args, method);
   env->CallVoidMethodV(m_handle, method, args);
   va_end(args);
-  if (ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
+  throwPending(*env);
 }
 
 jobject ZelJObject::callObjectMethod(jmethodID method, ...) {
@@ -184,9 +160,7 @@ jobject ZelJObject::callObjectMethod(jmethodID method, ...) {
   va_start(args, method);
   jobject result = env->CallObjectMethodV(m_handle, method, args);
   va_end(args);
-  if (ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
+  throwPending(*env);
   return result;
 }
 
@@ -195,8 +169,6 @@ unsigned char ZelJObject::callBooleanMethod(jmethodID method, ...) {
   va_start(args, method);
   const jboolean result = env->CallBooleanMethodV(m_handle, method, args);
   va_end(args);
-  if (ZelJvm::hasException(*env)) {
-    ZEL_THROW();
-  }
+  throwPending(*env);
   return result;
 }

@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Builds with ThreadSanitizer and runs the tests that need no JVM; a real one can't be watched.
+# Arguments go to ctest, for example: tools/check-tsan.sh -R unit.zelclient
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+tools/install-packages.sh tools/packages.txt tools/packages-test.txt
+cmake --preset tsan > /dev/null
+cmake --build build/tsan --parallel "$(nproc)"
+exec ctest --test-dir build/tsan --parallel "$(nproc)" --output-on-failure --timeout 300 \
+  -L unit "$@"
