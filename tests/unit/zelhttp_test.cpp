@@ -174,8 +174,9 @@ TEST_F(ZelHttpTest, AFailuresStatusStandsInTheExitEvent) {
 
   serve("GET");
   EXPECT_THAT(fake::flowOf("ZELHTTP"), Contains("zelDefaultHttpService exit 2085388325"));
+}
 
-  framework.reset();
+TEST_F(ZelHttpTest, AnUnansweredRequestsStatusStandsInTheExitEvent) {
   framework.setMask("ZELHTTP", kRas1Flow);
   framework.onCall["KDH1_ActivityOptions"] = [] { throw 1; };
   serve("GET");
