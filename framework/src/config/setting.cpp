@@ -89,6 +89,26 @@ void readVariable(const std::string& path, const YAML::Node& key, const YAML::No
   }
 }
 
+using ReadItem = std::function<void(const YAML::Node& key, const YAML::Node& value,
+                                    AgentConfig& config, Problems& problems)>;
+
+// A setting whose items have names that the operator chooses.
+Setting section(std::string path, std::string expected, std::string doc, ReadItem readItem) {
+  Setting setting{std::move(path), std::move(expected), std::move(doc), false, true, {}, {}};
+  setting.read = [named = setting, readItem = std::move(readItem)](
+                     const YAML::Node& value, AgentConfig& config, Problems& problems) {
+    if (!value.IsMap()) {
+      addMismatch(named, value.Mark(), value, problems);
+      return;
+    }
+    for (const auto& item : value) {
+      readItem(item.first, item.second, config, problems);
+    }
+  };
+  setting.show = [](AgentConfig&) { return std::string(); };
+  return setting;
+}
+
 }  // namespace
 
 void Problems::add(const YAML::Mark& mark, const std::string& what) {
@@ -180,55 +200,31 @@ Setting traceClasses(std::string path, std::uint32_t& (*member)(AgentConfig&), s
 
 Setting traceUnits(std::string path, std::vector<trace::MaskRule>& (*member)(AgentConfig&),
                    std::string doc) {
-  Setting setting{std::move(path),
-                  "a section of trace units, each with a list of trace classes",
-                  std::move(doc),
-                  false,
-                  true,
-                  {},
-                  {}};
-  setting.read = [named = setting, member](const YAML::Node& value, AgentConfig& config,
-                                           Problems& problems) {
-    if (!value.IsMap()) {
-      addMismatch(named, value.Mark(), value, problems);
-      return;
-    }
-    for (const auto& item : value) {
-      const YAML::Node& key = item.first;
-      const std::string pattern = key.IsScalar() ? key.Scalar() : std::string();
-      if (pattern.empty()) {
-        problems.add(key.Mark(), fmt::format("\"{}\": expected the name of a trace unit, found {}",
-                                             named.path, describeValue(key)));
-      } else if (const auto mask = readClasses(named.path + "." + pattern, item.second, problems)) {
-        member(config).push_back({pattern, *mask});
-      }
-    }
-  };
-  setting.show = [](AgentConfig&) { return std::string(); };
-  return setting;
+  const std::string name = path;
+  return section(
+      std::move(path), "a section of trace units, each with a list of trace classes",
+      std::move(doc),
+      [name, member](const YAML::Node& key, const YAML::Node& value, AgentConfig& config,
+                     Problems& problems) {
+        const std::string pattern = key.IsScalar() ? key.Scalar() : std::string();
+        if (pattern.empty()) {
+          problems.add(key.Mark(),
+                       fmt::format("\"{}\": expected the name of a trace unit, found {}", name,
+                                   describeValue(key)));
+        } else if (const auto mask = readClasses(name + "." + pattern, value, problems)) {
+          member(config).push_back({pattern, *mask});
+        }
+      });
 }
 
 Setting variables(std::string path, std::map<std::string, std::string>& (*member)(AgentConfig&),
                   std::string doc) {
-  Setting setting{std::move(path),
-                  "a section of variables, each with a text",
-                  std::move(doc),
-                  false,
-                  true,
-                  {},
-                  {}};
-  setting.read = [named = setting, member](const YAML::Node& value, AgentConfig& config,
-                                           Problems& problems) {
-    if (!value.IsMap()) {
-      addMismatch(named, value.Mark(), value, problems);
-      return;
-    }
-    for (const auto& item : value) {
-      readVariable(named.path, item.first, item.second, member(config), problems);
-    }
-  };
-  setting.show = [](AgentConfig&) { return std::string(); };
-  return setting;
+  const std::string name = path;
+  return section(std::move(path), "a section of variables, each with a text", std::move(doc),
+                 [name, member](const YAML::Node& key, const YAML::Node& value, AgentConfig& config,
+                                Problems& problems) {
+                   readVariable(name, key, value, member(config), problems);
+                 });
 }
 
 }  // namespace fw
