@@ -13,11 +13,11 @@ namespace fw {
 
 namespace {
 
-using Kind = ReportError::Kind;
+using Kind = RequestError::Kind;
 
 constexpr std::chrono::milliseconds kNoTime{0};
 
-ReportError error(Kind kind, std::string message, std::string nearest = {}) {
+RequestError error(Kind kind, std::string message, std::string nearest = {}) {
   return {kind, std::move(message), std::nullopt, std::move(nearest)};
 }
 
@@ -108,7 +108,7 @@ void Engine::report(ReportRequest request, Done done) {
   }
 }
 
-std::optional<ReportError> Engine::tableOf(const std::string& name,
+std::optional<RequestError> Engine::tableOf(const std::string& name,
                                            std::optional<TableSet::View>& table) const {
   table = tables_.find(name);
   if (!table && !loaded_) {
@@ -135,14 +135,14 @@ std::optional<ReportError> Engine::tableOf(const std::string& name,
   return std::nullopt;
 }
 
-std::optional<ReportError> Engine::tryBegin(const ReportRequest& request, const Done& done) {
+std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const Done& done) {
   std::optional<TableSet::View> table;
   if (auto wrong = tableOf(request.table, table)) {
     return wrong;
   }
   auto where = parseWhere(request.where, *table->info);
   if (const auto* wrong = std::get_if<WhereError>(&where)) {
-    return ReportError{Kind::BadWhere, wrong->message, wrong->position, wrong->nearest};
+    return RequestError{Kind::BadWhere, wrong->message, wrong->position, wrong->nearest};
   }
   std::shared_ptr<Report> report;
   {
@@ -181,7 +181,7 @@ std::optional<ReportError> Engine::tryBegin(const ReportRequest& request, const 
   return std::nullopt;
 }
 
-std::optional<ReportError> Engine::targetsOf(const ReportRequest& request, const TableInfo& table,
+std::optional<RequestError> Engine::targetsOf(const ReportRequest& request, const TableInfo& table,
                                              std::vector<SubnodeName>& targets) const {
   if (!table.perSubnode) {
     if (request.subnode) {

@@ -80,13 +80,13 @@ class Engine {
   using ChannelKey = std::pair<std::string, std::string>;  // table, subnode
 
   TableStatus statusOf(const TableSet::View& view) const;
-  std::optional<ReportError> targetsOf(const ReportRequest& request, const TableInfo& table,
+  std::optional<RequestError> targetsOf(const ReportRequest& request, const TableInfo& table,
                                        std::vector<SubnodeName>& targets) const;
   std::shared_ptr<SampleChannel> channelOf(const TableSet::View& table,
                                            const SubnodeName& subnode);  // needs mutex_
-  std::optional<ReportError> tableOf(const std::string& name,
+  std::optional<RequestError> tableOf(const std::string& name,
                                      std::optional<TableSet::View>& table) const;
-  std::optional<ReportError> tryBegin(const ReportRequest& request, const Done& done);
+  std::optional<RequestError> tryBegin(const ReportRequest& request, const Done& done);
   void finish(const std::shared_ptr<Report>& report);
   void answer(const std::function<void()>& answer);
 

@@ -68,7 +68,7 @@ void Report::expire(std::chrono::milliseconds deadline) {
   complete_(shared_from_this());
 }
 
-void Report::abort(ReportError error) {
+void Report::abort(RequestError error) {
   {
     const std::lock_guard lock(mutex_);
     if (std::exchange(completed_, true)) {

@@ -36,7 +36,7 @@ class Report final : public SampleWaiter, public std::enable_shared_from_this<Re
   void expire(std::chrono::milliseconds deadline);
 
   /// Ends the report with an error.
-  void abort(ReportError error);
+  void abort(RequestError error);
 
   void onSample(std::size_t slot, const SampleOutcome& outcome) override;
 
@@ -57,7 +57,7 @@ class Report final : public SampleWaiter, public std::enable_shared_from_this<Re
   std::mutex mutex_;
   std::vector<std::optional<SampleOutcome>> outcomes_;  // guarded by mutex_
   std::size_t missing_;                                 // guarded by mutex_
-  std::optional<ReportError> error_;                    // guarded by mutex_
+  std::optional<RequestError> error_;                   // guarded by mutex_
   bool completed_ = false;                              // guarded by mutex_
 };
 

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/request_error.h"
 #include "tables/column.h"
 #include "tables/row_block.h"
 #include "tables/value.h"
@@ -26,23 +27,6 @@ struct ReportRequest {
   std::string where;                   ///< "COLUMN OP VALUE and ..."; empty takes every row
   std::uint32_t limit = 1000;          ///< rows in the result at most
   std::optional<std::chrono::milliseconds> deadline;  ///< without: engine.report_deadline
-};
-
-/// Why a report as a whole has no rows.
-struct ReportError {
-  enum class Kind {
-    UnknownTable,
-    UnknownSubnode,  ///< no such subnode, or the table is the agent's own
-    BadWhere,        ///< `position` says where
-    TableRefused,    ///< the agent describes the table wrongly; `message` says how
-    NotReady,        ///< the agent is still loading or the table is not described yet
-    Busy,            ///< too many reports are waiting
-    Stopping,
-  };
-  Kind kind;
-  std::string message;                  ///< for people, whole sentences
-  std::optional<std::size_t> position;  ///< bytes into `where`, from 0
-  std::string nearest;                  ///< a known name near the unknown one, or empty
 };
 
 /// The part of a report that one subnode (or the agent itself) gave.
@@ -70,7 +54,7 @@ struct ReportRow {
 
 /// The answer to a report. Self-contained: rows stay valid as long as the result lives.
 struct ReportResult {
-  std::optional<ReportError> error;  ///< set: everything below is empty
+  std::optional<RequestError> error;  ///< set: everything below is empty
   std::shared_ptr<const TableInfo> table;
   std::vector<ReportSample> samples;  ///< one per subnode asked, in name order
   std::vector<ReportRow> rows;        ///< those that pass `where`, at most `limit`

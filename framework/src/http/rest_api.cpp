@@ -9,7 +9,7 @@
 #include "http/api_parameters.h"
 #include "http/page.h"
 #include "http/problem.h"
-#include "http/report_problem.h"
+#include "http/request_problem.h"
 #include "http/rows_body.h"
 
 namespace fw::http {
@@ -127,7 +127,7 @@ Response RestApi::table(const Request& request) const {
   for (const TableStatus& each : agent_.tables()) {
     known.push_back(each.info->name);
   }
-  ReportError error{ReportError::Kind::UnknownTable,
+  RequestError error{RequestError::Kind::UnknownTable,
                     "There is no table \"" + name + "\"; /api/v1/tables lists them.",
                     {},
                     nearestOf(name, known)};

@@ -8,7 +8,7 @@
 namespace fw {
 namespace {
 
-using Kind = ReportError::Kind;
+using Kind = RequestError::Kind;
 using State = ReportSample::State;
 using Rows = test::TestTable::Rows;
 using Texts = std::vector<std::string>;

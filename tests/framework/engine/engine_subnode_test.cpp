@@ -6,7 +6,7 @@
 namespace fw {
 namespace {
 
-using Kind = ReportError::Kind;
+using Kind = RequestError::Kind;
 using State = ReportSample::State;
 using Rows = test::TestTable::Rows;
 

@@ -61,7 +61,7 @@ TEST_F(EngineTest, RefusesATableThatIsDescribedWrongly) {
 
   const auto result = ask("GAP")->get();
   ASSERT_TRUE(result.error);
-  EXPECT_EQ(result.error->kind, ReportError::Kind::TableRefused);
+  EXPECT_EQ(result.error->kind, RequestError::Kind::TableRefused);
   EXPECT_NE(result.error->message.find("stands at offset 4"), std::string::npos);
 }
 
@@ -86,7 +86,7 @@ TEST_F(EngineTest, ATableThatIsRemovedIsUnknownAndItsObjectIsDeleted) {
   engine->removeTable(own);
 
   EXPECT_FALSE(engine->table("OWN"));
-  EXPECT_EQ(ask("OWN")->get().error->kind, ReportError::Kind::UnknownTable);
+  EXPECT_EQ(ask("OWN")->get().error->kind, RequestError::Kind::UnknownTable);
   EXPECT_EQ(own.created, own.deleted);
 }
 

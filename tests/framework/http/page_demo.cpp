@@ -58,7 +58,7 @@ void describe(FakeAgent& agent) {
 fw::ReportResult answer(const FakeAgent& agent, const fw::ReportRequest& request) {
   fw::ReportResult failed;
   if (request.where.find("UZED") != std::string::npos) {
-    failed.error = fw::ReportError{fw::ReportError::Kind::BadWhere, "There is no column UZED.",
+    failed.error = fw::RequestError{fw::RequestError::Kind::BadWhere, "There is no column UZED.",
                                    request.where.find("UZED"), "USED"};
     return failed;
   }

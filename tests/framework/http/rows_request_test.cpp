@@ -7,7 +7,7 @@ class RowsRequestTest : public ServerFixture {
  protected:
   void SetUp() override { start(); }
 
-  HttpReply failWith(ReportError error) {
+  HttpReply failWith(RequestError error) {
     agent.answer = [error](const ReportRequest&) {
       ReportResult result;
       result.error = error;
@@ -66,7 +66,7 @@ TEST_F(RowsRequestTest, RefusesUnknownAndRepeatedParameters) {
 
 TEST_F(RowsRequestTest, PointsAtTheMistakeInACondition) {
   const HttpReply reply =
-      failWith({ReportError::Kind::BadWhere, "There is no column USEDD.", 5, "USED"});
+      failWith({RequestError::Kind::BadWhere, "There is no column USEDD.", 5, "USED"});
 
   EXPECT_EQ(reply.status, 400);
   const auto json = parse(reply);
@@ -78,7 +78,7 @@ TEST_F(RowsRequestTest, PointsAtTheMistakeInACondition) {
 }
 
 TEST_F(RowsRequestTest, TellsEachKindOfErrorApart) {
-  using Kind = ReportError::Kind;
+  using Kind = RequestError::Kind;
   const struct {
     Kind kind;
     int status;

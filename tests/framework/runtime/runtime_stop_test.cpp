@@ -144,7 +144,7 @@ TEST_F(RuntimeStopTest, AWaitingReportIsAnsweredWhenTheStopBegins) {
 
   auto shutdown = std::async(std::launch::async, [] { return IRA_Shutdown(1); });
 
-  EXPECT_EQ(report.get().error->kind, ReportError::Kind::Stopping);
+  EXPECT_EQ(report.get().error->kind, RequestError::Kind::Stopping);
   door.open();
   shutdown.get();
 }

@@ -78,7 +78,7 @@ TEST_F(RuntimeTest, ADeregisteredSubnodeIsUnknownAtOnceAndItsObjectIsDeleted) {
   EXPECT_EQ(IRA_Subnode_Deregister("one"), 0);
 
   EXPECT_EQ(table.created, table.deleted);
-  EXPECT_EQ(ask("one").get().error->kind, ReportError::Kind::UnknownSubnode);
+  EXPECT_EQ(ask("one").get().error->kind, RequestError::Kind::UnknownSubnode);
   EXPECT_EQ(IRA_Subnode_SendRequest(), 0);
   EXPECT_EQ(runtime->subnodes()[0].state, SubnodeState::Offline);
 }

@@ -1,4 +1,4 @@
-#include "http/report_problem.h"
+#include "http/request_problem.h"
 
 #include <utility>
 
@@ -12,21 +12,33 @@ struct Kind {
   std::string_view title;
 };
 
-Kind describe(ReportError::Kind kind) {
+Kind describe(RequestError::Kind kind) {
   switch (kind) {
-    case ReportError::Kind::UnknownTable:
+    case RequestError::Kind::UnknownTable:
       return {404, "unknown-table", "There is no such table"};
-    case ReportError::Kind::UnknownSubnode:
+    case RequestError::Kind::UnknownSubnode:
       return {404, "unknown-subnode", "There is no such subnode"};
-    case ReportError::Kind::BadWhere:
+    case RequestError::Kind::UnknownSituation:
+      return {404, "unknown-situation", "There is no such situation"};
+    case RequestError::Kind::NoEventTable:
+      return {404, "no-event-table", "The table has no events"};
+    case RequestError::Kind::BadName:
+      return {400, "bad-name", "The name can't be used"};
+    case RequestError::Kind::BadInterval:
+      return {400, "bad-interval", "The interval can't be used"};
+    case RequestError::Kind::BadCommand:
+      return {400, "bad-command", "The command can't be used"};
+    case RequestError::Kind::Duplicate:
+      return {409, "duplicate", "The name is taken"};
+    case RequestError::Kind::BadWhere:
       return {400, "bad-where", "The condition can't be understood"};
-    case ReportError::Kind::TableRefused:
+    case RequestError::Kind::TableRefused:
       return {500, "table-refused", "The table is not usable"};
-    case ReportError::Kind::NotReady:
+    case RequestError::Kind::NotReady:
       return {503, "not-ready", "The agent is not ready yet"};
-    case ReportError::Kind::Busy:
+    case RequestError::Kind::Busy:
       return {503, "busy", "The agent is busy"};
-    case ReportError::Kind::Stopping:
+    case RequestError::Kind::Stopping:
       break;
   }
   return {503, "stopping", "The agent is stopping"};
@@ -34,7 +46,7 @@ Kind describe(ReportError::Kind kind) {
 
 }  // namespace
 
-Problem toProblem(const ReportError& error) {
+Problem toProblem(const RequestError& error) {
   const Kind kind = describe(error.kind);
   Problem problem{kind.status, kind.kind, kind.title, error.message, {}};
   if (error.position) {

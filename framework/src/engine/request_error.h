@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace fw {
+
+/// Why a request as a whole is refused: a report, a situation, a look at events, an action.
+struct RequestError {
+  enum class Kind {
+    UnknownTable,
+    UnknownSubnode,  ///< no such subnode, or the table is the agent's own
+    UnknownSituation,
+    NoEventTable,  ///< the table is sampled; events never come to it
+    BadName,
+    BadWhere,  ///< `position` says where
+    BadInterval,
+    BadCommand,
+    Duplicate,     ///< a situation of that name is there already
+    TableRefused,  ///< the agent describes the table wrongly; `message` says how
+    NotReady,      ///< the agent is still loading or the table is not described yet
+    Busy,          ///< too many requests are in progress, or as many as there may be
+    Stopping,
+  };
+  Kind kind;
+  std::string message;                  ///< for people, whole sentences
+  std::optional<std::size_t> position;  ///< bytes into `where`, from 0
+  std::string nearest;                  ///< a known name near the unknown one, or empty
+};
+
+}  // namespace fw
