@@ -1,17 +1,21 @@
 package com.qrv.norvel.monitoring.jmx;
 
+import com.qrv.norvel.monitoring.toolkit.agent.ActionHandler;
 import com.qrv.norvel.monitoring.toolkit.agent.Agent;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentInfo;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentLog;
 import com.qrv.norvel.monitoring.toolkit.agent.Column;
 import com.qrv.norvel.monitoring.toolkit.agent.Daemons;
+import com.qrv.norvel.monitoring.toolkit.agent.EventTable;
 import com.qrv.norvel.monitoring.toolkit.agent.Filter;
 import com.qrv.norvel.monitoring.toolkit.agent.Row;
 import com.qrv.norvel.monitoring.toolkit.agent.RowSink;
 import com.qrv.norvel.monitoring.toolkit.agent.SampleRequest;
 import com.qrv.norvel.monitoring.toolkit.agent.Sampler;
+import com.qrv.norvel.monitoring.toolkit.agent.SituationHandler;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnodes;
 import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
+import com.qrv.norvel.monitoring.toolkit.agent.WebHandler;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collections;
@@ -36,6 +40,41 @@ final class FakeAgent implements Agent {
   public void table(TableDefinition table, Sampler sampler) {
     definitions.put(table.name(), table);
     samplers.put(table.name(), sampler);
+  }
+
+  @Override
+  public EventTable eventTable(TableDefinition table) {
+    throw new UnsupportedOperationException();
+  }
+
+  @Override
+  public EventTable eventTable(TableDefinition table, SituationHandler situations) {
+    throw new UnsupportedOperationException();
+  }
+
+  @Override
+  public void onSituation(SituationHandler situations) {
+    throw new UnsupportedOperationException();
+  }
+
+  @Override
+  public void action(String word, ActionHandler handler) {
+    throw new UnsupportedOperationException();
+  }
+
+  @Override
+  public void action(String word, long deadlineMs, ActionHandler handler) {
+    throw new UnsupportedOperationException();
+  }
+
+  @Override
+  public void web(String prefix, WebHandler handler) {
+    throw new UnsupportedOperationException();
+  }
+
+  @Override
+  public void web(String prefix, long deadlineMs, WebHandler handler) {
+    throw new UnsupportedOperationException();
   }
 
   @Override

@@ -1,12 +1,16 @@
 package com.qrv.norvel.monitoring.toolkit.runtime;
 
+import com.qrv.norvel.monitoring.toolkit.agent.ActionHandler;
 import com.qrv.norvel.monitoring.toolkit.agent.Agent;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentInfo;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentLog;
 import com.qrv.norvel.monitoring.toolkit.agent.Daemons;
+import com.qrv.norvel.monitoring.toolkit.agent.EventTable;
 import com.qrv.norvel.monitoring.toolkit.agent.Sampler;
+import com.qrv.norvel.monitoring.toolkit.agent.SituationHandler;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnodes;
 import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
+import com.qrv.norvel.monitoring.toolkit.agent.WebHandler;
 import com.qrv.norvel.monitoring.toolkit.bridge.NotificationCode;
 import java.util.ArrayList;
 import java.util.HashMap;
@@ -60,6 +64,41 @@ final class RunningAgent implements Agent {
     SampledTable sampled = new SampledTable(new TableLayout(table), sampler);
     byName.put(table.name(), sampled);
     tables.add(sampled);
+  }
+
+  @Override
+  public EventTable eventTable(TableDefinition table) {
+    throw new UnsupportedOperationException("event table " + table.name());
+  }
+
+  @Override
+  public EventTable eventTable(TableDefinition table, SituationHandler situations) {
+    throw new UnsupportedOperationException("event table " + table.name());
+  }
+
+  @Override
+  public void onSituation(SituationHandler situations) {
+    throw new UnsupportedOperationException("situations");
+  }
+
+  @Override
+  public void action(String word, ActionHandler handler) {
+    action(word, ACTION_DEADLINE_MS, handler);
+  }
+
+  @Override
+  public void action(String word, long deadlineMs, ActionHandler handler) {
+    throw new UnsupportedOperationException("action " + word);
+  }
+
+  @Override
+  public void web(String prefix, WebHandler handler) {
+    web(prefix, WEB_DEADLINE_MS, handler);
+  }
+
+  @Override
+  public void web(String prefix, long deadlineMs, WebHandler handler) {
+    throw new UnsupportedOperationException("page " + prefix);
   }
 
   @Override
