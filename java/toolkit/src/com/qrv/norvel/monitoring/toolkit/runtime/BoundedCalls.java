@@ -140,7 +140,9 @@ final class BoundedCalls {
     if (givenUp != null) {
       log.state(call.what + ": " + givenUp);
       String text = call.what + ": " + givenUp;
-      throw call.isLate() ? RequestFailedException.late(text) : RequestFailedException.ordinary(text);
+      throw call.isLate()
+          ? RequestFailedException.late(text)
+          : RequestFailedException.ordinary(text);
     }
     if (call.failure() != null) {
       throw report(call.what, call.failure());

@@ -86,7 +86,8 @@ final class Pages {
     return WebResponse.of(
         NOT_FOUND,
         MediaType.HTML,
-        "<!DOCTYPE html><title>404 Not found</title><h1>Not found</h1><p>The application has no page "
+        "<!DOCTYPE html><title>404 Not found</title><h1>Not found</h1>"
+            + "<p>The application has no page "
             + Html.escape(path)
             + "</p>");
   }

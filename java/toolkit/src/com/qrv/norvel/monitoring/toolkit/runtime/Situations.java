@@ -14,7 +14,11 @@ import java.util.HashMap;
 import java.util.HashSet;
 import java.util.concurrent.Executor;
 
-/** What the native side says of situations. Tables are added while the application is configured. */
+/**
+ * What the native side says of situations.
+ *
+ * <p>Tables and handlers are added while the application is configured, and constant from then on.
+ */
 final class Situations {
   private final Executor threads;
   private final BoundedCalls calls;

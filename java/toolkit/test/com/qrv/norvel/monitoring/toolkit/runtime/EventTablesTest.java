@@ -29,7 +29,11 @@ class EventTablesTest {
   private static final TableDefinition LOG =
       TableDefinition.builder("LOG").events().column(Columns.int32("N")).maxQueued(3).build();
   private static final TableDefinition WIDE =
-      TableDefinition.builder("WIDE").events().column(Columns.int32("N")).maxQueued(200_000).build();
+      TableDefinition.builder("WIDE")
+          .events()
+          .column(Columns.int32("N"))
+          .maxQueued(200_000)
+          .build();
   private static final TableDefinition NODES =
       TableDefinition.builder("NODES")
           .perSubnode()

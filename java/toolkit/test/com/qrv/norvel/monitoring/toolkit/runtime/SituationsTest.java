@@ -292,7 +292,8 @@ class SituationsTest {
     assertThat(body(answer).get(1))
         .isEqualTo("situation A on table LOG: java.lang.StackOverflowError: broken");
     assertThat(log.isArmed()).isTrue();
-    assertThat(side.trace.messages().get(0)).contains("situation A on table LOG could not be armed");
+    assertThat(side.trace.messages().get(0))
+        .contains("situation A on table LOG could not be armed");
   }
 
   @Test
