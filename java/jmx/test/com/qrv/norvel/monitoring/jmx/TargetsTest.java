@@ -11,6 +11,7 @@ import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
 import com.qrv.norvel.monitoring.jmx.target.TargetKind;
 import com.qrv.norvel.monitoring.jmx.target.TargetState;
 import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.target.TargetWork;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.HashMap;
@@ -194,7 +195,7 @@ final class TargetsTest {
     @Override
     public TargetStatus status() {
       return new TargetStatus(
-          name, TargetKind.LOCAL, name, pid, "", TargetState.UP, 0, "", 0, 0, 0);
+          name, TargetKind.LOCAL, name, pid, "", TargetState.UP, 0, "", 0, 0, 0, List.of());
     }
 
     @Override
@@ -211,6 +212,11 @@ final class TargetsTest {
     @Override
     public Object[][] sample(BeanTable table) {
       return new Object[0][];
+    }
+
+    @Override
+    public <T> T work(String key, TargetWork<T> work) {
+      throw new UnsupportedOperationException(key);
     }
   }
 }

@@ -28,4 +28,13 @@ public interface MonitoredJvm {
    * @throws TargetException when the target is down or does not answer in time
    */
   Object[][] sample(BeanTable table) throws TargetException, InterruptedException;
+
+  /**
+   * Does other work at the target, in bounded time. A call like any other: it takes its turn with
+   * the samples, and one that does not return ends the connection.
+   *
+   * @param key names the work for people; what has the same key is done once for all who wait
+   * @throws TargetException when the target is down, refuses, or does not answer in time
+   */
+  <T> T work(String key, TargetWork<T> work) throws TargetException, InterruptedException;
 }

@@ -52,6 +52,11 @@ final class RmiLink implements Link {
   }
 
   @Override
+  public MBeanServerConnection server() {
+    return server;
+  }
+
+  @Override
   public Object[][] read(String beans, String[] attributes) throws IOException {
     ObjectName[] names = names(beans);
     Object[][] rows = new Object[names.length][];

@@ -2,9 +2,7 @@ package com.qrv.norvel.monitoring.jmx.target;
 
 import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
-import com.qrv.norvel.monitoring.jmx.table.SelfBeans;
 import java.io.IOException;
-import java.util.concurrent.atomic.AtomicLong;
 
 /** The JVM that this code runs in, read by direct calls on the caller's thread. */
 public final class SelfJvm implements MonitoredJvm {
@@ -12,15 +10,17 @@ public final class SelfJvm implements MonitoredJvm {
 
   private final String title;
   private final Clock clock;
-  private final SelfBeans beans = new SelfBeans();
-  private final long sinceWallMillis;
-  private final AtomicLong samples = new AtomicLong();
-  private volatile long lastSampleMillis = TargetStatus.UNKNOWN;
+  private final SelfLink link = new SelfLink();
+  private final TargetBook book; // guarded by itself
 
   public SelfJvm(String title, Clock clock) {
     this.title = title;
     this.clock = clock;
-    this.sinceWallMillis = clock.wallMillis();
+    TargetIdentity identity =
+        new TargetIdentity(NAME, TargetKind.SELF, title, ProcessHandle.current().pid(), "");
+    long now = clock.wallMillis();
+    book = new TargetBook(identity, now);
+    book.become(TargetState.UP, now);
   }
 
   @Override
@@ -35,18 +35,9 @@ public final class SelfJvm implements MonitoredJvm {
 
   @Override
   public TargetStatus status() {
-    return new TargetStatus(
-        NAME,
-        TargetKind.SELF,
-        title,
-        ProcessHandle.current().pid(),
-        "",
-        TargetState.UP,
-        sinceWallMillis,
-        "",
-        lastSampleMillis,
-        samples.get(),
-        0);
+    synchronized (book) {
+      return book.status();
+    }
   }
 
   @Override
@@ -61,13 +52,26 @@ public final class SelfJvm implements MonitoredJvm {
   @Override
   public Object[][] sample(BeanTable table) throws TargetException {
     long start = clock.millis();
+    Object[][] rows;
     try {
-      Object[][] rows = table.read(beans, title);
-      lastSampleMillis = clock.millis() - start;
-      samples.incrementAndGet();
-      return rows;
+      rows = table.read(link, title);
     } catch (IOException e) {
       throw new TargetException(NAME + ": " + e);
+    }
+    synchronized (book) {
+      book.succeeded(table.name(), clock.millis() - start);
+    }
+    return rows;
+  }
+
+  @Override
+  public <T> T work(String key, TargetWork<T> work) throws TargetException, InterruptedException {
+    try {
+      return work.on(link);
+    } catch (InterruptedException e) {
+      throw e;
+    } catch (Exception e) {
+      throw new TargetException(key + " of " + NAME + ": " + FaultText.of(e));
     }
   }
 }

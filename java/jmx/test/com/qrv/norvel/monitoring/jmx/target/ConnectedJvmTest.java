@@ -15,6 +15,7 @@ import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.ExecutionException;
 import java.util.concurrent.TimeUnit;
 import java.util.concurrent.atomic.AtomicInteger;
+import javax.management.MBeanException;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 
@@ -53,6 +54,48 @@ final class ConnectedJvmTest {
     assertThat(jvm.status().state()).isEqualTo(TargetState.UP);
     assertThat(jvm.status().samples()).isEqualTo(2);
     assertThat(jvm.isPresent()).isTrue();
+  }
+
+  @Test
+  void otherWorkRunsOnTheTargetsThreadAndCountsAsNoSample() throws Exception {
+    start(FakeDialer.Mood.ANSWERS);
+
+    String thread = jvm.work("look", link -> Thread.currentThread().getName());
+
+    assertThat(thread).isEqualTo("jmx-t");
+    assertThat(jvm.status().samples()).isZero();
+    assertThat(jvm.status().times()).isEmpty();
+  }
+
+  @Test
+  void workThatTheTargetRefusesCostsItsCallerOnly() throws Exception {
+    start(FakeDialer.Mood.ANSWERS);
+
+    assertThatThrownBy(
+            () ->
+                jvm.work(
+                    "flush",
+                    link -> {
+                      throw new MBeanException(null, "not now");
+                    }))
+        .isInstanceOf(TargetException.class)
+        .hasMessageContaining("flush of t")
+        .hasMessageContaining("not now");
+
+    assertThat(jvm.sample(StandardTables.GC)).hasSize(1);
+    assertThat(dialer.dials).hasValue(1);
+    assertThat(jvm.status().failures()).isEqualTo(1);
+  }
+
+  @Test
+  void theTimeOfEachTableIsNoted() throws Exception {
+    start(FakeDialer.Mood.ANSWERS);
+
+    jvm.sample(StandardTables.GC);
+    jvm.sample(StandardTables.MEMORY);
+
+    assertThat(jvm.status().times())
+        .containsExactly(new WorkTime("JVM_GC", 0, 0), new WorkTime("JVM_MEMORY", 0, 0));
   }
 
   @Test

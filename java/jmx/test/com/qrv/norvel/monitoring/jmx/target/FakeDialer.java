@@ -1,7 +1,9 @@
 package com.qrv.norvel.monitoring.jmx.target;
 
 import java.io.IOException;
+import java.lang.management.ManagementFactory;
 import java.util.concurrent.atomic.AtomicInteger;
+import javax.management.MBeanServerConnection;
 
 /** A JVM that answers, hangs until it is cut off, or breaks, as a test wants. */
 final class FakeDialer implements Dialer {
@@ -85,6 +87,11 @@ final class FakeDialer implements Dialer {
     @Override
     public void close() {
       goodbyes.incrementAndGet();
+    }
+
+    @Override
+    public MBeanServerConnection server() {
+      return ManagementFactory.getPlatformMBeanServer();
     }
 
     @Override
