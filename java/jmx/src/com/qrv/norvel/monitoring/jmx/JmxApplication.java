@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.jmx;
 
+import com.qrv.norvel.monitoring.jmx.action.TargetActions;
 import com.qrv.norvel.monitoring.jmx.config.ConfigFile;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
@@ -39,6 +40,7 @@ public final class JmxApplication implements Application {
       agent.table(BeanSampler.definition(table, deadline), new BeanSampler(table, targets, log));
     }
     agent.table(TargetsTable.DEFINITION, new TargetsTable(targets));
+    new TargetActions(targets, config.actions()).register(agent, deadline);
   }
 
   @Override

@@ -8,6 +8,7 @@ import com.qrv.norvel.monitoring.jmx.discovery.Patterns;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.target.TargetLookup;
 import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnode;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnodes;
@@ -22,7 +23,7 @@ import java.util.Set;
  * The book of all targets. A thread of its own looks for local JVMs and, alone, registers and
  * deregisters subnodes, so that these keep their order; the samplers look targets up.
  */
-final class Targets implements LocalListener, Runnable {
+final class Targets implements LocalListener, TargetLookup, Runnable {
   private final JmxConfig config;
   private final TargetFactory factory;
   private final Subnodes subnodes;
@@ -67,8 +68,8 @@ final class Targets implements LocalListener, Runnable {
     }
   }
 
-  /** The target of that name, or null. Any thread. */
-  MonitoredJvm find(String name) {
+  @Override
+  public MonitoredJvm find(String name) {
     synchronized (jvms) {
       return jvms.get(name);
     }

@@ -1,6 +1,8 @@
 package com.qrv.norvel.monitoring.jmx;
 
 import com.qrv.norvel.monitoring.toolkit.agent.ActionHandler;
+import com.qrv.norvel.monitoring.toolkit.agent.ActionRequest;
+import com.qrv.norvel.monitoring.toolkit.agent.ActionResult;
 import com.qrv.norvel.monitoring.toolkit.agent.Agent;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentInfo;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentLog;
@@ -25,10 +27,11 @@ import java.util.List;
 import java.util.Map;
 
 /** An agent without its native side: declares tables and asks their samplers. */
-final class FakeAgent implements Agent {
+public final class FakeAgent implements Agent {
   final RecordingSubnodes subnodes = new RecordingSubnodes();
   final List<String> errors = Collections.synchronizedList(new ArrayList<>());
   private final Map<String, TableDefinition> definitions = new LinkedHashMap<>();
+  private final Map<String, ActionHandler> actions = new LinkedHashMap<>();
   private final Map<String, Sampler> samplers = new HashMap<>();
 
   @Override
@@ -59,12 +62,12 @@ final class FakeAgent implements Agent {
 
   @Override
   public void action(String word, ActionHandler handler) {
-    throw new UnsupportedOperationException();
+    actions.put(word, handler);
   }
 
   @Override
   public void action(String word, long deadlineMs, ActionHandler handler) {
-    throw new UnsupportedOperationException();
+    actions.put(word, handler);
   }
 
   @Override
@@ -100,6 +103,14 @@ final class FakeAgent implements Agent {
   @Override
   public void stop(String reason) {
     throw new UnsupportedOperationException();
+  }
+
+  /** Runs an action as the agent does with a command of these words. */
+  public ActionResult run(String node, String word, String... arguments) throws Exception {
+    List<String> words = Arrays.asList(arguments);
+    return actions
+        .get(word)
+        .run(new ActionRequest(node, word, words, word + ' ' + String.join(" ", words)));
   }
 
   List<String> tableNames() {

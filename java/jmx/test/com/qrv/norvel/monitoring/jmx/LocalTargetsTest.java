@@ -12,6 +12,7 @@ import com.qrv.norvel.monitoring.jmx.target.TargetException;
 import com.qrv.norvel.monitoring.jmx.target.TargetState;
 import java.util.ArrayList;
 import java.util.Collections;
+import java.util.List;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 
@@ -103,7 +104,7 @@ final class LocalTargetsTest {
         new JmxConfig.Local(
             true, 1, Collections.singletonList("*ChildJvm$Main"), new ArrayList<>());
     JmxConfig.Calls calls = new JmxConfig.Calls(CALL_MILLIS, 200, 1000, 30);
-    JmxConfig config = new JmxConfig(local, new ArrayList<>(), calls, 10);
+    JmxConfig config = new JmxConfig(local, new ArrayList<>(), calls, 10, List.of());
     targets =
         new Targets(
             config,

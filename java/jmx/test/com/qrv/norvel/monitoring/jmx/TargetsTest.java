@@ -91,7 +91,7 @@ final class TargetsTest {
     JmxConfig.Local local =
         new JmxConfig.Local(true, 1, Collections.singletonList("*"), new ArrayList<>());
     JmxConfig config =
-        new JmxConfig(local, new ArrayList<>(), new JmxConfig.Calls(1000, 100, 100, 30), limit);
+        new JmxConfig(local, new ArrayList<>(), new JmxConfig.Calls(1000, 100, 100, 30), limit, List.of());
     targets = new Targets(config, new SelfJvm("me", Clock.SYSTEM), factory, subnodes, log);
     targets.start();
   }

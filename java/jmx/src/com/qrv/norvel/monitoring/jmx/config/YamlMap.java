@@ -93,6 +93,31 @@ final class YamlMap {
     return value == null ? null : text(value, "'" + key + "'");
   }
 
+  /** The text; a mistake without the key. */
+  String required(String key) throws ConfigException {
+    String text = text(key);
+    if (text == null) {
+      throw error(key, "the key '" + key + "' is missing");
+    }
+    return text;
+  }
+
+  /** The number, or null without the key. */
+  Double number(String key) throws ConfigException {
+    Node value = values.get(key);
+    if (value == null) {
+      return null;
+    }
+    if (value.getTag() == Tag.INT || value.getTag() == Tag.FLOAT) {
+      try {
+        return Double.valueOf(((ScalarNode) value).getValue());
+      } catch (NumberFormatException e) {
+        throw error(value, "'" + key + "' must be a decimal number");
+      }
+    }
+    throw error(value, "'" + key + "' must be a number");
+  }
+
   private String text(Node value, String name) throws ConfigException {
     boolean isText =
         value instanceof ScalarNode

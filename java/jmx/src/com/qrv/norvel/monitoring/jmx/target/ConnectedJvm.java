@@ -267,11 +267,13 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     T result = null;
     try {
       result = job.run(link);
-    } catch (IOException | Error e) {
-      error = FaultText.of(e);
-    } catch (Exception e) {
-      // The connection is sound; the JVM refuses this, or sends what can't be understood.
-      refused = job.key() + " of " + name() + ": " + FaultText.of(e);
+    } catch (Exception | Error e) {
+      if ((e instanceof IOException && !ForeignClass.isCauseOf(e)) || e instanceof Error) {
+        error = FaultText.of(e);
+      } else {
+        // The connection is sound; the JVM refuses this, or sends what is not accepted.
+        refused = job.key() + " of " + name() + ": " + FaultText.of(e);
+      }
     }
     if (!finish(error)) {
       return;
@@ -288,7 +290,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     if (refused == null) {
       job.succeed(result);
     } else {
-      job.fail(refused);
+      job.refuse(refused);
     }
   }
 

@@ -7,6 +7,7 @@ final class Job<T> {
   private boolean done; // guarded by this
   private T result; // guarded by this
   private String failure; // guarded by this
+  private boolean refused; // guarded by this
 
   /** @param key tells pieces of work apart; the same one shares its result */
   Job(String key, TargetWork<T> work) {
@@ -36,12 +37,19 @@ final class Job<T> {
     }
   }
 
+  /** The target is gone, or too slow. */
   synchronized void fail(String reason) {
     if (!done) {
       done = true;
       failure = reason;
       notifyAll();
     }
+  }
+
+  /** The target has answered that it won't. */
+  synchronized void refuse(String reason) {
+    refused = !done;
+    fail(reason);
   }
 
   /**
@@ -60,7 +68,7 @@ final class Job<T> {
       wait(left);
     }
     if (failure != null) {
-      throw new TargetException(failure);
+      throw new TargetException(failure, refused);
     }
     return true;
   }

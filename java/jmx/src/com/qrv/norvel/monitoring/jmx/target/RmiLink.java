@@ -3,7 +3,6 @@ package com.qrv.norvel.monitoring.jmx.target;
 import com.qrv.norvel.monitoring.jmx.EventLog;
 import com.qrv.norvel.monitoring.jmx.table.Unavailable;
 import java.io.IOException;
-import java.io.InvalidClassException;
 import java.rmi.UnmarshalException;
 import java.util.Arrays;
 import java.util.HashMap;
@@ -107,7 +106,7 @@ final class RmiLink implements Link {
       try {
         fill(values, attributes, server.getAttributes(bean, attributes).asList());
       } catch (UnmarshalException e) {
-        if (!isForeignClass(e)) {
+        if (!ForeignClass.isCauseOf(e)) {
           throw e;
         }
         // One value of a class that is not accepted spoils the whole answer.
@@ -161,7 +160,7 @@ final class RmiLink implements Link {
       }
       reason = "it has no such attribute";
     } catch (UnmarshalException e) {
-      if (!isForeignClass(e)) {
+      if (!ForeignClass.isCauseOf(e)) {
         throw e;
       }
       reason = "its class is not accepted";
@@ -187,10 +186,5 @@ final class RmiLink implements Link {
     } catch (JMException | NumberFormatException e) {
       return null;
     }
-  }
-
-  private static boolean isForeignClass(UnmarshalException e) {
-    Throwable cause = e.getCause();
-    return cause instanceof InvalidClassException || cause instanceof ClassNotFoundException;
   }
 }

@@ -71,7 +71,7 @@ public final class SelfJvm implements MonitoredJvm {
     } catch (InterruptedException e) {
       throw e;
     } catch (Exception e) {
-      throw new TargetException(key + " of " + NAME + ": " + FaultText.of(e));
+      throw new TargetException(key + " of " + NAME + ": " + FaultText.of(e), true);
     }
   }
 }
