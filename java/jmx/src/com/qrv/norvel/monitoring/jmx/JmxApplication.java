@@ -7,6 +7,7 @@ import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
 import com.qrv.norvel.monitoring.jmx.target.ConnectedJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.web.TargetPages;
 import com.qrv.norvel.monitoring.toolkit.agent.Agent;
 import com.qrv.norvel.monitoring.toolkit.agent.Application;
 
@@ -40,6 +41,8 @@ public final class JmxApplication implements Application {
       agent.table(BeanSampler.definition(table, deadline), new BeanSampler(table, targets, log));
     }
     agent.table(TargetsTable.DEFINITION, new TargetsTable(targets));
+    long budget = config.calls().timeoutMillis() / 2;
+    agent.web("/", deadline, new TargetPages(targets, StandardTables.all(), budget));
     new TargetActions(targets, config.actions()).register(agent, deadline);
   }
 

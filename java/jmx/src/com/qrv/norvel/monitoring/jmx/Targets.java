@@ -8,8 +8,8 @@ import com.qrv.norvel.monitoring.jmx.discovery.Patterns;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
-import com.qrv.norvel.monitoring.jmx.target.TargetLookup;
 import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.web.TargetBoard;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnode;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnodes;
 import java.util.ArrayList;
@@ -23,7 +23,7 @@ import java.util.Set;
  * The book of all targets. A thread of its own looks for local JVMs and, alone, registers and
  * deregisters subnodes, so that these keep their order; the samplers look targets up.
  */
-final class Targets implements LocalListener, TargetLookup, Runnable {
+final class Targets implements LocalListener, TargetBoard, Runnable {
   private final JmxConfig config;
   private final TargetFactory factory;
   private final Subnodes subnodes;
@@ -75,8 +75,8 @@ final class Targets implements LocalListener, TargetLookup, Runnable {
     }
   }
 
-  /** What is known of all targets, this JVM first. Any thread. */
-  List<TargetStatus> statuses() {
+  @Override
+  public List<TargetStatus> statuses() {
     List<TargetStatus> statuses = new ArrayList<>();
     for (MonitoredJvm jvm : all()) {
       statuses.add(jvm.status());

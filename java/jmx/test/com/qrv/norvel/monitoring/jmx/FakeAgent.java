@@ -18,6 +18,8 @@ import com.qrv.norvel.monitoring.toolkit.agent.SituationHandler;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnodes;
 import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
 import com.qrv.norvel.monitoring.toolkit.agent.WebHandler;
+import com.qrv.norvel.monitoring.toolkit.agent.WebRequest;
+import com.qrv.norvel.monitoring.toolkit.agent.WebResponse;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collections;
@@ -32,6 +34,7 @@ public final class FakeAgent implements Agent {
   final List<String> errors = Collections.synchronizedList(new ArrayList<>());
   private final Map<String, TableDefinition> definitions = new LinkedHashMap<>();
   private final Map<String, ActionHandler> actions = new LinkedHashMap<>();
+  private final Map<String, WebHandler> pages = new LinkedHashMap<>();
   private final Map<String, Sampler> samplers = new HashMap<>();
 
   @Override
@@ -72,12 +75,12 @@ public final class FakeAgent implements Agent {
 
   @Override
   public void web(String prefix, WebHandler handler) {
-    throw new UnsupportedOperationException();
+    pages.put(prefix, handler);
   }
 
   @Override
   public void web(String prefix, long deadlineMs, WebHandler handler) {
-    throw new UnsupportedOperationException();
+    pages.put(prefix, handler);
   }
 
   @Override
@@ -111,6 +114,11 @@ public final class FakeAgent implements Agent {
     return actions
         .get(word)
         .run(new ActionRequest(node, word, words, word + ' ' + String.join(" ", words)));
+  }
+
+  /** Asks for a page of the handler at "/". */
+  WebResponse get(String path) throws Exception {
+    return pages.get("/").answer(new WebRequest("/", path, "", ""));
   }
 
   List<String> tableNames() {
