@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.jmx;
 import com.qrv.norvel.monitoring.jmx.action.TargetActions;
 import com.qrv.norvel.monitoring.jmx.config.ConfigFile;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
 import com.qrv.norvel.monitoring.jmx.target.ConnectedJvm;
@@ -34,7 +35,9 @@ public final class JmxApplication implements Application {
     String product = agent.info().productCode();
     SelfJvm self = new SelfJvm("agent " + product, Clock.SYSTEM);
     TargetFactory factory = new JmxTargetFactory(config.calls(), Clock.SYSTEM, log);
-    targets = new Targets(config, self, factory, agent.subnodes(), log);
+    DaemonStarter daemons =
+        new DaemonStarter(config.daemons(), agent.daemons(), Clock.SYSTEM, log);
+    targets = new Targets(config, self, factory, agent.subnodes(), daemons, log);
     // A target gives up by itself before that, with a better reason.
     long deadline = (ConnectedJvm.MAX_WAIT_CALLS + 1L) * config.calls().timeoutMillis();
     for (BeanTable table : StandardTables.all()) {

@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.jmx;
 
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalDiscovery;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalListener;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
@@ -27,6 +28,7 @@ final class Targets implements LocalListener, TargetBoard, Runnable {
   private final JmxConfig config;
   private final TargetFactory factory;
   private final Subnodes subnodes;
+  private final DaemonStarter daemons; // the thread's alone
   private final EventLog log;
   private final SelfJvm self;
 
@@ -40,11 +42,17 @@ final class Targets implements LocalListener, TargetBoard, Runnable {
   private boolean closed; // guarded by this
 
   Targets(
-      JmxConfig config, SelfJvm self, TargetFactory factory, Subnodes subnodes, EventLog log) {
+      JmxConfig config,
+      SelfJvm self,
+      TargetFactory factory,
+      Subnodes subnodes,
+      DaemonStarter daemons,
+      EventLog log) {
     this.config = config;
     this.self = self;
     this.factory = factory;
     this.subnodes = subnodes;
+    this.daemons = daemons;
     this.log = log;
     jvms.put(SelfJvm.NAME, self);
   }
@@ -214,6 +222,7 @@ final class Targets implements LocalListener, TargetBoard, Runnable {
     String pid = status.pid() == TargetStatus.UNKNOWN ? "" : Long.toString(status.pid());
     subnodes.register(new Subnode(jvm.name(), "JVM", status.kind().text(), pid));
     registered.add(jvm.name());
+    daemons.present(status);
   }
 
   private List<MonitoredJvm> all() {

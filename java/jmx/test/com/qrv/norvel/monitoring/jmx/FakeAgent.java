@@ -33,6 +33,7 @@ public final class FakeAgent implements Agent {
   final RecordingSubnodes subnodes = new RecordingSubnodes();
   final List<String> errors = Collections.synchronizedList(new ArrayList<>());
   private final Map<String, TableDefinition> definitions = new LinkedHashMap<>();
+  final RecordingDaemons daemons = new RecordingDaemons();
   private final Map<String, ActionHandler> actions = new LinkedHashMap<>();
   private final Map<String, WebHandler> pages = new LinkedHashMap<>();
   private final Map<String, Sampler> samplers = new HashMap<>();
@@ -100,7 +101,7 @@ public final class FakeAgent implements Agent {
 
   @Override
   public Daemons daemons() {
-    throw new UnsupportedOperationException();
+    return daemons;
   }
 
   @Override

@@ -4,6 +4,7 @@ import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
@@ -104,13 +105,14 @@ final class LocalTargetsTest {
         new JmxConfig.Local(
             true, 1, Collections.singletonList("*ChildJvm$Main"), new ArrayList<>());
     JmxConfig.Calls calls = new JmxConfig.Calls(CALL_MILLIS, 200, 1000, 30);
-    JmxConfig config = new JmxConfig(local, new ArrayList<>(), calls, 10, List.of());
+    JmxConfig config = new JmxConfig(local, new ArrayList<>(), calls, 10, List.of(), List.of());
     targets =
         new Targets(
             config,
             new SelfJvm("tests", Clock.SYSTEM),
             new JmxTargetFactory(calls, Clock.SYSTEM, log),
             subnodes,
+            new DaemonStarter(List.of(), new RecordingDaemons(), Clock.SYSTEM, log),
             log);
     targets.start();
   }

@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.jmx;
 import static org.assertj.core.api.Assertions.assertThat;
 
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
@@ -91,8 +92,12 @@ final class TargetsTest {
     JmxConfig.Local local =
         new JmxConfig.Local(true, 1, Collections.singletonList("*"), new ArrayList<>());
     JmxConfig config =
-        new JmxConfig(local, new ArrayList<>(), new JmxConfig.Calls(1000, 100, 100, 30), limit, List.of());
-    targets = new Targets(config, new SelfJvm("me", Clock.SYSTEM), factory, subnodes, log);
+        new JmxConfig(local, new ArrayList<>(), new JmxConfig.Calls(1000, 100, 100, 30), limit, List.of(),
+            List.of());
+    DaemonStarter daemons =
+        new DaemonStarter(List.of(), new RecordingDaemons(), Clock.SYSTEM, log);
+    SelfJvm self = new SelfJvm("me", Clock.SYSTEM);
+    targets = new Targets(config, self, factory, subnodes, daemons, log);
     targets.start();
   }
 

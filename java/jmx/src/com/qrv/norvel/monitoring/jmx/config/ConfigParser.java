@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.config;
 
 import com.qrv.norvel.monitoring.jmx.action.Operation;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
 import com.qrv.norvel.monitoring.jmx.target.RemoteAddress;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
 import java.io.StringReader;
@@ -36,7 +37,7 @@ final class ConfigParser {
     YamlMap top =
         new YamlMap(
             file, "the file", root, "local", "remote", "calls", "maxTargets",
-            "actions");
+            "actions", "daemons");
     JmxConfig.Local local =
         top.has("local") ? local(top.value("local"), defaults.local()) : defaults.local();
     JmxConfig.Calls calls =
@@ -52,7 +53,8 @@ final class ConfigParser {
       throw top.error("remote", "there are more than maxTargets (" + maxTargets + ") JVMs");
     }
     List<Operation> actions = new ActionParser(file).parse(top.list("actions"));
-    return new JmxConfig(local, remote, calls, maxTargets, actions);
+    List<DaemonRule> daemons = new DaemonParser(file).parse(top.list("daemons"));
+    return new JmxConfig(local, remote, calls, maxTargets, actions, daemons);
   }
 
   private Node compose(String text) throws ConfigException {

@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.config;
 
 import com.qrv.norvel.monitoring.jmx.action.Operation;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.List;
@@ -11,7 +12,8 @@ public record JmxConfig(
     List<Remote> remote,
     Calls calls,
     int maxTargets,
-    List<Operation> actions) {
+    List<Operation> actions,
+    List<DaemonRule> daemons) {
   /**
    * JVMs of this machine.
    *
@@ -39,7 +41,7 @@ public record JmxConfig(
   /** What holds without a file. */
   public static JmxConfig defaults() {
     return new JmxConfig(
-        defaultLocal(), new ArrayList<>(), new Calls(3000, 1000, 30_000, 30), 200, List.of());
+        defaultLocal(), new ArrayList<>(), new Calls(3000, 1000, 30_000, 30), 200, List.of(), List.of());
   }
 
   static Local defaultLocal() {

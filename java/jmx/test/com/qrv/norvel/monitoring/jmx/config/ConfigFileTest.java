@@ -6,10 +6,13 @@ import static org.assertj.core.api.Assertions.assertThatThrownBy;
 import com.qrv.norvel.monitoring.jmx.action.Argument;
 import com.qrv.norvel.monitoring.jmx.action.ArgumentType;
 import com.qrv.norvel.monitoring.jmx.action.Operation;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.HashMap;
 import java.util.List;
+import java.util.Map;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -44,7 +47,10 @@ final class ConfigFileTest {
                 + "actions:\n"
                 + "  - {name: flush, mbean: 'a:type=Cache,name=*', operation: clear,\n"
                 + "     description: empties it, arguments: [{name: region, choices: [eu, us]},\n"
-                + "     {name: age, type: int, min: 1, max: 9.5}]}\n");
+                + "     {name: age, type: int, min: 1, max: 9.5}]}\n"
+                + "daemons:\n"
+                + "  - {name: d, for: target, command: [/bin/d, '${pid}'], directory: /tmp,\n"
+                + "     stdout: /o, stderr: /e, environment: {A: 1, B: null}}\n");
 
     assertThat(config.maxTargets()).isEqualTo(3);
     assertThat(config.local().enabled()).isFalse();
@@ -67,6 +73,13 @@ final class ConfigFileTest {
                     new Argument("region", ArgumentType.STRING, List.of("eu", "us"), null, null),
                     new Argument("age", ArgumentType.INT, List.of(), 1.0, 9.5)),
                 "empties it"));
+    Map<String, String> environment = new HashMap<>();
+    environment.put("A", "1");
+    environment.put("B", null);
+    assertThat(config.daemons())
+        .containsExactly(
+            new DaemonRule(
+                "d", List.of("/bin/d", "${pid}"), true, "/tmp", "/o", "/e", environment));
   }
 
   static Arguments[] mistakes() {
@@ -116,6 +129,19 @@ final class ConfigFileTest {
       Arguments.of(ARGUMENT + "{name: x, type: int, min: 2, max: 1}\n",
           "'max' must be at least 'min'"),
       Arguments.of(ARGUMENT + "{name: x, type: int, max: much}\n", "'max' must be a number"),
+      Arguments.of("daemons:\n- {name: d, for: agent}\n",
+          ":2:3: 'command' must list a program and its arguments"),
+      Arguments.of("daemons:\n- {name: d, command: [/bin/d]}\n", "the key 'for' is missing"),
+      Arguments.of("daemons:\n- {name: d, for: me, command: [/bin/d]}\n",
+          "'for' must be agent or target"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [d]}\n",
+          "expected an absolute path"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d, 'a b']}\n",
+          "holds white space"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d, '${pid}']}\n",
+          "have a meaning 'for: target' only"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d], environment: [A]}\n",
+          ":2:57: 'environment' must be a map of names and values"),
       Arguments.of("local: [\n", "it is not valid YAML"),
       Arguments.of("a: b: c\n", ":1:5: it is not valid YAML"),
       Arguments.of("!!javax.script.ScriptEngineManager []\n", ":1:1: the file must be a map"),
