@@ -103,7 +103,7 @@ final class Targets implements LocalListener, TargetBoard, Runnable {
     for (JmxConfig.Remote remote : config.remote()) {
       addRemote(remote);
     }
-    registerPresent();
+    followPresence();
     LocalDiscovery discovery = null;
     if (config.local().enabled()) {
       ProcessTable processes = factory.processes();
@@ -117,7 +117,7 @@ final class Targets implements LocalListener, TargetBoard, Runnable {
           next = factory.clock().millis() + config.local().intervalSeconds() * 1000L;
           scan(discovery);
         }
-        registerPresent();
+        followPresence();
       } while (awaitChange(discovery == null ? Long.MAX_VALUE : next));
     } catch (InterruptedException e) {
       Thread.currentThread().interrupt();
@@ -209,10 +209,13 @@ final class Targets implements LocalListener, TargetBoard, Runnable {
     jvm.start();
   }
 
-  private void registerPresent() {
+  private void followPresence() {
     for (MonitoredJvm jvm : all()) {
-      if (jvm.isPresent() && !registered.contains(jvm.name())) {
+      boolean isPresent = jvm.isPresent();
+      if (isPresent && !registered.contains(jvm.name())) {
         register(jvm);
+      } else if (!isPresent && registered.remove(jvm.name())) {
+        subnodes.deregister(jvm.name());
       }
     }
   }

@@ -47,6 +47,25 @@ final class TargetsTest {
   }
 
   @Test
+  void aTargetThatIsLostIsNoSubnodeUntilItIsBack() throws Exception {
+    factory.run(7, "com.shop.Main");
+    start(10);
+    Await.until("it is found", () -> factory.jvm("Main:7") != null);
+    FakeJvm jvm = factory.jvm("Main:7");
+    jvm.reach();
+    Await.until("it is shown", () -> subnodes.registered().contains("Main:7"));
+
+    jvm.lose();
+
+    Await.until("it is gone", () -> !subnodes.registered().contains("Main:7"));
+    assertThat(targets.find("Main:7")).isSameAs(jvm);
+    assertThat(jvm.isClosed()).isFalse();
+
+    jvm.reach();
+    Await.until("it is shown again", () -> subnodes.registered().contains("Main:7"));
+  }
+
+  @Test
   void aJvmThatEndsIsClosedAndForgotten() throws Exception {
     factory.run(7, "com.shop.Main");
     start(10);
@@ -92,7 +111,12 @@ final class TargetsTest {
     JmxConfig.Local local =
         new JmxConfig.Local(true, 1, Collections.singletonList("*"), new ArrayList<>());
     JmxConfig config =
-        new JmxConfig(local, new ArrayList<>(), new JmxConfig.Calls(1000, 100, 100, 30), limit, List.of(),
+        new JmxConfig(
+            local,
+            new ArrayList<>(),
+            new JmxConfig.Calls(1000, 100, 100, 30),
+            limit,
+            List.of(),
             List.of());
     DaemonStarter daemons =
         new DaemonStarter(List.of(), new RecordingDaemons(), Clock.SYSTEM, log);
@@ -180,6 +204,11 @@ final class TargetsTest {
 
     void reach() {
       reached = true;
+      targets.wake();
+    }
+
+    void lose() {
+      reached = false;
       targets.wake();
     }
 

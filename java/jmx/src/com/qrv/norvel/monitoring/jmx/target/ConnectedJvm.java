@@ -29,7 +29,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   private final Watchdog watchdog;
   private final Clock clock;
   private final EventLog log;
-  private final Runnable onFirstUp;
+  private final Runnable onPresence;
 
   private Link link; // the thread's alone
 
@@ -38,14 +38,14 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   private final Map<String, Job<?>> jobs = new LinkedHashMap<>(); // by key, with the running
   private final TargetBook book;
   private long lastCallMillis;
-  private boolean everUp;
+  private boolean present; // does not flicker: ends when the first new attempt has failed
   private boolean closed;
   private boolean inCall;
   private boolean overdue; // the call in progress has been given up
   private long deadlineMillis; // of the call in progress
 
   /**
-   * @param onFirstUp run by the target's thread once it has been reached for the first time
+   * @param onPresence run by the target's thread when {@link #isPresent} has changed
    */
   public ConnectedJvm(
       TargetIdentity identity,
@@ -55,7 +55,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       Watchdog watchdog,
       Clock clock,
       EventLog log,
-      Runnable onFirstUp) {
+      Runnable onPresence) {
     this.identity = identity;
     this.times = times;
     this.dialer = dialer;
@@ -63,7 +63,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     this.watchdog = watchdog;
     this.clock = clock;
     this.log = log;
-    this.onFirstUp = onFirstUp;
+    this.onPresence = onPresence;
     this.book = new TargetBook(identity, clock.wallMillis());
   }
 
@@ -81,8 +81,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
 
   @Override
   public synchronized boolean isPresent() {
-    // A configured target is there from the start, so that people see that it is down.
-    return !closed && (everUp || identity.kind() == TargetKind.REMOTE);
+    return present && !closed;
   }
 
   @Override
@@ -225,21 +224,27 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       error = FaultText.of(e);
     }
     if (!finish(error)) {
+      appear(false);
       return;
     }
     link = opened;
-    boolean first;
     synchronized (this) {
-      first = !everUp;
-      everUp = true;
       if (!closed) {
         become(TargetState.UP);
       }
     }
     log.info("target " + name() + " is up");
-    if (first) {
-      onFirstUp.run();
+    appear(true);
+  }
+
+  private void appear(boolean isThere) {
+    synchronized (this) {
+      if (present == isThere) {
+        return;
+      }
+      present = isThere;
     }
+    onPresence.run();
   }
 
   private void work() {

@@ -7,7 +7,10 @@ public interface MonitoredJvm {
   /** The subnode's name: at most 32 of the characters {@code A-Z a-z 0-9 _ . : -}. */
   String name();
 
-  /** Whether it stands as a subnode; false before a local JVM has first been reached. */
+  /**
+   * Whether it stands as a subnode: from when it is reached until it is lost and the next attempt to
+   * reach it has failed, too.
+   */
   boolean isPresent();
 
   TargetStatus status();

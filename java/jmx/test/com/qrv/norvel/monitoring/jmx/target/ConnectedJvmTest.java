@@ -25,7 +25,7 @@ final class ConnectedJvmTest {
 
   private final ManualClock clock = new ManualClock();
   private final RecordingLog log = new RecordingLog();
-  private final AtomicInteger firstUps = new AtomicInteger();
+  private final AtomicInteger presences = new AtomicInteger();
   // A watchdog whose thread never looks by itself: tests look at the time that they choose.
   private final Watchdog watchdog = new Watchdog(clock, Long.MAX_VALUE / 4);
   private final List<Thread> callers = new ArrayList<>();
@@ -50,7 +50,7 @@ final class ConnectedJvmTest {
     assertThat(rows).hasSize(1);
     assertThat(rows[0][1]).isEqualTo(42L);
     jvm.sample(StandardTables.GC);
-    assertThat(firstUps).hasValue(1);
+    assertThat(presences).hasValue(1);
     assertThat(jvm.status().state()).isEqualTo(TargetState.UP);
     assertThat(jvm.status().samples()).isEqualTo(2);
     assertThat(jvm.isPresent()).isTrue();
@@ -132,7 +132,26 @@ final class ConnectedJvmTest {
 
     Await.until("it is up", () -> jvm.status().state() == TargetState.UP);
     assertThat(jvm.sample(StandardTables.GC)).hasSize(1);
-    assertThat(firstUps).hasValue(1);
+    assertThat(presences).hasValue(1);
+  }
+
+  @Test
+  void itIsPresentUntilTheFirstNewAttemptFailsAndAgainWhenItIsUp() throws Exception {
+    start(FakeDialer.Mood.ANSWERS);
+    jvm.sample(StandardTables.GC);
+    dialer.become(FakeDialer.Mood.BREAKS);
+    assertThatThrownBy(() -> jvm.sample(StandardTables.GC)).hasMessageContaining("read broke");
+    assertThat(jvm.isPresent()).isTrue();
+    assertThat(presences).hasValue(1);
+
+    jvm.retryNow();
+    Await.until("it is absent", () -> !jvm.isPresent());
+    Await.until("that is told", () -> presences.get() == 2);
+
+    dialer.become(FakeDialer.Mood.ANSWERS);
+    jvm.retryNow();
+    Await.until("it is present", jvm::isPresent);
+    Await.until("that is told", () -> presences.get() == 3);
   }
 
   @Test
@@ -250,7 +269,7 @@ final class ConnectedJvmTest {
         watchdog,
         time,
         log,
-        firstUps::incrementAndGet);
+        presences::incrementAndGet);
   }
 
   private CompletableFuture<Object[][]> sampleAsync() {
