@@ -44,6 +44,14 @@ public interface EventTable {
   /** As {@link #emit(EventWriter, long)}, for an event of a subnode. */
   boolean emit(String subnode, EventWriter event, long timeoutMs) throws InterruptedException;
 
+  /**
+   * Counts events that were lost before they could be handed over, because a source ran over or was
+   * out of reach. They take numbers, so that the gap shows.
+   *
+   * @param events how many, at least 1; when nobody knows, 1
+   */
+  void missed(long events);
+
   /** How many events have been sent. */
   long emitted();
 

@@ -85,6 +85,19 @@ final class EventQueue implements EventTable {
   }
 
   @Override
+  public void missed(long events) {
+    if (events < 1) {
+      throw new IllegalArgumentException(
+          "table " + layout.table.name() + ": " + events + " missed events");
+    }
+    synchronized (this) {
+      offered += events;
+      lost += events;
+    }
+    listener.eventLost();
+  }
+
+  @Override
   public synchronized long emitted() {
     return emitted;
   }

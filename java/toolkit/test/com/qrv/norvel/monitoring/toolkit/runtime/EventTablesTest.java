@@ -29,11 +29,7 @@ class EventTablesTest {
   private static final TableDefinition LOG =
       TableDefinition.builder("LOG").events().column(Columns.int32("N")).maxQueued(3).build();
   private static final TableDefinition WIDE =
-      TableDefinition.builder("WIDE")
-          .events()
-          .column(Columns.int32("N"))
-          .maxQueued(200_000)
-          .build();
+      TableDefinition.builder("WIDE").events().column(Columns.int32("N")).maxQueued(200_000).build();
   private static final TableDefinition NODES =
       TableDefinition.builder("NODES")
           .perSubnode()
@@ -152,6 +148,21 @@ class EventTablesTest {
     assertThat(allEvents()).containsExactly("1:1", "2:2", "3:3", "6:6");
     assertThat(log.lost()).isEqualTo(2);
     awaitEmitted(log, 4);
+  }
+
+  @Test
+  void leavesAGapForEventsThatTheSourceMissed() throws Exception {
+    EventTable log = configured(LOG);
+    log.offer(number(7));
+    log.missed(3);
+    log.offer(number(8));
+    side.start();
+
+    side.transport.awaitNotifications(EVENTS, 1);
+
+    assertThat(allEvents()).containsExactly("1:7", "5:8");
+    assertThat(log.lost()).isEqualTo(3);
+    assertThatIllegalArgumentException().isThrownBy(() -> log.missed(0));
   }
 
   @Test
