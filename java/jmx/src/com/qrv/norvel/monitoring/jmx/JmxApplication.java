@@ -4,6 +4,7 @@ import com.qrv.norvel.monitoring.jmx.action.TargetActions;
 import com.qrv.norvel.monitoring.jmx.config.ConfigFile;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
+import com.qrv.norvel.monitoring.jmx.notify.Notifications;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
 import com.qrv.norvel.monitoring.jmx.target.ConnectedJvm;
@@ -37,7 +38,10 @@ public final class JmxApplication implements Application {
     TargetFactory factory = new JmxTargetFactory(config.calls(), Clock.SYSTEM, log);
     DaemonStarter daemons =
         new DaemonStarter(config.daemons(), agent.daemons(), Clock.SYSTEM, log);
-    targets = new Targets(config, self, factory, agent.subnodes(), daemons, log);
+    Notifications notifications = new Notifications(config.notifications(), log);
+    notifications.register(agent);
+    targets =
+        new Targets(config, self, factory, agent.subnodes(), daemons, notifications, log);
     // A target gives up by itself before that, with a better reason.
     long deadline = (ConnectedJvm.MAX_WAIT_CALLS + 1L) * config.calls().timeoutMillis();
     for (BeanTable table : StandardTables.all()) {

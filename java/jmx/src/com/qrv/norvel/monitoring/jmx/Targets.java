@@ -7,8 +7,10 @@ import com.qrv.norvel.monitoring.jmx.discovery.LocalListener;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.Patterns;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.notify.Notifications;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.target.TargetObserver;
 import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
 import com.qrv.norvel.monitoring.jmx.web.TargetBoard;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnode;
@@ -24,10 +26,14 @@ import java.util.Set;
  * The book of all targets. A thread of its own looks for local JVMs and, alone, registers and
  * deregisters subnodes, so that these keep their order; the samplers look targets up.
  */
-final class Targets implements LocalListener, TargetBoard, Runnable {
+final class Targets implements LocalListener, TargetBoard, TargetObserver, Runnable {
+  /** How often new beans are looked for that somebody wants to listen to. */
+  private static final long LISTENING_MILLIS = 60_000;
+
   private final JmxConfig config;
   private final TargetFactory factory;
   private final Subnodes subnodes;
+  private final Notifications notifications;
   private final DaemonStarter daemons; // the thread's alone
   private final EventLog log;
   private final SelfJvm self;
@@ -47,12 +53,14 @@ final class Targets implements LocalListener, TargetBoard, Runnable {
       TargetFactory factory,
       Subnodes subnodes,
       DaemonStarter daemons,
+      Notifications notifications,
       EventLog log) {
     this.config = config;
     this.self = self;
     this.factory = factory;
     this.subnodes = subnodes;
     this.daemons = daemons;
+    this.notifications = notifications;
     this.log = log;
     jvms.put(SelfJvm.NAME, self);
   }
@@ -60,6 +68,7 @@ final class Targets implements LocalListener, TargetBoard, Runnable {
   /** Shows this JVM at once, and all others as they are found. */
   void start() {
     register(self);
+    notifications.up(self);
     Thread thread = new Thread(null, this, "jmx-targets");
     thread.setDaemon(true);
     thread.start();
@@ -92,8 +101,13 @@ final class Targets implements LocalListener, TargetBoard, Runnable {
     return statuses;
   }
 
-  /** Makes the thread look at the targets again, because one has changed. Any thread. */
-  synchronized void wake() {
+  @Override
+  public void up(MonitoredJvm target) {
+    notifications.up(target);
+  }
+
+  @Override
+  public synchronized void presenceChanged() {
     woken = true;
     notifyAll();
   }
@@ -111,14 +125,20 @@ final class Targets implements LocalListener, TargetBoard, Runnable {
       discovery = new LocalDiscovery(processes, patterns, this);
     }
     try {
-      long next = factory.clock().millis();
+      long nextScan = discovery == null ? Long.MAX_VALUE : factory.clock().millis();
+      long nextListening = factory.clock().millis() + LISTENING_MILLIS;
       do {
-        if (discovery != null && factory.clock().millis() >= next) {
-          next = factory.clock().millis() + config.local().intervalSeconds() * 1000L;
+        long now = factory.clock().millis();
+        if (now >= nextScan) {
+          nextScan = now + config.local().intervalSeconds() * 1000L;
           scan(discovery);
         }
+        if (now >= nextListening) {
+          nextListening = now + LISTENING_MILLIS;
+          notifications.run();
+        }
         followPresence();
-      } while (awaitChange(discovery == null ? Long.MAX_VALUE : next));
+      } while (awaitChange(Math.min(nextScan, nextListening)));
     } catch (InterruptedException e) {
       Thread.currentThread().interrupt();
     }
@@ -179,6 +199,7 @@ final class Targets implements LocalListener, TargetBoard, Runnable {
     }
     if (jvm != null) {
       jvm.close();
+      notifications.forget(jvm);
       log.info("the local JVM " + name + " has ended");
     }
     if (registered.remove(name)) {

@@ -14,6 +14,7 @@ import com.qrv.norvel.monitoring.toolkit.agent.Row;
 import com.qrv.norvel.monitoring.toolkit.agent.RowSink;
 import com.qrv.norvel.monitoring.toolkit.agent.SampleRequest;
 import com.qrv.norvel.monitoring.toolkit.agent.Sampler;
+import com.qrv.norvel.monitoring.toolkit.agent.Situation;
 import com.qrv.norvel.monitoring.toolkit.agent.SituationHandler;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnodes;
 import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
@@ -33,6 +34,8 @@ public final class FakeAgent implements Agent {
   final RecordingSubnodes subnodes = new RecordingSubnodes();
   final List<String> errors = Collections.synchronizedList(new ArrayList<>());
   private final Map<String, TableDefinition> definitions = new LinkedHashMap<>();
+  private final Map<String, SituationHandler> watchers = new LinkedHashMap<>();
+  private final Map<String, RecordingEvents> eventTables = new LinkedHashMap<>();
   final RecordingDaemons daemons = new RecordingDaemons();
   private final Map<String, ActionHandler> actions = new LinkedHashMap<>();
   private final Map<String, WebHandler> pages = new LinkedHashMap<>();
@@ -56,7 +59,9 @@ public final class FakeAgent implements Agent {
 
   @Override
   public EventTable eventTable(TableDefinition table, SituationHandler situations) {
-    throw new UnsupportedOperationException();
+    watchers.put(table.name(), situations);
+    eventTables.put(table.name(), new RecordingEvents(table));
+    return eventTables.get(table.name());
   }
 
   @Override
@@ -115,6 +120,20 @@ public final class FakeAgent implements Agent {
     return actions
         .get(word)
         .run(new ActionRequest(node, word, words, word + ' ' + String.join(" ", words)));
+  }
+
+  /** Has a situation watch an event table, or cease to. */
+  public void watch(String table, String situation, boolean begins) throws Exception {
+    Situation rule = new Situation(situation, table, 0, false, false, List.of(), List.of());
+    if (begins) {
+      watchers.get(table).armed(rule);
+    } else {
+      watchers.get(table).disarmed(rule);
+    }
+  }
+
+  public RecordingEvents events(String table) {
+    return eventTables.get(table);
   }
 
   /** Asks for a page of the handler at "/". */

@@ -6,6 +6,7 @@ import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.notify.Notifications;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
@@ -117,11 +118,13 @@ final class TargetsTest {
             new JmxConfig.Calls(1000, 100, 100, 30),
             limit,
             List.of(),
+            List.of(),
             List.of());
     DaemonStarter daemons =
         new DaemonStarter(List.of(), new RecordingDaemons(), Clock.SYSTEM, log);
+    Notifications notifications = new Notifications(List.of(), log);
     SelfJvm self = new SelfJvm("me", Clock.SYSTEM);
-    targets = new Targets(config, self, factory, subnodes, daemons, log);
+    targets = new Targets(config, self, factory, subnodes, daemons, notifications, log);
     targets.start();
   }
 
@@ -204,12 +207,12 @@ final class TargetsTest {
 
     void reach() {
       reached = true;
-      targets.wake();
+      targets.presenceChanged();
     }
 
     void lose() {
       reached = false;
-      targets.wake();
+      targets.presenceChanged();
     }
 
     boolean isClosed() {
@@ -247,6 +250,9 @@ final class TargetsTest {
     public Object[][] sample(BeanTable table) {
       return new Object[0][];
     }
+
+    @Override
+    public void later(String key, TargetWork<?> work) {}
 
     @Override
     public <T> T work(String key, TargetWork<T> work) {

@@ -8,8 +8,6 @@ import java.util.ArrayList;
 import java.util.HashSet;
 import java.util.List;
 import java.util.Set;
-import javax.management.MalformedObjectNameException;
-import javax.management.ObjectName;
 import org.yaml.snakeyaml.nodes.Node;
 
 /** Reads the actions that people may run. */
@@ -51,8 +49,7 @@ final class ActionParser {
     if (!words.add(word)) {
       throw map.error("name", "the name '" + word + "' is taken");
     }
-    String bean = map.required("mbean");
-    checkBean(map, bean);
+    String bean = BeanNames.checked(map);
     List<Argument> arguments = new ArrayList<>();
     for (Node element : map.list("arguments")) {
       arguments.add(argument(element));
@@ -60,17 +57,6 @@ final class ActionParser {
     String description = map.text("description");
     return new Operation(
         word, bean, map.required("operation"), arguments, description == null ? "" : description);
-  }
-
-  private static void checkBean(YamlMap map, String bean) throws ConfigException {
-    try {
-      ObjectName name = new ObjectName(bean);
-      if (name.isDomainPattern()) {
-        throw map.error("mbean", "the domain of 'mbean' must be given without wildcards");
-      }
-    } catch (MalformedObjectNameException e) {
-      throw map.error("mbean", "'mbean' must be an object name: " + e.getMessage());
-    }
   }
 
   private Argument argument(Node node) throws ConfigException {

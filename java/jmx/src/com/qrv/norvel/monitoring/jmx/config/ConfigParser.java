@@ -2,6 +2,7 @@ package com.qrv.norvel.monitoring.jmx.config;
 
 import com.qrv.norvel.monitoring.jmx.action.Operation;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
+import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
 import com.qrv.norvel.monitoring.jmx.target.RemoteAddress;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
 import java.io.StringReader;
@@ -37,7 +38,8 @@ final class ConfigParser {
     YamlMap top =
         new YamlMap(
             file, "the file", root, "local", "remote", "calls", "maxTargets",
-            "actions", "daemons");
+            "actions", "daemons",
+            "notifications");
     JmxConfig.Local local =
         top.has("local") ? local(top.value("local"), defaults.local()) : defaults.local();
     JmxConfig.Calls calls =
@@ -54,7 +56,9 @@ final class ConfigParser {
     }
     List<Operation> actions = new ActionParser(file).parse(top.list("actions"));
     List<DaemonRule> daemons = new DaemonParser(file).parse(top.list("daemons"));
-    return new JmxConfig(local, remote, calls, maxTargets, actions, daemons);
+    List<NotificationRule> notifications =
+        new NotificationParser(file).parse(top.list("notifications"));
+    return new JmxConfig(local, remote, calls, maxTargets, actions, daemons, notifications);
   }
 
   private Node compose(String text) throws ConfigException {

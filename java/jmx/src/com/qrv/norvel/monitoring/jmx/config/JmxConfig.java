@@ -2,6 +2,7 @@ package com.qrv.norvel.monitoring.jmx.config;
 
 import com.qrv.norvel.monitoring.jmx.action.Operation;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
+import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.List;
@@ -13,7 +14,8 @@ public record JmxConfig(
     Calls calls,
     int maxTargets,
     List<Operation> actions,
-    List<DaemonRule> daemons) {
+    List<DaemonRule> daemons,
+    List<NotificationRule> notifications) {
   /**
    * JVMs of this machine.
    *
@@ -41,7 +43,7 @@ public record JmxConfig(
   /** What holds without a file. */
   public static JmxConfig defaults() {
     return new JmxConfig(
-        defaultLocal(), new ArrayList<>(), new Calls(3000, 1000, 30_000, 30), 200, List.of(), List.of());
+        defaultLocal(), new ArrayList<>(), new Calls(3000, 1000, 30_000, 30), 200, List.of(), List.of(), List.of());
   }
 
   static Local defaultLocal() {

@@ -29,7 +29,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   private final Watchdog watchdog;
   private final Clock clock;
   private final EventLog log;
-  private final Runnable onPresence;
+  private final TargetObserver observer;
 
   private Link link; // the thread's alone
 
@@ -45,7 +45,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   private long deadlineMillis; // of the call in progress
 
   /**
-   * @param onPresence run by the target's thread when {@link #isPresent} has changed
+   * @param observer told by the target's thread
    */
   public ConnectedJvm(
       TargetIdentity identity,
@@ -55,7 +55,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       Watchdog watchdog,
       Clock clock,
       EventLog log,
-      Runnable onPresence) {
+      TargetObserver observer) {
     this.identity = identity;
     this.times = times;
     this.dialer = dialer;
@@ -63,7 +63,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     this.watchdog = watchdog;
     this.clock = clock;
     this.log = log;
-    this.onPresence = onPresence;
+    this.observer = observer;
     this.book = new TargetBook(identity, clock.wallMillis());
   }
 
@@ -110,6 +110,13 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       throw new TargetException(name() + " was busy with other work for " + limit + " ms");
     }
     return job.result();
+  }
+
+  @Override
+  public synchronized void later(String key, TargetWork<?> work) {
+    if (!closed && book.state() == TargetState.UP) {
+      shared(key, work).leaveAlone();
+    }
   }
 
   /** Work of one key has one kind of result. Holds the lock. */
@@ -235,6 +242,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     }
     log.info("target " + name() + " is up");
     appear(true);
+    observer.up(this);
   }
 
   private void appear(boolean isThere) {
@@ -244,7 +252,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       }
       present = isThere;
     }
-    onPresence.run();
+    observer.presenceChanged();
   }
 
   private void work() {
@@ -283,6 +291,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     if (!finish(error)) {
       return;
     }
+    boolean isNews = false;
     synchronized (this) {
       jobs.remove(job.key());
       if (refused == null) {
@@ -290,7 +299,11 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
         retry.succeeded();
       } else {
         book.failed(refused);
+        isNews = job.isAlone() && book.isNewRefusal(refused);
       }
+    }
+    if (isNews) {
+      log.error("target " + name() + ": " + refused);
     }
     if (refused == null) {
       job.succeed(result);

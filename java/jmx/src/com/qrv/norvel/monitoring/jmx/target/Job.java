@@ -4,6 +4,7 @@ package com.qrv.norvel.monitoring.jmx.target;
 final class Job<T> {
   private final String key;
   private final TargetWork<T> work;
+  private volatile boolean alone;
   private boolean done; // guarded by this
   private T result; // guarded by this
   private String failure; // guarded by this
@@ -22,6 +23,15 @@ final class Job<T> {
   /** The table that it samples, or null. */
   String table() {
     return work instanceof SampleWork ? ((SampleWork) work).table() : null;
+  }
+
+  /** Nobody waits for it, so nobody else will tell of its failure. */
+  void leaveAlone() {
+    alone = true;
+  }
+
+  boolean isAlone() {
+    return alone;
   }
 
   /** Does the work, without telling anybody. */

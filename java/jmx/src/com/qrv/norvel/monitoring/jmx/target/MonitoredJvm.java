@@ -40,4 +40,10 @@ public interface MonitoredJvm {
    * @throws TargetException when the target is down, refuses, or does not answer in time
    */
   <T> T work(String key, TargetWork<T> work) throws TargetException, InterruptedException;
+
+  /**
+   * Has work done when its turn comes, and waits for nothing. While the target is down it is
+   * dropped: whoever wants it done asks again when the target is up.
+   */
+  void later(String key, TargetWork<?> work);
 }

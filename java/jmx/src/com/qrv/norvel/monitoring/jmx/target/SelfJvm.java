@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.jmx.target;
 import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import java.io.IOException;
+import java.util.ArrayDeque;
 
 /** The JVM that this code runs in, read by direct calls on the caller's thread. */
 public final class SelfJvm implements MonitoredJvm {
@@ -12,6 +13,8 @@ public final class SelfJvm implements MonitoredJvm {
   private final Clock clock;
   private final SelfLink link = new SelfLink();
   private final TargetBook book; // guarded by itself
+  private final ArrayDeque<TargetWork<?>> waiting = new ArrayDeque<>(); // guarded by itself
+  private boolean isWorking; // guarded by waiting
 
   public SelfJvm(String title, Clock clock) {
     this.title = title;
@@ -72,6 +75,40 @@ public final class SelfJvm implements MonitoredJvm {
       throw e;
     } catch (Exception e) {
       throw new TargetException(key + " of " + NAME + ": " + FaultText.of(e), true);
+    }
+  }
+
+  /** On a thread of its own: this may take a while, and whoever asks must not wait. */
+  @Override
+  public void later(String key, TargetWork<?> work) {
+    synchronized (waiting) {
+      waiting.addLast(work);
+      if (!isWorking) {
+        isWorking = true;
+        Thread thread = new Thread(null, this::workOff, "jmx-self", 256 * 1024);
+        thread.setDaemon(true);
+        thread.start();
+      }
+    }
+  }
+
+  private void workOff() {
+    while (true) {
+      TargetWork<?> next;
+      synchronized (waiting) {
+        next = waiting.pollFirst();
+        if (next == null) {
+          isWorking = false;
+          return;
+        }
+      }
+      try {
+        next.on(link);
+      } catch (Exception e) {
+        synchronized (book) {
+          book.failed(FaultText.of(e));
+        }
+      }
     }
   }
 }

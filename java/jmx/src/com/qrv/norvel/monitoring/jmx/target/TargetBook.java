@@ -15,6 +15,7 @@ final class TargetBook {
   private long samples;
   private long failures;
   private boolean faultReported; // since it was last up
+  private String lastRefusal = "";
 
   TargetBook(TargetIdentity identity, long nowWallMillis) {
     this.identity = identity;
@@ -61,6 +62,13 @@ final class TargetBook {
   boolean isNewFault() {
     boolean isNew = !faultReported;
     faultReported = true;
+    return isNew;
+  }
+
+  /** Whether a refusal is another one than the last that this was asked of. */
+  boolean isNewRefusal(String refusal) {
+    boolean isNew = !refusal.equals(lastRefusal);
+    lastRefusal = refusal;
     return isNew;
   }
 

@@ -7,6 +7,7 @@ import com.qrv.norvel.monitoring.jmx.action.Argument;
 import com.qrv.norvel.monitoring.jmx.action.ArgumentType;
 import com.qrv.norvel.monitoring.jmx.action.Operation;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
+import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -50,7 +51,11 @@ final class ConfigFileTest {
                 + "     {name: age, type: int, min: 1, max: 9.5}]}\n"
                 + "daemons:\n"
                 + "  - {name: d, for: target, command: [/bin/d, '${pid}'], directory: /tmp,\n"
-                + "     stdout: /o, stderr: /e, environment: {A: 1, B: null}}\n");
+                + "     stdout: /o, stderr: /e, environment: {A: 1, B: null}}\n"
+                + "notifications:\n"
+                + "  - {table: ORDERS, mbean: 'shop:*', types: [order., refund]}\n");
+    assertThat(config.notifications())
+        .containsExactly(new NotificationRule("ORDERS", "shop:*", List.of("order.", "refund")));
 
     assertThat(config.maxTargets()).isEqualTo(3);
     assertThat(config.local().enabled()).isFalse();
@@ -142,6 +147,13 @@ final class ConfigFileTest {
           "have a meaning 'for: target' only"),
       Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d], environment: [A]}\n",
           ":2:57: 'environment' must be a map of names and values"),
+      Arguments.of("notifications:\n- {table: JVM_X, mbean: 'a:b=c'}\n",
+          ":2:11: the name 'JVM_X' is taken"),
+      Arguments.of("notifications:\n- {table: orders, mbean: 'a:b=c'}\n",
+          "an upper-case letter first"),
+      Arguments.of("notifications:\n- {table: ORDERS, mbean: '*:*'}\n",
+          "the domain of 'mbean' must be given without wildcards"),
+      Arguments.of("notifications:\n- {mbean: 'a:b=c'}\n", "the key 'table' is missing"),
       Arguments.of("local: [\n", "it is not valid YAML"),
       Arguments.of("a: b: c\n", ":1:5: it is not valid YAML"),
       Arguments.of("!!javax.script.ScriptEngineManager []\n", ":1:1: the file must be a map"),

@@ -26,6 +26,19 @@ final class ConnectedJvmTest {
   private final ManualClock clock = new ManualClock();
   private final RecordingLog log = new RecordingLog();
   private final AtomicInteger presences = new AtomicInteger();
+  private final AtomicInteger ups = new AtomicInteger();
+  private final TargetObserver observer =
+      new TargetObserver() {
+        @Override
+        public void up(MonitoredJvm target) {
+          ups.incrementAndGet();
+        }
+
+        @Override
+        public void presenceChanged() {
+          presences.incrementAndGet();
+        }
+      };
   // A watchdog whose thread never looks by itself: tests look at the time that they choose.
   private final Watchdog watchdog = new Watchdog(clock, Long.MAX_VALUE / 4);
   private final List<Thread> callers = new ArrayList<>();
@@ -65,6 +78,26 @@ final class ConnectedJvmTest {
     assertThat(thread).isEqualTo("jmx-t");
     assertThat(jvm.status().samples()).isZero();
     assertThat(jvm.status().times()).isEmpty();
+  }
+
+  @Test
+  void workForLaterIsDoneWithoutAnybodyWaitingAndDroppedWhileTheTargetIsDown() throws Exception {
+    start(FakeDialer.Mood.ANSWERS);
+    jvm.sample(StandardTables.GC);
+    CompletableFuture<String> done = new CompletableFuture<>();
+
+    jvm.later("listen", link -> done.complete(Thread.currentThread().getName()));
+
+    assertThat(done.get(30, TimeUnit.SECONDS)).isEqualTo("jmx-t");
+    dialer.become(FakeDialer.Mood.BREAKS);
+    assertThatThrownBy(() -> jvm.sample(StandardTables.GC)).isInstanceOf(TargetException.class);
+    AtomicInteger runs = new AtomicInteger();
+    jvm.later("listen", link -> runs.incrementAndGet());
+    dialer.become(FakeDialer.Mood.ANSWERS);
+    jvm.retryNow();
+    Await.until("it is up again", () -> ups.get() == 2);
+    jvm.sample(StandardTables.GC);
+    assertThat(runs).hasValue(0);
   }
 
   @Test
@@ -269,7 +302,7 @@ final class ConnectedJvmTest {
         watchdog,
         time,
         log,
-        presences::incrementAndGet);
+        observer);
   }
 
   private CompletableFuture<Object[][]> sampleAsync() {

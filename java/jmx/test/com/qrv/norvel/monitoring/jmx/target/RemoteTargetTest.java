@@ -160,7 +160,7 @@ final class RemoteTargetTest {
             watchdog,
             Clock.SYSTEM,
             log,
-            () -> {});
+            new NoObserver());
     jvm.start();
   }
 }
