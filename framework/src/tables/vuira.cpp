@@ -7,6 +7,7 @@
 #include "agentfw/ras1.h"
 #include "basic/handle_table.h"
 #include "basic/utf8.h"
+#include "tables/capsule_state.h"
 #include "tables/status.h"
 #include "tables/vuira_state.h"
 
@@ -45,6 +46,10 @@ int grow(vuira& object, std::uint32_t rowLimit) {
   object.rowBuffer = static_cast<char*>(bytes);
   object.rowsAllocated = rows;
   return fw::kRcOk;
+}
+
+bool hasCommand(const vuira& object, VuiraAutomationCapsule* capsule) {
+  return capsule != nullptr && capsule->owner == &object && CapsuleState::of(*capsule).onItsWay;
 }
 
 }  // namespace
@@ -194,7 +199,13 @@ int vuira::ColumnIsException(char* row, char* columnName, _IntfOper oper, char* 
   return 0;
 }
 
-int vuira::CommandCompleted(VuiraAutomationCapsule* /*capsule*/) { return fw::kRcNotAvailable; }
+int vuira::CommandCompleted(VuiraAutomationCapsule* capsule) {
+  if (!hasCommand(*this, capsule)) {
+    return fw::kRcNotAvailable;
+  }
+  CapsuleState::complete(*capsule);
+  return fw::kRcOk;
+}
 
 int vuira::IsHistoryRequest() { return state->detail.kind == fw::RequestKind::History ? 1 : 0; }
 
@@ -260,7 +271,6 @@ int vuira::Dispatch() {
   return fw::kRcNotAvailable;
 }
 
-int vuira::FinishedAutomationCommand(VuiraAutomationCapsule* /*capsule*/) {
-  // No request object of this framework has a command on its way.
-  return fw::kRcNotAvailable;
+int vuira::FinishedAutomationCommand(VuiraAutomationCapsule* capsule) {
+  return hasCommand(*this, capsule) ? CommandCompleted(capsule) : int{fw::kRcNotAvailable};
 }
