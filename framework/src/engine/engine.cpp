@@ -7,6 +7,7 @@
 
 #include "basic/nearest.h"
 #include "engine/countdown.h"
+#include "engine/subnode_lookup.h"
 #include "tables/where_parser.h"
 
 namespace fw {
@@ -21,9 +22,7 @@ RequestError error(Kind kind, std::string message, std::string nearest = {}) {
   return {kind, std::move(message), std::nullopt, std::move(nearest)};
 }
 
-std::string didYouMean(const std::string& nearest) {
-  return nearest.empty() ? std::string() : fmt::format(" Did you mean {}?", nearest);
-}
+RequestError stopping() { return error(Kind::Stopping, "The agent is stopping."); }
 
 }  // namespace
 
@@ -65,6 +64,7 @@ void Engine::removeTable(TableManager& manager) {
   const Countdown countdown(config_.drainBound);
   entry->describing->waitIdle(countdown.left());
   for (const auto& channel : channels) {
+    channel->waitReturned(countdown.left());
     channel->waitIdle(countdown.left());
   }
 }
@@ -109,7 +109,7 @@ void Engine::report(ReportRequest request, Done done) {
 }
 
 std::optional<RequestError> Engine::tableOf(const std::string& name,
-                                           std::optional<TableSet::View>& table) const {
+                                            std::optional<TableSet::View>& table) const {
   table = tables_.find(name);
   if (!table && !loaded_) {
     return error(Kind::NotReady, "The agent is still loading.");
@@ -148,7 +148,7 @@ std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const
   {
     const std::lock_guard lock(mutex_);
     if (stopping_) {
-      return error(Kind::Stopping, "The agent is stopping.");
+      return stopping();
     }
     if (running_.size() >= config_.reportLimit) {
       ++refused_;
@@ -158,7 +158,7 @@ std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const
     }
     // Under the lock, so that a subnode that closes meanwhile finds the channels made here.
     std::vector<SubnodeName> subnodes;
-    if (auto wrong = targetsOf(request, *table->info, subnodes)) {
+    if (auto wrong = targetsOf(request.subnode, *table->info, subnodes)) {
       return wrong;
     }
     std::vector<Report::Target> targets;
@@ -181,10 +181,11 @@ std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const
   return std::nullopt;
 }
 
-std::optional<RequestError> Engine::targetsOf(const ReportRequest& request, const TableInfo& table,
-                                             std::vector<SubnodeName>& targets) const {
+std::optional<RequestError> Engine::targetsOf(const std::optional<std::string>& subnode,
+                                              const TableInfo& table,
+                                              std::vector<SubnodeName>& targets) const {
   if (!table.perSubnode) {
-    if (request.subnode) {
+    if (subnode) {
       return error(
           Kind::UnknownSubnode,
           fmt::format("Table {} is the agent's own: ask it without a subnode.", table.name));
@@ -192,28 +193,16 @@ std::optional<RequestError> Engine::targetsOf(const ReportRequest& request, cons
     targets.push_back({});
     return std::nullopt;
   }
-  targets = subnodes_.askable();
-  if (!request.subnode) {
+  if (!subnode) {
+    targets = subnodes_.askable();
     return std::nullopt;
   }
-  const auto found = std::find_if(targets.begin(), targets.end(), [&](const SubnodeName& each) {
-    return each.shown == *request.subnode;
-  });
-  if (found != targets.end()) {
-    targets = {SubnodeName(*found)};
-    return std::nullopt;
+  auto found = findSubnode(subnodes_, *subnode);
+  if (auto* const wrong = std::get_if<RequestError>(&found)) {
+    return std::move(*wrong);
   }
-  if (auto why = subnodes_.whyNot(*request.subnode)) {
-    return error(Kind::UnknownSubnode, *why);
-  }
-  std::vector<std::string> names;
-  for (const SubnodeName& each : targets) {
-    names.push_back(each.shown);
-  }
-  const std::string nearest = nearestOf(*request.subnode, names);
-  return error(Kind::UnknownSubnode,
-               fmt::format("There is no subnode '{}'.{}", *request.subnode, didYouMean(nearest)),
-               nearest);
+  targets.push_back(std::get<SubnodeName>(std::move(found)));
+  return std::nullopt;
 }
 
 std::shared_ptr<SampleChannel> Engine::channelOf(const TableSet::View& table,
@@ -228,6 +217,29 @@ std::shared_ptr<SampleChannel> Engine::channelOf(const TableSet::View& table,
     channel->reopen();
   }
   return channel;
+}
+
+std::optional<RequestError> Engine::openRow(const std::string& table, const std::string& subnode,
+                                            std::string row, SampleChannel::RowOpened opened) {
+  std::optional<TableSet::View> view;
+  if (auto wrong = tableOf(table, view)) {
+    return wrong;
+  }
+  std::shared_ptr<SampleChannel> channel;
+  {
+    const std::lock_guard lock(mutex_);
+    if (stopping_) {
+      return stopping();
+    }
+    std::vector<SubnodeName> targets;
+    const auto asked = subnode.empty() ? std::nullopt : std::optional(subnode);
+    if (auto wrong = targetsOf(asked, *view->info, targets)) {
+      return wrong;
+    }
+    channel = channelOf(*view, targets.at(0));
+  }
+  channel->openRow(std::move(row), std::move(opened));
+  return std::nullopt;
 }
 
 void Engine::finish(const std::shared_ptr<Report>& report) {
@@ -287,7 +299,8 @@ bool Engine::closeSubnode(const std::string& raw, std::chrono::milliseconds boun
   }
   const std::lock_guard lock(mutex_);
   std::erase_if(channels_, [&](const auto& each) {
-    return each.first.second == raw && each.second->isClosed() && each.second->waitIdle(kNoTime);
+    return each.first.second == raw && each.second->isClosed() &&
+           each.second->waitReturned(kNoTime) && each.second->waitIdle(kNoTime);
   });
   return all;
 }
@@ -303,7 +316,7 @@ void Engine::refuse() {
     }
   }
   for (const auto& report : reports) {
-    report->abort(error(Kind::Stopping, "The agent is stopping."));
+    report->abort(stopping());
   }
 }
 

@@ -58,6 +58,15 @@ class Engine {
   /// See Agent::report().
   void report(ReportRequest request, Done done);
 
+  /// Opens a request object that holds a copy of `row`, a row that a report gave for this table and
+  /// subnode (the shown name, empty for none); see SampleChannel::openRow(). When this returns an
+  /// error, `opened` is not called.
+  std::optional<RequestError> openRow(const std::string& table, const std::string& subnode,
+                                      std::string row, SampleChannel::RowOpened opened);
+
+  /// Runs what answers somebody, on a thread that never calls the agent. It must not block.
+  void answer(const std::function<void()>& answer);
+
   std::uint32_t reportsWaiting() const;
   std::uint64_t reportsAnswered() const;
   std::uint64_t reportsRefused() const;
@@ -80,15 +89,15 @@ class Engine {
   using ChannelKey = std::pair<std::string, std::string>;  // table, subnode
 
   TableStatus statusOf(const TableSet::View& view) const;
-  std::optional<RequestError> targetsOf(const ReportRequest& request, const TableInfo& table,
-                                       std::vector<SubnodeName>& targets) const;
+  std::optional<RequestError> targetsOf(const std::optional<std::string>& subnode,
+                                        const TableInfo& table,
+                                        std::vector<SubnodeName>& targets) const;
   std::shared_ptr<SampleChannel> channelOf(const TableSet::View& table,
                                            const SubnodeName& subnode);  // needs mutex_
   std::optional<RequestError> tableOf(const std::string& name,
-                                     std::optional<TableSet::View>& table) const;
+                                      std::optional<TableSet::View>& table) const;
   std::optional<RequestError> tryBegin(const ReportRequest& request, const Done& done);
   void finish(const std::shared_ptr<Report>& report);
-  void answer(const std::function<void()>& answer);
 
   const EngineConfig& config_;
   Clock& clock_;
