@@ -12,7 +12,22 @@
 #include <utility>
 #include <vector>
 
+#include "actions/actions.h"
 #include "engine/reports.h"
+
+/// Commands that are kept and never run or answered.
+class FakeActions final : public fw::Actions {
+ public:
+  void run(fw::ActionRequest request, Done done) override {
+    const std::lock_guard lock(mutex_);
+    kept_.emplace_back(std::move(request), std::move(done));
+  }
+  std::vector<fw::ActionStatus> recent() const override { return {}; }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::pair<fw::ActionRequest, Done>> kept_;  // guarded by mutex_
+};
 
 /// A running agent that a test makes up. Answers reports on a thread of its own, as the real one
 /// does, or holds them until it is told to go on. Set the public members before it is used.
@@ -26,6 +41,7 @@ class FakeAgent final : public fw::Agent {
   fw::AgentStatus agentStatus;
   std::vector<fw::TableStatus> tableList;
   std::vector<fw::SubnodeInfo> subnodeList;
+  FakeActions actions;
   std::function<fw::ReportResult(const fw::ReportRequest&)> answer;
 
   /// Adds a table that is ready.
@@ -36,6 +52,7 @@ class FakeAgent final : public fw::Agent {
   std::optional<fw::TableStatus> table(std::string_view name) const override;
   std::vector<fw::SubnodeInfo> subnodes() const override { return subnodeList; }
   void report(fw::ReportRequest request, Done done) override;
+  fw::Actions& actionDesk() override { return actions; }
 
   /// From now on reports are kept unanswered, until release().
   void hold();

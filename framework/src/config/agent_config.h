@@ -45,6 +45,14 @@ struct EngineConfig {
   std::uint32_t subnodeLimit = 1'000;
 };
 
+/// Take-action commands; `actions:` in the file.
+struct ActionConfig {
+  std::uint32_t workers = 2;                   ///< commands that run at a time
+  std::uint32_t queueLimit = 50;               ///< commands that wait for a worker at most
+  std::chrono::milliseconds deadline{30'000};  ///< then a command counts as late
+  std::uint32_t keep = 100;                    ///< ended commands that are listed
+};
+
 /// What `config/agent.yaml` says, with the defaults of what it does not say. The schema
 /// (schema.cpp) has one line per member and prints the defaults that stand here.
 struct AgentConfig {
@@ -54,6 +62,7 @@ struct AgentConfig {
   std::map<std::string, std::string> environment;
   HttpConfig http;
   EngineConfig engine;
+  ActionConfig actions;
   /// The loader makes `file` absolute.
   trace::Settings trace = traceDefaults();
 

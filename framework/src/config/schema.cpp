@@ -107,6 +107,18 @@ void addEngine(std::vector<Setting>& all) {
                         "Subnodes that are registered at a time; more are refused."));
 }
 
+void addActions(std::vector<Setting>& all) {
+  all.push_back(
+      integer("actions.workers", MEMBER(actions.workers), 1, 100, "Commands that run at a time."));
+  all.push_back(integer("actions.queue_limit", MEMBER(actions.queueLimit), 1, 10'000,
+                        "Commands that wait to be run; more are refused."));
+  all.push_back(duration("actions.deadline", MEMBER(actions.deadline), 10ms, 1h,
+                         "A command that has not ended after so long is reported as late, and "
+                         "another worker takes its place; one that has not begun is not run."));
+  all.push_back(integer("actions.keep", MEMBER(actions.keep), 0, 10'000,
+                        "Commands that have ended and are still listed."));
+}
+
 void addTrace(std::vector<Setting>& all) {
   all.push_back(traceClasses("trace.default", MEMBER(trace.defaultMask),
                              "What a unit traces for which `trace.units` says nothing else. Errors "
@@ -137,6 +149,7 @@ const std::vector<Setting>& configSchema() {
     addIdentity(all);
     addHttp(all);
     addEngine(all);
+    addActions(all);
     addTrace(all);
     return all;
   }();

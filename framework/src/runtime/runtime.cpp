@@ -55,6 +55,9 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
       timers_(clock),
       gate_([this] { return host_.callGuard(); }),
       engine_(config.engine, clock, timers_, gate_, subnodes_),
+      actions_(std::make_shared<ActionDesk>(
+          config, ActionDesk::Surroundings{clock, timers_, gate_, subnodes_, engine_},
+          [this] { return commandCallback(); }, [](const ActionStatus&) {})),
       loaderLane_("loader", {1, 0, 0, config.engine.stuckAfter}, clock, timers_),
       before_(setTableRegistrar(this)),
       beforeRuntime_(currentRuntime.exchange(this)) {}
@@ -62,6 +65,8 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
 Runtime::~Runtime() {
   shutdown();
   engine_.refuse();
+  actions_->refuse();
+  actions_.reset();
   engine_.deleteObjects(config_.engine.drainBound);
   currentRuntime = beforeRuntime_;
   setTableRegistrar(before_);
@@ -75,6 +80,11 @@ void Runtime::setLoader(Loader loader) {
 void Runtime::setCommandCallback(CommandCallback callback) {
   const std::lock_guard lock(mutex_);
   commandCallback_ = callback;
+}
+
+CommandCallback Runtime::commandCallback() const {
+  const std::lock_guard lock(mutex_);
+  return commandCallback_;
 }
 
 void Runtime::setState(AgentStatus::State state) {
@@ -188,6 +198,7 @@ void Runtime::end(Service& service) {
   gate_.close();
   service.refuse();
   engine_.refuse();
+  actions_->refuse();
   service.drain(countdown.left());
   service.stop();
   // Also the callback in which the stop began has to end before its request object may go.
@@ -196,6 +207,7 @@ void Runtime::end(Service& service) {
     RAS1_PRINT("ERROR: %u callbacks have not returned; their request objects are left alone",
                gate_.inside());
   }
+  actions_->stop(kWorkersBound);
   engine_.deleteObjects(isEmpty ? config_.engine.drainBound : kWorkersBound);
   engine_.stop(kWorkersBound);
   loaderLane_.stop(kWorkersBound);
@@ -250,6 +262,7 @@ AgentStatus Runtime::status() const {
   status.reports = engine_.reportsAnswered();
   status.reportsRefused = engine_.reportsRefused();
   status.lanes = engine_.lanes();
+  status.lanes.push_back(actions_->lane());
   status.lanes.push_back(loaderLane_.status());
   return status;
 }

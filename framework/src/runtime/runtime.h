@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 
+#include "actions/action_desk.h"
 #include "agentfw/vuira.h"
 #include "basic/clock.h"
 #include "basic/host_link.h"
@@ -31,7 +32,6 @@ namespace fw {
 class Runtime final : public Agent, public TableRegistrar {
  public:
   using Loader = int (*)();
-  using CommandCallback = int (*)(VuiraAutomationCapsule*);
   using ServiceFactory =
       std::function<std::unique_ptr<Service>(Agent& agent, const AgentConfig& config)>;
 
@@ -66,6 +66,7 @@ class Runtime final : public Agent, public TableRegistrar {
   std::optional<TableStatus> table(std::string_view name) const override;
   std::vector<SubnodeInfo> subnodes() const override;
   void report(ReportRequest request, std::function<void(ReportResult)> done) override;
+  Actions& actionDesk() override { return *actions_; }
 
   // TableRegistrar
   int addTable(TableManager& manager) override;
@@ -81,6 +82,7 @@ class Runtime final : public Agent, public TableRegistrar {
   int load();
   void end(Service& service);
   void setState(AgentStatus::State state);
+  CommandCallback commandCallback() const;
 
   const AgentConfig& config_;
   Clock& clock_;
@@ -104,6 +106,7 @@ class Runtime final : public Agent, public TableRegistrar {
   LoaderResult loaded_;                                      // guarded by mutex_
 
   Engine engine_;
+  std::shared_ptr<ActionDesk> actions_;  // ends before the engine
   WorkerLane loaderLane_;
   TableRegistrar* before_;  // the registrar that this one replaced
   Runtime* beforeRuntime_;  // the runtime that this one replaced
