@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <condition_variable>
 #include <utility>
 
 #include "actions/command_check.h"
@@ -64,12 +65,38 @@ struct ActionDesk::Run {
   State told = State::Waiting;  // guarded by telling
 };
 
+/// Answers that are on their way to those who asked.
+class ActionDesk::Answers {
+ public:
+  void begin() {
+    const std::lock_guard lock(mutex_);
+    ++count_;
+  }
+
+  void end() {
+    const std::lock_guard lock(mutex_);
+    --count_;
+    none_.notify_all();
+  }
+
+  bool waitNone(std::chrono::milliseconds bound) {
+    std::unique_lock lock(mutex_);
+    return none_.wait_for(lock, bound, [this] { return count_ == 0; });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable none_;
+  std::uint32_t count_ = 0;  // guarded by mutex_
+};
+
 ActionDesk::ActionDesk(const AgentConfig& config, Surroundings surroundings,
                        std::function<CommandCallback()> callback, Notice notice)
     : config_(config.actions),
       around_(surroundings),
       callback_(std::move(callback)),
       notice_(std::move(notice)),
+      answers_(std::make_shared<Answers>()),
       waiting_(std::make_shared<std::atomic<std::uint32_t>>(0)),
       // A stand-in is for a stuck command only: `actions.workers` is what the agent may be asked to
       // run at a time.
@@ -331,7 +358,11 @@ void ActionDesk::tell(const RunPtr& run) {
 
 void ActionDesk::answer(Done done, std::variant<ActionStatus, RequestError> result) {
   if (done) {
-    around_.engine.answer([done = std::move(done), result = std::move(result)] { done(result); });
+    answers_->begin();
+    around_.engine.answer([answers = answers_, done = std::move(done), result = std::move(result)] {
+      done(result);
+      answers->end();
+    });
   }
 }
 
@@ -385,6 +416,8 @@ void ActionDesk::stop(std::chrono::milliseconds bound) {
   for (Done& done : unanswered) {
     answer(std::move(done), stoppingError());
   }
+  // The engine drops what its workers have not begun when it stops.
+  answers_->waitNone(bound);
 }
 
 }  // namespace fw

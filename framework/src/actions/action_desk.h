@@ -61,7 +61,8 @@ class ActionDesk final : public Actions, public std::enable_shared_from_this<Act
   /// Answers the commands that wait, and those to come, with "stopping".
   void refuse();
 
-  /// Ends the workers, waiting at most `bound` for commands in progress. Call refuse() before.
+  /// Ends the workers, waiting at most `bound` for commands in progress and as long for answers.
+  /// Call refuse() before, and stop the engine after.
   void stop(std::chrono::milliseconds bound);
 
   LaneStatus lane() const { return lane_.status(); }
@@ -96,6 +97,9 @@ class ActionDesk final : public Actions, public std::enable_shared_from_this<Act
   const std::function<CommandCallback()> callback_;
   const Notice notice_;
   NodeCommands nodeCommands_;
+
+  class Answers;
+  const std::shared_ptr<Answers> answers_;
 
   /// Commands that have no worker yet. Counts what waits in the lane, too, for commands that have
   /// passed their deadline there.
