@@ -193,6 +193,19 @@ class SituationsTest {
   }
 
   @Test
+  void staysArmedForAWatchWhoseStartIsStillToCome() {
+    NativeSide side = inline(witness);
+    arm(side, "A");
+    started(side, "A");
+    arm(side, "A");
+
+    stopped(side, "A");
+
+    assertThat(log.isArmed()).isTrue();
+    assertThat(witness.told()).containsExactly("+A");
+  }
+
+  @Test
   void isArmedThoughTheRequestNeverCame() {
     NativeSide side = inline(witness);
 
