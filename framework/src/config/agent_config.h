@@ -53,6 +53,16 @@ struct ActionConfig {
   std::uint32_t keep = 100;                    ///< ended commands that are listed
 };
 
+/// What the agent pushes, and what happens in it; `events:` in the file.
+struct EventsConfig {
+  bool subscribe = true;                       ///< to every event table
+  std::uint32_t keep = 1'000;                  ///< events of one table that are kept
+  std::uint64_t keepBytes = 4 * 1024 * 1024;   ///< of one table
+  std::uint64_t queueBytes = 4 * 1024 * 1024;  ///< of one subscription: rows not handled yet
+  std::uint32_t journal = 5'000;               ///< entries of the journal that are kept
+  std::uint64_t journalBytes = 16 * 1024 * 1024;
+};
+
 /// What `config/agent.yaml` says, with the defaults of what it does not say. The schema
 /// (schema.cpp) has one line per member and prints the defaults that stand here.
 struct AgentConfig {
@@ -63,6 +73,7 @@ struct AgentConfig {
   HttpConfig http;
   EngineConfig engine;
   ActionConfig actions;
+  EventsConfig events;
   /// The loader makes `file` absolute.
   trace::Settings trace = traceDefaults();
 
