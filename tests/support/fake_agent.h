@@ -13,7 +13,21 @@
 #include <vector>
 
 #include "actions/actions.h"
+#include "basic/clock.h"
 #include "engine/reports.h"
+#include "events/event_feed.h"
+#include "events/journal.h"
+
+/// Events of no table.
+class NoEvents final : public fw::EventFeed {
+ public:
+  std::variant<fw::EventPage, fw::RequestError> events(const std::string& table,
+                                                       std::uint64_t /*since*/,
+                                                       std::uint32_t /*limit*/) const override {
+    return fw::RequestError{
+        fw::RequestError::Kind::NoEventTable, table + " has no events.", std::nullopt, {}};
+  }
+};
 
 /// Commands that are kept and never run or answered.
 class FakeActions final : public fw::Actions {
@@ -44,6 +58,9 @@ class FakeAgent final : public fw::Agent {
   FakeActions actions;
   std::function<fw::ReportResult(const fw::ReportRequest&)> answer;
 
+  NoEvents feed;
+  fw::Journal happenings{fw::Clock::system(), 100};
+
   /// Adds a table that is ready.
   void addTable(std::shared_ptr<const fw::TableInfo> table);
 
@@ -53,6 +70,8 @@ class FakeAgent final : public fw::Agent {
   std::vector<fw::SubnodeInfo> subnodes() const override { return subnodeList; }
   void report(fw::ReportRequest request, Done done) override;
   fw::Actions& actionDesk() override { return actions; }
+  const fw::EventFeed& eventFeed() const override { return feed; }
+  fw::Journal& journal() override { return happenings; }
 
   /// From now on reports are kept unanswered, until release().
   void hold();

@@ -21,6 +21,8 @@
 namespace fw {
 
 class Actions;
+class EventFeed;
+class Journal;
 
 /// A request for the current rows of a table.
 struct ReportRequest {
@@ -141,6 +143,10 @@ class Agent {
 
   /// Where commands for the agent go.
   virtual Actions& actionDesk() = 0;
+
+  // What else it offers. Each lives as long as the agent.
+  virtual const EventFeed& eventFeed() const = 0;
+  virtual Journal& journal() = 0;
 };
 
 }  // namespace fw

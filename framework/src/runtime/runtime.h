@@ -17,6 +17,9 @@
 #include "engine/reports.h"
 #include "engine/timer_queue.h"
 #include "engine/worker_lane.h"
+#include "events/event_logs.h"
+#include "events/journal.h"
+#include "events/subscription_set.h"
 #include "runtime/identity.h"
 #include "runtime/service.h"
 #include "runtime/subnode_registry.h"
@@ -67,6 +70,8 @@ class Runtime final : public Agent, public TableRegistrar {
   std::vector<SubnodeInfo> subnodes() const override;
   void report(ReportRequest request, std::function<void(ReportResult)> done) override;
   Actions& actionDesk() override { return *actions_; }
+  const EventFeed& eventFeed() const override { return eventLogs_; }
+  Journal& journal() override { return journal_; }
 
   // TableRegistrar
   int addTable(TableManager& manager) override;
@@ -81,6 +86,7 @@ class Runtime final : public Agent, public TableRegistrar {
   int serve(Service& service);
   int load();
   void end(Service& service);
+  void deleteObjects(std::chrono::milliseconds bound);
   void setState(AgentStatus::State state);
   CommandCallback commandCallback() const;
 
@@ -92,6 +98,7 @@ class Runtime final : public Agent, public TableRegistrar {
   const Clock::MonotonicTime started_;
 
   Identity identity_;
+  Journal journal_;
   SubnodeRegistry subnodes_;
   TimerQueue timers_;
   CallbackGate gate_;
@@ -106,6 +113,8 @@ class Runtime final : public Agent, public TableRegistrar {
   LoaderResult loaded_;                                      // guarded by mutex_
 
   Engine engine_;
+  SubscriptionSet subscriptions_;
+  EventLogs eventLogs_;
   std::shared_ptr<ActionDesk> actions_;  // ends before the engine
   WorkerLane loaderLane_;
   TableRegistrar* before_;  // the registrar that this one replaced
