@@ -45,6 +45,16 @@ struct EngineConfig {
   std::uint32_t subnodeLimit = 1'000;
 };
 
+/// What the agent pushes, and what happens in it; `events:` in the file.
+struct EventsConfig {
+  bool subscribe = true;                       ///< to every event table
+  std::uint32_t keep = 1'000;                  ///< events of one table that are kept
+  std::uint64_t keepBytes = 4 * 1024 * 1024;   ///< of one table
+  std::uint64_t queueBytes = 4 * 1024 * 1024;  ///< of one subscription: rows not handled yet
+  std::uint32_t journal = 5'000;               ///< entries of the journal that are kept
+  std::uint64_t journalBytes = 16 * 1024 * 1024;
+};
+
 /// What `config/agent.yaml` says, with the defaults of what it does not say. The schema
 /// (schema.cpp) has one line per member and prints the defaults that stand here.
 struct AgentConfig {
@@ -54,6 +64,7 @@ struct AgentConfig {
   std::map<std::string, std::string> environment;
   HttpConfig http;
   EngineConfig engine;
+  EventsConfig events;
   /// The loader makes `file` absolute.
   trace::Settings trace = traceDefaults();
 

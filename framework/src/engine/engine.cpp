@@ -34,7 +34,12 @@ Engine::Engine(const EngineConfig& config, Clock& clock, TimerQueue& timers, Cal
       timers_(timers),
       gate_(gate),
       subnodes_(subnodes),
-      tables_(config, clock, gate, samples_),
+      tables_(config, clock, gate, samples_,
+              [this](const TableSet::View& table) {
+                for (TableObserver* const observer : observers_) {
+                  observer->onTableReady(table);
+                }
+              }),
       reports_("reports", {2, 2, 0, config.stuckAfter}, clock, timers),
       samples_("samples",
                {config.sampleWorkers, config.stuckWorkers, config.queueLimit, config.stuckAfter},
@@ -46,6 +51,9 @@ void Engine::removeTable(TableManager& manager) {
   const auto entry = tables_.remove(manager);
   if (entry == nullptr) {
     return;
+  }
+  for (TableObserver* const observer : observers_) {
+    observer->onTableRemoved(manager);
   }
   std::vector<std::shared_ptr<SampleChannel>> channels;
   {
@@ -63,7 +71,7 @@ void Engine::removeTable(TableManager& manager) {
     channel->close("The table has been removed.");
   }
   const Countdown countdown(config_.drainBound);
-  entry->describing->waitIdle(countdown.left());
+  entry->turns->waitIdle(countdown.left());
   for (const auto& channel : channels) {
     channel->waitIdle(countdown.left());
   }
@@ -108,9 +116,8 @@ void Engine::report(ReportRequest request, Done done) {
   }
 }
 
-std::optional<RequestError> Engine::tableOf(const std::string& name,
-                                           std::optional<TableSet::View>& table) const {
-  table = tables_.find(name);
+std::variant<TableSet::View, RequestError> Engine::findTable(const std::string& name) const {
+  auto table = tables_.find(name);
   if (!table && !loaded_) {
     return error(Kind::NotReady, "The agent is still loading.");
   }
@@ -132,14 +139,15 @@ std::optional<RequestError> Engine::tableOf(const std::string& name,
     case TableStatus::State::Ready:
       break;
   }
-  return std::nullopt;
+  return *std::move(table);
 }
 
 std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const Done& done) {
-  std::optional<TableSet::View> table;
-  if (auto wrong = tableOf(request.table, table)) {
-    return wrong;
+  auto found = findTable(request.table);
+  if (auto* const wrong = std::get_if<RequestError>(&found)) {
+    return std::move(*wrong);
   }
+  const auto* const table = std::get_if<TableSet::View>(&found);
   auto where = parseWhere(request.where, *table->info);
   if (const auto* wrong = std::get_if<WhereError>(&where)) {
     return RequestError{Kind::BadWhere, wrong->message, wrong->position, wrong->nearest};
@@ -182,7 +190,7 @@ std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const
 }
 
 std::optional<RequestError> Engine::targetsOf(const ReportRequest& request, const TableInfo& table,
-                                             std::vector<SubnodeName>& targets) const {
+                                              std::vector<SubnodeName>& targets) const {
   if (!table.perSubnode) {
     if (request.subnode) {
       return error(
@@ -334,6 +342,9 @@ void Engine::stop(std::chrono::milliseconds bound) {
   const std::lock_guard lock(mutex_);
   for (const auto& [key, channel] : channels_) {
     channel->abandon();
+  }
+  for (const TableSet::View& table : tables_.all()) {
+    table.entry->turns->abandon();
   }
 }
 

@@ -27,7 +27,9 @@ SampleChannel::SampleChannel(Shared shared, std::shared_ptr<TableEntry> table,
       info_(std::move(info)),
       subnode_(std::move(subnode)),
       label_(std::move(label)),
-      turns_(std::make_shared<Turns>("sampling " + label_, shared.lane, shared.clock)) {}
+      turns_(subnode_.empty()
+                 ? table_->turns
+                 : std::make_shared<Turns>("sampling " + label_, shared.lane, shared.clock)) {}
 
 SampleChannel::~SampleChannel() { static_cast<void>(object_.release()); }
 

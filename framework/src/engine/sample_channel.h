@@ -38,10 +38,10 @@ class SampleWaiter {
 
 /// The place where one table is sampled for one subnode, or for none.
 ///
-/// All callbacks of that pair take turns here, whatever they are for: rows that the agent's cache
-/// hands out are read unlocked, and a lookup on the same pair may free them. Reports without a hint
-/// for the agent share one request object, which stays open, and one sample; a report with hints
-/// (equality conditions) opens an object of its own for one sample.
+/// All callbacks of that pair take the same turns, whatever they are for: rows that the agent's
+/// cache hands out are read unlocked, and a lookup on the same pair may free them. Reports without
+/// a hint for the agent share one request object, which stays open, and one sample; a report with
+/// hints (equality conditions) opens an object of its own for one sample.
 ///
 /// Request objects are made, used and deleted inside a turn, through the gate.
 class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
@@ -55,7 +55,7 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   };
 
   /// `subnode` is the name as the agent registered it, empty for none; `label` names the pair for
-  /// people.
+  /// people. Without a subnode the channel takes the table's own turns.
   SampleChannel(Shared shared, std::shared_ptr<TableEntry> table,
                 std::shared_ptr<const TableInfo> info, std::string subnode, std::string label);
   SampleChannel(const SampleChannel&) = delete;
