@@ -13,6 +13,22 @@
 #include <vector>
 
 #include "engine/reports.h"
+#include "situations/situations.h"
+
+/// Situations that are taken in and never watched.
+class FakeSituations final : public fw::Situations {
+ public:
+  std::optional<fw::RequestError> watch(fw::SituationRequest /*request*/) override {
+    return std::nullopt;
+  }
+  std::optional<fw::RequestError> unwatch(std::string_view /*name*/) override {
+    return std::nullopt;
+  }
+  std::vector<fw::SituationStatus> situations() const override { return {}; }
+  std::optional<fw::SituationStatus> situation(std::string_view /*name*/) const override {
+    return std::nullopt;
+  }
+};
 
 /// A running agent that a test makes up. Answers reports on a thread of its own, as the real one
 /// does, or holds them until it is told to go on. Set the public members before it is used.
@@ -26,6 +42,7 @@ class FakeAgent final : public fw::Agent {
   fw::AgentStatus agentStatus;
   std::vector<fw::TableStatus> tableList;
   std::vector<fw::SubnodeInfo> subnodeList;
+  FakeSituations situationsTaken;
   std::function<fw::ReportResult(const fw::ReportRequest&)> answer;
 
   /// Adds a table that is ready.
@@ -36,6 +53,7 @@ class FakeAgent final : public fw::Agent {
   std::optional<fw::TableStatus> table(std::string_view name) const override;
   std::vector<fw::SubnodeInfo> subnodes() const override { return subnodeList; }
   void report(fw::ReportRequest request, Done done) override;
+  fw::Situations& situationDesk() override { return situationsTaken; }
 
   /// From now on reports are kept unanswered, until release().
   void hold();

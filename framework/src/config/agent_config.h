@@ -55,6 +55,11 @@ struct EventsConfig {
   std::uint64_t journalBytes = 16 * 1024 * 1024;
 };
 
+/// What is watched at the agent; `situations:` in the file.
+struct SituationsConfig {
+  std::uint32_t limit = 200;  ///< situations at most
+};
+
 /// What `config/agent.yaml` says, with the defaults of what it does not say. The schema
 /// (schema.cpp) has one line per member and prints the defaults that stand here.
 struct AgentConfig {
@@ -65,6 +70,7 @@ struct AgentConfig {
   HttpConfig http;
   EngineConfig engine;
   EventsConfig events;
+  SituationsConfig situations;
   /// The loader makes `file` absolute.
   trace::Settings trace = traceDefaults();
 

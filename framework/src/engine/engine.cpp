@@ -238,6 +238,11 @@ std::shared_ptr<SampleChannel> Engine::channelOf(const TableSet::View& table,
   return channel;
 }
 
+std::shared_ptr<Turns> Engine::turnsOf(const TableSet::View& table, const SubnodeName& subnode) {
+  const std::lock_guard lock(mutex_);
+  return channelOf(table, subnode)->turns();
+}
+
 void Engine::finish(const std::shared_ptr<Report>& report) {
   Running running;
   {

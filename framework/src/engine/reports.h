@@ -20,6 +20,8 @@
 
 namespace fw {
 
+class Situations;
+
 /// A request for the current rows of a table.
 struct ReportRequest {
   std::string table;
@@ -136,6 +138,8 @@ class Agent {
   /// Takes a report. `done` is called exactly once, on a thread of the framework and never before
   /// report() has returned on the same thread; it must neither block nor throw.
   virtual void report(ReportRequest request, std::function<void(ReportResult)> done) = 0;
+
+  virtual Situations& situationDesk() = 0;
 };
 
 }  // namespace fw

@@ -54,14 +54,20 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
       subnodes_(clock, config.engine.subnodeLimit),
       timers_(clock),
       gate_([this] { return host_.callGuard(); }),
+      situations_({config.engine, config.situations, clock, timers_, gate_, engine_, subnodes_},
+                  nullptr),
       engine_(config.engine, clock, timers_, gate_, subnodes_),
       loaderLane_("loader", {1, 0, 0, config.engine.stuckAfter}, clock, timers_),
       before_(setTableRegistrar(this)),
-      beforeRuntime_(currentRuntime.exchange(this)) {}
+      beforeRuntime_(currentRuntime.exchange(this)) {
+  engine_.addObserver(situations_);
+}
 
 Runtime::~Runtime() {
   shutdown();
   engine_.refuse();
+  situations_.refuse();
+  situations_.deleteObjects();
   engine_.deleteObjects(config_.engine.drainBound);
   currentRuntime = beforeRuntime_;
   setTableRegistrar(before_);
@@ -188,6 +194,7 @@ void Runtime::end(Service& service) {
   gate_.close();
   service.refuse();
   engine_.refuse();
+  situations_.refuse();
   service.drain(countdown.left());
   service.stop();
   // Also the callback in which the stop began has to end before its request object may go.
@@ -196,6 +203,7 @@ void Runtime::end(Service& service) {
     RAS1_PRINT("ERROR: %u callbacks have not returned; their request objects are left alone",
                gate_.inside());
   }
+  situations_.deleteObjects();
   engine_.deleteObjects(isEmpty ? config_.engine.drainBound : kWorkersBound);
   engine_.stop(kWorkersBound);
   loaderLane_.stop(kWorkersBound);
@@ -216,11 +224,17 @@ void Runtime::shutdown() {
   }
 }
 
+void Runtime::commitSubnodes() {
+  subnodes_.commit();
+  situations_.subnodesCame();
+}
+
 int Runtime::deregisterSubnode(const std::string& name) {
   RAS1_FLOW();
   if (const int rc = subnodes_.remove(name); rc != kRcOk) {
     return ras1Flow.result(rc);
   }
+  situations_.closeSubnode(name);
   if (!engine_.closeSubnode(name, config_.engine.drainBound)) {
     RAS1_PRINT("ERROR: a callback for subnode %s has not returned", name.c_str());
   }
