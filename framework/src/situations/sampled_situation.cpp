@@ -6,30 +6,9 @@
 #include <functional>
 #include <utility>
 
+#include "situations/problems.h"
+
 namespace fw {
-
-namespace {
-
-/// The first few problems of many.
-class Problems {
- public:
-  void add(const std::string& text) {
-    if (++count_ <= kShown) {
-      text_ += text_.empty() ? text : " " + text;
-    }
-  }
-
-  std::string text() const {
-    return count_ <= kShown ? text_ : fmt::format("{} And {} more.", text_, count_ - kShown);
-  }
-
- private:
-  static constexpr std::size_t kShown = 3;
-  std::string text_;
-  std::size_t count_ = 0;
-};
-
-}  // namespace
 
 SampledSituation::SampledSituation(Shared shared, TableSet::View table, SituationRequest request,
                                    Predicate predicate, std::shared_ptr<SituationNotices> notices)

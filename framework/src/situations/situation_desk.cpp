@@ -38,10 +38,6 @@ std::optional<RequestError> SituationDesk::watch(SituationRequest request) {
       return *wrong;
     }
     const auto& table = std::get<TableSet::View>(found);
-    if (table.info->events) {
-      return error(Kind::NotReady,
-                   fmt::format("Table {} can't be watched yet: it has events.", table.info->name));
-    }
     auto checked =
         checkSituation(std::move(request), *table.info, around_.engineConfig.subnodeLimit);
     if (auto* wrong = std::get_if<RequestError>(&checked)) {
@@ -69,6 +65,11 @@ std::optional<RequestError> SituationDesk::watch(SituationRequest request) {
 }
 
 SituationDesk::Watched SituationDesk::make(const TableSet::View& table, CheckedSituation checked) {
+  if (table.info->events) {
+    return std::make_shared<EventSituation>(around_.subscriptions, around_.clock, table,
+                                            std::move(checked.request),
+                                            std::move(checked.predicate), notices_);
+  }
   Engine& engine = around_.engine;
   return std::make_shared<SampledSituation>(
       SampledSituation::Shared{

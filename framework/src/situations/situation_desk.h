@@ -16,6 +16,7 @@
 #include "engine/subnode_directory.h"
 #include "engine/table_observer.h"
 #include "engine/timer_queue.h"
+#include "situations/event_situation.h"
 #include "situations/situation_check.h"
 #include "situations/situation_notices.h"
 #include "situations/situations.h"
@@ -38,6 +39,7 @@ class SituationDesk final : public Situations, public TableObserver {
     CallbackGate& gate;
     Engine& engine;
     const SubnodeDirectory& subnodes;
+    EventSituation::Subscriptions subscriptions;
   };
 
   /// `notice` is told every change of a situation, in order, on any thread and without a lock; it
