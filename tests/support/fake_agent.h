@@ -12,7 +12,10 @@
 #include <utility>
 #include <vector>
 
+#include "basic/clock.h"
 #include "engine/reports.h"
+#include "events/event_feed.h"
+#include "events/journal.h"
 #include "situations/situations.h"
 
 /// Situations that are taken in and never watched.
@@ -27,6 +30,17 @@ class FakeSituations final : public fw::Situations {
   std::vector<fw::SituationStatus> situations() const override { return {}; }
   std::optional<fw::SituationStatus> situation(std::string_view /*name*/) const override {
     return std::nullopt;
+  }
+};
+
+/// Events of no table.
+class NoEvents final : public fw::EventFeed {
+ public:
+  std::variant<fw::EventPage, fw::RequestError> events(const std::string& table,
+                                                       std::uint64_t /*since*/,
+                                                       std::uint32_t /*limit*/) const override {
+    return fw::RequestError{
+        fw::RequestError::Kind::NoEventTable, table + " has no events.", std::nullopt, {}};
   }
 };
 
@@ -45,6 +59,9 @@ class FakeAgent final : public fw::Agent {
   FakeSituations situationsTaken;
   std::function<fw::ReportResult(const fw::ReportRequest&)> answer;
 
+  NoEvents feed;
+  fw::Journal happenings{fw::Clock::system(), 100};
+
   /// Adds a table that is ready.
   void addTable(std::shared_ptr<const fw::TableInfo> table);
 
@@ -53,6 +70,8 @@ class FakeAgent final : public fw::Agent {
   std::optional<fw::TableStatus> table(std::string_view name) const override;
   std::vector<fw::SubnodeInfo> subnodes() const override { return subnodeList; }
   void report(fw::ReportRequest request, Done done) override;
+  const fw::EventFeed& eventFeed() const override { return feed; }
+  fw::Journal& journal() override { return happenings; }
   fw::Situations& situationDesk() override { return situationsTaken; }
 
   /// From now on reports are kept unanswered, until release().

@@ -14,9 +14,8 @@
 #include "basic/clock.h"
 #include "config/agent_config.h"
 #include "engine/callback_gate.h"
-#include "engine/engine.h"
 #include "engine/reports.h"
-#include "engine/table_entry.h"
+#include "engine/table_observer.h"
 #include "engine/table_set.h"
 #include "engine/worker_lane.h"
 #include "events/subscriber.h"
@@ -42,7 +41,8 @@ class SubscriptionSet final : public TableObserver {
                   TimerQueue& timers, CallbackGate& gate);
   SubscriptionSet(const SubscriptionSet&) = delete;
   SubscriptionSet& operator=(const SubscriptionSet&) = delete;
-  /// Waits for every callback, however long it takes.
+  /// Waits for every callback, however long it takes. The engine has been stopped before: its
+  /// workers and those of the set hand the turns of tables to each other.
   ~SubscriptionSet() override;
 
   /// Begins to open a subscription on a table that is ready; `table` is what Engine::findTable()
@@ -52,8 +52,9 @@ class SubscriptionSet final : public TableObserver {
   std::optional<Id> open(const TableSet::View& table, std::string name, Predicate thresholds,
                          std::shared_ptr<Subscriber> subscriber);
 
-  /// Begins to close a subscription. No call of Subscriber::onRows begins any more once this has
-  /// returned; onClosed follows when the agent has been told. An unknown id changes nothing.
+  /// Begins to close a subscription. Rows that are not handled yet are dropped; one call of
+  /// Subscriber::onRows may still be under way when this returns. Subscriber::onClosed follows when
+  /// the agent has been told. An unknown id changes nothing.
   void close(Id id);
 
   /// Subscriptions that are open, opening or closing.

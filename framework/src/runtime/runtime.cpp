@@ -23,6 +23,8 @@ namespace {
 // What workers still do when all callbacks have ended, or don't end any more, is short.
 constexpr std::chrono::milliseconds kWorkersBound{1'000};
 
+constexpr std::chrono::hours kForever{24 * 365};
+
 std::atomic<Runtime*> currentRuntime{nullptr};
 
 /// Nothing is configured in a process that never called configure(): defaults, and no product.
@@ -51,24 +53,45 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
       startedAt_(clock.wall()),
       started_(clock.monotonic()),
       identity_(config),
-      subnodes_(clock, config.engine.subnodeLimit),
+      journal_(clock, config.events.journal, config.events.journalBytes),
+      subnodes_(clock, config.engine.subnodeLimit,
+                [this](const SubnodeInfo& subnode) { journal_.add(subnode); }),
       timers_(clock),
       gate_([this] { return host_.callGuard(); }),
-      situations_({config.engine, config.situations, clock, timers_, gate_, engine_, subnodes_},
-                  nullptr),
+      situations_({config.engine,
+                   config.situations,
+                   clock,
+                   timers_,
+                   gate_,
+                   engine_,
+                   subnodes_,
+                   {[this](const TableSet::View& table, std::string name, Predicate thresholds,
+                           std::shared_ptr<Subscriber> subscriber) {
+                      return subscriptions_.open(table, std::move(name), std::move(thresholds),
+                                                 std::move(subscriber));
+                    },
+                    [this](EventSituation::Id id) { subscriptions_.close(id); }}},
+                  [this](SituationStatus status) { journal_.add(std::move(status)); }),
       engine_(config.engine, clock, timers_, gate_, subnodes_),
+      subscriptions_(config.engine, config.events, clock, timers_, gate_),
+      eventLogs_(config.events, engine_, subscriptions_, journal_),
       loaderLane_("loader", {1, 0, 0, config.engine.stuckAfter}, clock, timers_),
       before_(setTableRegistrar(this)),
       beforeRuntime_(currentRuntime.exchange(this)) {
+  engine_.addObserver(subscriptions_);
+  engine_.addObserver(eventLogs_);
   engine_.addObserver(situations_);
 }
 
 Runtime::~Runtime() {
   shutdown();
-  engine_.refuse();
   situations_.refuse();
-  situations_.deleteObjects();
-  engine_.deleteObjects(config_.engine.drainBound);
+  subscriptions_.refuse();
+  engine_.refuse();
+  deleteObjects(config_.engine.drainBound);
+  // Not left to the destructors: the workers of each use the other.
+  subscriptions_.stop(kForever);
+  engine_.stop(kForever);
   currentRuntime = beforeRuntime_;
   setTableRegistrar(before_);
 }
@@ -193,8 +216,9 @@ void Runtime::end(Service& service) {
   const Countdown countdown(config_.engine.drainBound);
   gate_.close();
   service.refuse();
-  engine_.refuse();
   situations_.refuse();
+  subscriptions_.refuse();
+  engine_.refuse();
   service.drain(countdown.left());
   service.stop();
   // Also the callback in which the stop began has to end before its request object may go.
@@ -203,10 +227,16 @@ void Runtime::end(Service& service) {
     RAS1_PRINT("ERROR: %u callbacks have not returned; their request objects are left alone",
                gate_.inside());
   }
-  situations_.deleteObjects();
-  engine_.deleteObjects(isEmpty ? config_.engine.drainBound : kWorkersBound);
+  deleteObjects(isEmpty ? config_.engine.drainBound : kWorkersBound);
+  subscriptions_.stop(kWorkersBound);
   engine_.stop(kWorkersBound);
   loaderLane_.stop(kWorkersBound);
+}
+
+void Runtime::deleteObjects(std::chrono::milliseconds bound) {
+  situations_.deleteObjects();
+  subscriptions_.deleteObjects(bound);
+  engine_.deleteObjects(bound);
 }
 
 void Runtime::shutdown() {
@@ -264,6 +294,9 @@ AgentStatus Runtime::status() const {
   status.reports = engine_.reportsAnswered();
   status.reportsRefused = engine_.reportsRefused();
   status.lanes = engine_.lanes();
+  for (LaneStatus& lane : subscriptions_.lanes()) {
+    status.lanes.push_back(std::move(lane));
+  }
   status.lanes.push_back(loaderLane_.status());
   return status;
 }

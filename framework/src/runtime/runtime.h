@@ -16,6 +16,9 @@
 #include "engine/reports.h"
 #include "engine/timer_queue.h"
 #include "engine/worker_lane.h"
+#include "events/event_logs.h"
+#include "events/journal.h"
+#include "events/subscription_set.h"
 #include "runtime/identity.h"
 #include "runtime/service.h"
 #include "runtime/subnode_registry.h"
@@ -70,6 +73,8 @@ class Runtime final : public Agent, public TableRegistrar {
   std::optional<TableStatus> table(std::string_view name) const override;
   std::vector<SubnodeInfo> subnodes() const override;
   void report(ReportRequest request, std::function<void(ReportResult)> done) override;
+  const EventFeed& eventFeed() const override { return eventLogs_; }
+  Journal& journal() override { return journal_; }
   Situations& situationDesk() override { return situations_; }
 
   // TableRegistrar
@@ -85,6 +90,7 @@ class Runtime final : public Agent, public TableRegistrar {
   int serve(Service& service);
   int load();
   void end(Service& service);
+  void deleteObjects(std::chrono::milliseconds bound);
   void setState(AgentStatus::State state);
 
   const AgentConfig& config_;
@@ -95,6 +101,7 @@ class Runtime final : public Agent, public TableRegistrar {
   const Clock::MonotonicTime started_;
 
   Identity identity_;
+  Journal journal_;
   SubnodeRegistry subnodes_;
   TimerQueue timers_;
   CallbackGate gate_;
@@ -110,6 +117,8 @@ class Runtime final : public Agent, public TableRegistrar {
 
   SituationDesk situations_;  // follows the engine's tables as long as its workers run
   Engine engine_;
+  SubscriptionSet subscriptions_;
+  EventLogs eventLogs_;
   WorkerLane loaderLane_;
   TableRegistrar* before_;  // the registrar that this one replaced
   Runtime* beforeRuntime_;  // the runtime that this one replaced

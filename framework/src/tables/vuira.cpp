@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include "agentfw/ras1.h"
 #include "basic/handle_table.h"
@@ -256,8 +258,17 @@ int vuira::UseHandle(RES1_Handle use) {
 }
 
 int vuira::Dispatch() {
-  // Rows are pushed to event subscriptions only, and this framework opens none.
-  return fw::kRcNotAvailable;
+  fw::RowSink* const sink = state->detail.sink.get();
+  if (sink == nullptr) {
+    return fw::kRcNotAvailable;
+  }
+  const std::uint64_t lost = std::exchange(state->rowsLost, 0);
+  try {
+    sink->take(VuiraState::takeRows(*this), lost);
+    return fw::kRcOk;
+  } catch (const std::bad_alloc&) {
+    return fw::kRcNoMemory;
+  }
 }
 
 int vuira::FinishedAutomationCommand(VuiraAutomationCapsule* /*capsule*/) {

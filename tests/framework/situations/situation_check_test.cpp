@@ -119,11 +119,11 @@ TEST_F(SituationCheckTest, SituationsThatAreStillEndingCountToo) {
   EXPECT_FALSE(watch("B", "OWN"));
 }
 
-TEST_F(SituationCheckTest, NothingIsWatchedBeforeTheTableIsKnownOrWhenTheAgentStops) {
-  engine.emplace(config, clock, timers, gate, subnodes);
-  desk.emplace(
-      SituationDesk::Surroundings{config, situations, clock, timers, gate, *engine, subnodes},
-      nullptr);
+TEST_F(SituationCheckTest, NothingIsWatchedBeforeTheTableIsDescribedOrWhenTheAgentStops) {
+  beginWithoutTables();
+  own.made = [this](test::TestRequest&) { door.pass(); };
+  ASSERT_EQ(engine->addTable(own), 0);
+  ASSERT_TRUE(door.awaitWaiting(1));
 
   EXPECT_EQ(refusal("S", "OWN").kind, Kind::NotReady);
   desk->refuse();

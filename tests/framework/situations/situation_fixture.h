@@ -7,13 +7,14 @@
 #include <utility>
 #include <vector>
 
+#include "events/subscription_set.h"
 #include "framework/engine/engine_fixture.h"
 #include "situations/situation_desk.h"
 
 namespace fw {
 
-/// A desk beside an engine, on a clock that the test turns. Every collector gives one row, whose N
-/// the test sets; collectors of the subnodes in `hanging` wait at the door.
+/// A desk beside an engine and event subscriptions, on a clock that the test turns. Every collector
+/// gives one row, whose N the test sets; collectors of the subnodes in `hanging` wait at the door.
 class SituationTest : public EngineTest {
  protected:
   using Kind = RequestError::Kind;
@@ -32,23 +33,47 @@ class SituationTest : public EngineTest {
 
   void TearDown() override {
     door.open();
-    gate.close();
     if (desk) {
-      desk->refuse();
-      desk->deleteObjects();
+      stop(30s);
+      set->stop(30s);
+      engine->stop(30s);
     }
     EngineTest::TearDown();
     desk.reset();
+    set.reset();
+  }
+
+  /// As the main loop does it.
+  void stop(std::chrono::milliseconds bound) {
+    gate.close();
+    desk->refuse();
+    set->refuse();
+    engine->refuse();
+    desk->deleteObjects();
+    set->deleteObjects(bound);
+    engine->deleteObjects(bound);
   }
 
   void begin() {
-    start();
-    desk.emplace(
-        SituationDesk::Surroundings{config, situations, clock, timers, gate, *engine, subnodes},
-        [this](SituationStatus status) { note(status); });
-    engine->addObserver(*desk);
+    beginWithoutTables();
     add(own);
     add(perSubnode);
+  }
+
+  void beginWithoutTables() {
+    start();
+    set.emplace(config, events, clock, timers, gate);
+    EventSituation::Subscriptions subscriptions;
+    subscriptions.open = [this](const TableSet::View& table, std::string name, Predicate thresholds,
+                                std::shared_ptr<Subscriber> subscriber) {
+      return set->open(table, std::move(name), std::move(thresholds), std::move(subscriber));
+    };
+    subscriptions.close = [this](EventSituation::Id id) { set->close(id); };
+    desk.emplace(SituationDesk::Surroundings{config, situations, clock, timers, gate, *engine,
+                                             subnodes, std::move(subscriptions)},
+                 [this](const SituationStatus& status) { note(status); });
+    engine->addObserver(*desk);
+    engine->addObserver(*set);
   }
 
   std::optional<RequestError> watch(const char* name, const char* table, const char* where = "",
@@ -116,6 +141,8 @@ class SituationTest : public EngineTest {
   static inline const Texts kNothing;
 
   SituationsConfig situations;
+  EventsConfig events;
+  std::optional<SubscriptionSet> set;
   std::optional<SituationDesk> desk;
 
  private:

@@ -6,17 +6,7 @@
 namespace fw {
 namespace {
 
-class SituationStopTest : public SituationTest {
- protected:
-  /// As the main loop does it.
-  void stop(std::chrono::milliseconds bound) {
-    gate.close();
-    engine->refuse();
-    desk->refuse();
-    desk->deleteObjects();
-    engine->deleteObjects(bound);
-  }
-};
+class SituationStopTest : public SituationTest {};
 
 TEST_F(SituationStopTest, AtTheEndAllObjectsAreDeletedAndNobodyIsTold) {
   begin();
