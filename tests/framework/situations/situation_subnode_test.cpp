@@ -124,6 +124,8 @@ TEST_F(SituationSubnodeTest, ARequestIsNotOpenedAnewBeforeTheHangingOneHasGone) 
   }
 
   EXPECT_EQ(perSubnode.created, created);
+  advance(30s);
+  EXPECT_EQ(statusOf("Busy").missed, 0U) << "nobody waits to be sampled behind it";
   hang("nobody");
   door.open();
   ASSERT_TRUE(test::eventually([&] { return perSubnode.created == created + 1; }));
