@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "situations/problems.h"
+#include "situations/problem_text.h"
 
 namespace fw {
 
@@ -115,7 +115,7 @@ SituationStatus EventSituation::status() const {
 
 SituationStatus EventSituation::statusNow() const {
   SituationStatus status = state_.status();
-  Problems problems;
+  ProblemText problems;
   for (const auto& [subnode, each] : open_) {
     if (!each.problem.empty()) {
       problems.add(each.problem);

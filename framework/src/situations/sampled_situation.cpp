@@ -6,7 +6,7 @@
 #include <functional>
 #include <utility>
 
-#include "situations/problems.h"
+#include "situations/problem_text.h"
 
 namespace fw {
 
@@ -173,7 +173,7 @@ SituationStatus SampledSituation::statusNow() const {
 }
 
 std::string SampledSituation::problem() const {
-  Problems problems;
+  ProblemText problems;
   std::set<std::string> absent = wanted_;
   for (const Samplers* const samplers : {&samplers_, &leaving_}) {
     for (const auto& [raw, sampler] : *samplers) {

@@ -8,7 +8,7 @@
 namespace fw {
 
 /// Puts the first few of many problems into one text for people.
-class Problems {
+class ProblemText {
  public:
   void add(const std::string& text) {
     if (++count_ <= kShown) {
