@@ -17,6 +17,22 @@
 #include "engine/reports.h"
 #include "events/event_feed.h"
 #include "events/journal.h"
+#include "situations/situations.h"
+
+/// Situations that are taken in and never watched.
+class FakeSituations final : public fw::Situations {
+ public:
+  std::optional<fw::RequestError> watch(fw::SituationRequest /*request*/) override {
+    return std::nullopt;
+  }
+  std::optional<fw::RequestError> unwatch(std::string_view /*name*/) override {
+    return std::nullopt;
+  }
+  std::vector<fw::SituationStatus> situations() const override { return {}; }
+  std::optional<fw::SituationStatus> situation(std::string_view /*name*/) const override {
+    return std::nullopt;
+  }
+};
 
 /// Events of no table.
 class NoEvents final : public fw::EventFeed {
@@ -56,6 +72,7 @@ class FakeAgent final : public fw::Agent {
   std::vector<fw::TableStatus> tableList;
   std::vector<fw::SubnodeInfo> subnodeList;
   FakeActions actions;
+  FakeSituations situationsTaken;
   std::function<fw::ReportResult(const fw::ReportRequest&)> answer;
 
   NoEvents feed;
@@ -72,6 +89,7 @@ class FakeAgent final : public fw::Agent {
   fw::Actions& actionDesk() override { return actions; }
   const fw::EventFeed& eventFeed() const override { return feed; }
   fw::Journal& journal() override { return happenings; }
+  fw::Situations& situationDesk() override { return situationsTaken; }
 
   /// From now on reports are kept unanswered, until release().
   void hold();

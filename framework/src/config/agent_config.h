@@ -63,6 +63,11 @@ struct EventsConfig {
   std::uint64_t journalBytes = 16 * 1024 * 1024;
 };
 
+/// What is watched at the agent; `situations:` in the file.
+struct SituationsConfig {
+  std::uint32_t limit = 200;  ///< situations at most
+};
+
 /// What `config/agent.yaml` says, with the defaults of what it does not say. The schema
 /// (schema.cpp) has one line per member and prints the defaults that stand here.
 struct AgentConfig {
@@ -74,6 +79,7 @@ struct AgentConfig {
   EngineConfig engine;
   ActionConfig actions;
   EventsConfig events;
+  SituationsConfig situations;
   /// The loader makes `file` absolute.
   trace::Settings trace = traceDefaults();
 

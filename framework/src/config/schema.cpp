@@ -137,6 +137,11 @@ void addEvents(std::vector<Setting>& all) {
                      "Room for the entries of the journal that are kept."));
 }
 
+void addSituations(std::vector<Setting>& all) {
+  all.push_back(integer("situations.limit", MEMBER(situations.limit), 0, 10'000,
+                        "Situations that are watched at a time; more are refused."));
+}
+
 void addTrace(std::vector<Setting>& all) {
   all.push_back(traceClasses("trace.default", MEMBER(trace.defaultMask),
                              "What a unit traces for which `trace.units` says nothing else. Errors "
@@ -169,6 +174,7 @@ const std::vector<Setting>& configSchema() {
     addEngine(all);
     addActions(all);
     addEvents(all);
+    addSituations(all);
     addTrace(all);
     return all;
   }();

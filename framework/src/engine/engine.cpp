@@ -251,6 +251,11 @@ std::optional<RequestError> Engine::openRow(const std::string& table, const std:
   return std::nullopt;
 }
 
+std::shared_ptr<Turns> Engine::turnsOf(const TableSet::View& table, const SubnodeName& subnode) {
+  const std::lock_guard lock(mutex_);
+  return channelOf(table, subnode)->turns();
+}
+
 void Engine::finish(const std::shared_ptr<Report>& report) {
   Running running;
   {

@@ -64,6 +64,10 @@ class Engine {
   /// A table that is ready, or why it can't be used.
   std::variant<TableSet::View, RequestError> findTable(const std::string& name) const;
 
+  /// Where all callbacks of a pair take turns; an empty name stands for no subnode. They are its
+  /// turns until the subnode is closed or the table removed: post nothing after that.
+  std::shared_ptr<Turns> turnsOf(const TableSet::View& table, const SubnodeName& subnode);
+
   /// See Agent::report().
   void report(ReportRequest request, Done done);
 

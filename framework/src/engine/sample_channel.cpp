@@ -3,16 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <exception>
 #include <optional>
-#include <stdexcept>
+#include <utility>
 
-#include "agentfw/ras1.h"
 #include "engine/worker_lane.h"
 #include "tables/request_detail.h"
-#include "tables/vuira_state.h"
-
-RAS1_UNIT("SAMPLECHANNEL");
 
 namespace fw {
 
@@ -103,23 +98,11 @@ void SampleChannel::take(const std::shared_ptr<Sampling>& sampling) {
 }
 
 SampleOutcome SampleChannel::outcomeOf(const Sampling& sampling) {
-  RAS1_FUNCTION();
   SampleOutcome outcome;
-  try {
-    const auto call = [&] { outcome.sample = callAgent(sampling.hints, sampling.predicate); };
-    if (!shared_.gate.run(call)) {
-      outcome.error = "The agent is stopping.";
-      return outcome;
-    }
-    count(*outcome.sample);
-    return outcome;
-  } catch (const std::exception& error) {
-    outcome.error = error.what();
-  } catch (...) {
-    outcome.error = "The agent ended the callback with an unknown exception.";
-  }
-  ++table_->meters.errors;
-  RAS1_PRINT("ERROR: no sample of %s: %s", label_.c_str(), outcome.error.c_str());
+  const auto call = [&] {
+    outcome.sample = std::make_shared<const Sample>(callAgent(sampling.hints, sampling.predicate));
+  };
+  outcome.error = tryCallback(shared_.gate, table_->meters, label_, call).value_or("");
   return outcome;
 }
 
@@ -145,8 +128,7 @@ void SampleChannel::finish(const std::shared_ptr<Sampling>& sampling,
   }
 }
 
-std::shared_ptr<const Sample> SampleChannel::callAgent(const Hints& hints,
-                                                       const Predicate& predicate) {
+Sample SampleChannel::callAgent(const Hints& hints, const Predicate& predicate) {
   std::unique_ptr<vuira> own;
   if (!hints.empty()) {
     own = makeObject(hints, predicate);
@@ -154,20 +136,7 @@ std::shared_ptr<const Sample> SampleChannel::callAgent(const Hints& hints,
     object_ = makeObject({}, {});
   }
   vuira& object = hints.empty() ? *object_ : *own;
-  VuiraState::beginCallback(object);
-  const auto began = shared_.clock.monotonic();
-  object.TakeSample();
-  auto sample = std::make_shared<Sample>();
-  sample->takenAt = shared_.clock.wall();
-  sample->takenAtMono = shared_.clock.monotonic();
-  sample->duration = toMs(sample->takenAtMono - began);
-  sample->rowsLost = VuiraState::of(object).rowsLost;
-  sample->rows = VuiraState::takeRows(object);
-  if (sample->rows.rowCount() > 0 && sample->rows.rowSize() != info_->rowSize) {
-    throw std::runtime_error(fmt::format("The rows of {} have {} bytes, not {} as described.",
-                                         label_, sample->rows.rowSize(), info_->rowSize));
-  }
-  return sample;
+  return takeSample(object, shared_.clock, *info_, table_->meters, label_);
 }
 
 std::unique_ptr<vuira> SampleChannel::makeObject(const Hints& hints, const Predicate& predicate) {
@@ -179,25 +148,7 @@ std::unique_ptr<vuira> SampleChannel::makeObject(const Hints& hints, const Predi
   detail.filters = hints;
   detail.thresholds = predicate;
   detail.rowLimit = shared_.config.rowLimit;
-  ContextInfo context;
-  std::unique_ptr<vuira> object(table_->manager->CreateCtira(&detail, &context));
-  if (object == nullptr) {
-    throw std::runtime_error("The agent made no request object.");
-  }
-  return object;
-}
-
-void SampleChannel::count(const Sample& sample) {
-  TableMeters& meters = table_->meters;
-  ++meters.samples;
-  meters.rows += sample.rows.rowCount();
-  meters.rowsLost += sample.rowsLost;
-  meters.lastDurationMs = sample.duration.count();
-  std::int64_t most = meters.maxDurationMs;
-  while (sample.duration.count() > most &&
-         !meters.maxDurationMs.compare_exchange_weak(most, sample.duration.count())) {
-  }
-  meters.newest = sample.takenAtMono.time_since_epoch().count();
+  return openRequest(*table_->manager, std::move(detail));
 }
 
 std::shared_ptr<const Sample> SampleChannel::lastGood() const {
@@ -223,15 +174,9 @@ void SampleChannel::openRow(std::string row, RowOpened opened) {
   }
   const auto job = [self = shared_from_this(), row = std::move(row), opened] {
     std::unique_ptr<RowObject> object;
-    std::string why = "The agent is stopping.";
-    try {
-      self->shared_.gate.run([&] { object = self->makeRowObject(row); });
-    } catch (const std::exception& error) {
-      why = error.what();
-    } catch (...) {
-      why = "The agent ended the callback with an unknown exception.";
-    }
-    opened(std::move(object), why);
+    const auto open = [&] { object = self->makeRowObject(row); };
+    const auto wrong = tryCallback(self->shared_.gate, self->table_->meters, self->label_, open);
+    opened(std::move(object), wrong.value_or(""));
   };
   if (!turns_->post(job)) {
     opened(nullptr, "Too many samples wait for a worker.");

@@ -16,21 +16,12 @@
 #include "config/agent_config.h"
 #include "engine/callback_gate.h"
 #include "engine/row_object.h"
+#include "engine/sampling.h"
 #include "engine/table_entry.h"
 #include "engine/turns.h"
 #include "tables/condition.h"
-#include "tables/row_block.h"
 
 namespace fw {
-
-/// Rows as one callback delivered them.
-struct Sample {
-  RowBlock rows;
-  Clock::WallTime takenAt;           ///< when the callback returned
-  Clock::MonotonicTime takenAtMono;  ///< the same moment
-  std::chrono::milliseconds duration{0};
-  std::uint64_t rowsLost = 0;
-};
 
 /// What asking for a sample led to.
 struct SampleOutcome {
@@ -100,6 +91,9 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   /// Whether a callback has been running for longer than engine.stuck_after.
   bool isStuck() const;
 
+  /// Where the callbacks of this pair take turns, also those for other purposes than reports.
+  const std::shared_ptr<Turns>& turns() const { return turns_; }
+
   /// Whether a job has its turn now.
   bool isBusy() const { return turns_->runningFor().has_value(); }
 
@@ -138,9 +132,8 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   SampleOutcome outcomeOf(const Sampling& sampling);
   /// Ends a sampling and tells those who wait for it.
   void finish(const std::shared_ptr<Sampling>& sampling, const SampleOutcome& outcome);
-  std::shared_ptr<const Sample> callAgent(const Hints& hints, const Predicate& predicate);
+  Sample callAgent(const Hints& hints, const Predicate& predicate);
   std::unique_ptr<vuira> makeObject(const Hints& hints, const Predicate& predicate);
-  void count(const Sample& sample);
   void deleteObject();
   std::unique_ptr<RowObject> makeRowObject(const std::string& row);
 

@@ -117,7 +117,7 @@ int IRA_Subnode_Deregister(const char* name) {
 }
 
 int IRA_Subnode_SendRequest() {
-  Runtime::current().subnodeRegistry().commit();
+  Runtime::current().commitSubnodes();
   return fw::kRcOk;
 }
 

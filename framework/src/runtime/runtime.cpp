@@ -58,6 +58,20 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
                 [this](const SubnodeInfo& subnode) { journal_.add(subnode); }),
       timers_(clock),
       gate_([this] { return host_.callGuard(); }),
+      situations_({config.engine,
+                   config.situations,
+                   clock,
+                   timers_,
+                   gate_,
+                   engine_,
+                   subnodes_,
+                   {[this](const TableSet::View& table, std::string name, Predicate thresholds,
+                           std::shared_ptr<Subscriber> subscriber) {
+                      return subscriptions_.open(table, std::move(name), std::move(thresholds),
+                                                 std::move(subscriber));
+                    },
+                    [this](EventSituation::Id id) { subscriptions_.close(id); }}},
+                  [this](SituationStatus status) { journal_.add(std::move(status)); }),
       engine_(config.engine, clock, timers_, gate_, subnodes_),
       subscriptions_(config.engine, config.events, clock, timers_, gate_),
       eventLogs_(config.events, engine_, subscriptions_, journal_),
@@ -70,10 +84,12 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
       beforeRuntime_(currentRuntime.exchange(this)) {
   engine_.addObserver(subscriptions_);
   engine_.addObserver(eventLogs_);
+  engine_.addObserver(situations_);
 }
 
 Runtime::~Runtime() {
   shutdown();
+  situations_.refuse();
   subscriptions_.refuse();
   engine_.refuse();
   actions_->refuse();
@@ -211,6 +227,7 @@ void Runtime::end(Service& service) {
   const Countdown countdown(config_.engine.drainBound);
   gate_.close();
   service.refuse();
+  situations_.refuse();
   subscriptions_.refuse();
   engine_.refuse();
   actions_->refuse();
@@ -230,6 +247,7 @@ void Runtime::end(Service& service) {
 }
 
 void Runtime::deleteObjects(std::chrono::milliseconds bound) {
+  situations_.deleteObjects();
   subscriptions_.deleteObjects(bound);
   engine_.deleteObjects(bound);
 }
@@ -249,11 +267,17 @@ void Runtime::shutdown() {
   }
 }
 
+void Runtime::commitSubnodes() {
+  subnodes_.commit();
+  situations_.subnodesCame();
+}
+
 int Runtime::deregisterSubnode(const std::string& name) {
   RAS1_FLOW();
   if (const int rc = subnodes_.remove(name); rc != kRcOk) {
     return ras1Flow.result(rc);
   }
+  situations_.closeSubnode(name);
   if (!engine_.closeSubnode(name, config_.engine.drainBound)) {
     RAS1_PRINT("ERROR: a callback for subnode %s has not returned", name.c_str());
   }

@@ -23,6 +23,7 @@
 #include "runtime/identity.h"
 #include "runtime/service.h"
 #include "runtime/subnode_registry.h"
+#include "situations/situation_desk.h"
 #include "tables/table_registrar.h"
 
 namespace fw {
@@ -60,6 +61,9 @@ class Runtime final : public Agent, public TableRegistrar {
   /// See IRA_Shutdown().
   void shutdown();
 
+  /// See IRA_Subnode_SendRequest().
+  void commitSubnodes();
+
   /// See IRA_Subnode_Deregister(); the raw name.
   int deregisterSubnode(const std::string& name);
 
@@ -69,9 +73,10 @@ class Runtime final : public Agent, public TableRegistrar {
   std::optional<TableStatus> table(std::string_view name) const override;
   std::vector<SubnodeInfo> subnodes() const override;
   void report(ReportRequest request, std::function<void(ReportResult)> done) override;
-  Actions& actionDesk() override { return *actions_; }
   const EventFeed& eventFeed() const override { return eventLogs_; }
   Journal& journal() override { return journal_; }
+  Situations& situationDesk() override { return situations_; }
+  Actions& actionDesk() override { return *actions_; }
 
   // TableRegistrar
   int addTable(TableManager& manager) override;
@@ -112,6 +117,7 @@ class Runtime final : public Agent, public TableRegistrar {
   CommandCallback commandCallback_ = nullptr;                // guarded by mutex_
   LoaderResult loaded_;                                      // guarded by mutex_
 
+  SituationDesk situations_;  // follows the engine's tables as long as its workers run
   Engine engine_;
   SubscriptionSet subscriptions_;
   EventLogs eventLogs_;

@@ -30,6 +30,7 @@ struct SituationStatus {
   bool isTrue = false;               ///< rows of the last sample pass; never for an event table
   Clock::WallTime since;             ///< when `state` or `isTrue` last changed
   std::uint64_t matches = 0;         ///< rows or events that passed, since it was armed
+  std::uint64_t missed = 0;          ///< samples left out because the one before had not returned
   std::vector<std::string> trueFor;  ///< subnodes for which it is true; empty for own tables
   std::string problem;               ///< why it can't be watched (in part) now, or empty
 };

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "agentfw/vuira.h"
+#include "basic/clock.h"
+#include "engine/callback_gate.h"
+#include "engine/table_entry.h"
+#include "tables/request_detail.h"
+#include "tables/row_block.h"
+
+/// @file
+/// The callbacks that sample a table. Call them on a worker, through the gate, and never two at a
+/// time for one table and subnode.
+
+namespace fw {
+
+/// Rows as one callback delivered them.
+struct Sample {
+  RowBlock rows;
+  Clock::WallTime takenAt;           ///< when the callback returned
+  Clock::MonotonicTime takenAtMono;  ///< the same moment
+  std::chrono::milliseconds duration{0};
+  std::uint64_t rowsLost = 0;
+};
+
+/// Has the agent make a request object; throws std::runtime_error when it makes none.
+std::unique_ptr<vuira> openRequest(TableManager& manager, RequestDetail detail);
+
+/// Asks an object for its rows, and counts them. Throws std::runtime_error when they are not as the
+/// table was described; `label` names the pair in its text.
+Sample takeSample(vuira& object, Clock& clock, const TableInfo& info, TableMeters& meters,
+                  const std::string& label);
+
+/// Runs callbacks through the gate. Whatever they throw ends here: it is counted as the table's
+/// error, traced with `label`, and returned as a text for people. Nothing is returned when all went
+/// well. A closed gate gives a text, too, which is not counted.
+std::optional<std::string> tryCallback(CallbackGate& gate, TableMeters& meters,
+                                       const std::string& label,
+                                       const std::function<void()>& callback);
+
+}  // namespace fw

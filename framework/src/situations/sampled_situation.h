@@ -1,0 +1,83 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+
+#include "engine/subnode_directory.h"
+#include "engine/table_set.h"
+#include "situations/pair_sampler.h"
+#include "situations/situation_notices.h"
+#include "situations/situation_state.h"
+#include "situations/watched_situation.h"
+#include "tables/condition.h"
+
+namespace fw {
+
+/// A situation on a sampled table: one sampler per subnode, or one for the agent's own tables. It
+/// is true while the last sample of any of them had rows that pass.
+class SampledSituation final : public WatchedSituation,
+                               public SamplerListener,
+                               public std::enable_shared_from_this<SampledSituation> {
+ public:
+  /// Everything outlives the situation.
+  struct Shared {
+    PairSampler::Shared sampling;
+    std::uint32_t rowLimit;  ///< rows of one sample at most
+    const SubnodeDirectory& subnodes;
+    /// Gives the turns of a pair.
+    std::function<std::shared_ptr<Turns>(const TableSet::View&, const SubnodeName&)> turnsOf;
+  };
+
+  /// The longest that a request is open before its first sample.
+  static constexpr std::chrono::minutes kMaxFirstWait{1};
+
+  SampledSituation(Shared shared, TableSet::View table, SituationRequest request,
+                   Predicate predicate, std::shared_ptr<SituationNotices> notices);
+
+  void begin() override;
+  const TableEntry& table() const override { return *table_.entry; }
+  SituationStatus status() const override;
+  void refresh() override;
+  void closeSubnode(const std::string& raw) override;
+  void disarm() override;
+  void abandon() override;
+  bool isGone() const override;
+
+  void onOpened(const PairSampler& sampler) override;
+  void onSampled(const PairSampler& sampler, std::uint64_t passing) override;
+  void onGone(const PairSampler& sampler) override;
+
+ private:
+  using Samplers = std::map<std::string, std::shared_ptr<PairSampler>>;  // by raw name
+
+  void openMissing();                     // needs mutex_
+  void open(const SubnodeName& subnode);  // needs mutex_
+  void closeAll();                        // needs mutex_
+  bool isWanted(const SubnodeName& subnode) const;
+  bool isCurrent(const PairSampler& sampler) const;  // needs mutex_
+  std::chrono::milliseconds firstWait(const SubnodeName& subnode) const;
+  SituationStatus statusNow() const;  // needs mutex_
+  std::string problem() const;        // needs mutex_
+  void tell(bool isChange);           // needs mutex_
+
+  const Shared shared_;
+  const TableSet::View table_;
+  const Predicate predicate_;
+  const std::set<std::string> wanted_;  ///< shown names; empty: all
+  const std::shared_ptr<SituationNotices> notices_;
+
+  mutable std::mutex mutex_;
+  SituationState state_;  // guarded by mutex_
+  bool ended_ = false;    // guarded by mutex_; nothing is opened any more
+  Samplers samplers_;     // guarded by mutex_
+  /// guarded by mutex_; closed, with their request objects still there. A pair is not opened anew
+  /// before its old request has gone, so that a collector that hangs can't pile requests up.
+  Samplers leaving_;
+  std::uint64_t missedBefore_ = 0;  // guarded by mutex_; by samplers that have gone
+};
+
+}  // namespace fw

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <utility>
+
+#include "situations/situations.h"
+
+namespace fw {
+
+/// Hands the changes of situations on in the order in which they came, one at a time.
+///
+/// add() is called where the change is made, under the lock that orders changes; deliver() after
+/// that lock. Any thread may call. The notice is called without a lock held.
+class SituationNotices {
+ public:
+  using Notice = std::function<void(SituationStatus)>;
+
+  /// `notice` must neither block nor throw; it may be empty.
+  explicit SituationNotices(Notice notice) : notice_(std::move(notice)) {}
+  SituationNotices(const SituationNotices&) = delete;
+  SituationNotices& operator=(const SituationNotices&) = delete;
+
+  void add(SituationStatus status);
+
+  /// Hands on what was added. Returns at once when another thread is about it; that one hands on
+  /// the newest, too.
+  void deliver();
+
+ private:
+  const Notice notice_;
+  std::mutex mutex_;
+  std::deque<SituationStatus> waiting_;  // guarded by mutex_
+  bool delivering_ = false;              // guarded by mutex_
+};
+
+}  // namespace fw

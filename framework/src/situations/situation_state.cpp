@@ -1,0 +1,83 @@
+#include "situations/situation_state.h"
+
+#include <utility>
+
+namespace fw {
+
+using State = SituationStatus::State;
+
+SituationState::SituationState(SituationRequest request, Clock::WallTime now) {
+  status_.request = std::move(request);
+  status_.since = now;
+}
+
+bool SituationState::arm(Clock::WallTime now) {
+  if (status_.state != State::Arming) {
+    return false;
+  }
+  status_.state = State::Armed;
+  status_.since = now;
+  return true;
+}
+
+bool SituationState::sampled(const std::string& shown, std::uint64_t passing, Clock::WallTime now) {
+  if (status_.state == State::Disarming) {
+    return false;
+  }
+  status_.matches += passing;
+  if (passing > 0) {
+    trueFor_.insert(shown);
+  } else {
+    trueFor_.erase(shown);
+  }
+  return settle(now);
+}
+
+bool SituationState::pushed(std::uint64_t passing) {
+  if (status_.state == State::Disarming || passing == 0) {
+    return false;
+  }
+  status_.matches += passing;
+  return true;
+}
+
+bool SituationState::drop(const std::string& shown, Clock::WallTime now) {
+  if (status_.state == State::Disarming) {
+    return false;
+  }
+  trueFor_.erase(shown);
+  return settle(now);
+}
+
+bool SituationState::disarm(Clock::WallTime now) {
+  if (status_.state == State::Disarming) {
+    return false;
+  }
+  status_.state = State::Disarming;
+  status_.since = now;
+  status_.isTrue = false;
+  trueFor_.clear();
+  return true;
+}
+
+bool SituationState::settle(Clock::WallTime now) {
+  const bool isTrue = !trueFor_.empty();
+  if (isTrue == status_.isTrue) {
+    return false;
+  }
+  status_.isTrue = isTrue;
+  status_.since = now;
+  return true;
+}
+
+SituationStatus SituationState::status() const {
+  SituationStatus status = status_;
+  for (const std::string& shown : trueFor_) {
+    if (!shown.empty()) {
+      status.trueFor.push_back(shown);
+    }
+  }
+  return status;
+}
+
+}  // namespace fw

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+
+#include "basic/clock.h"
+#include "situations/situations.h"
+
+namespace fw {
+
+/// How a situation stands: the state and the truth that its samples and events lead to. Plain data
+/// with rules; its user locks. Operations return whether people are to be told of a change.
+class SituationState {
+ public:
+  SituationState(SituationRequest request, Clock::WallTime now);
+
+  /// The agent knows it now.
+  bool arm(Clock::WallTime now);
+
+  /// A sample of a pair had so many rows that pass. `shown` is the subnode's name, empty for none.
+  bool sampled(const std::string& shown, std::uint64_t passing, Clock::WallTime now);
+
+  /// So many pushed rows pass.
+  bool pushed(std::uint64_t passing);
+
+  /// A pair is not watched any more, and so not true.
+  bool drop(const std::string& shown, Clock::WallTime now);
+
+  /// It ends. The last change: nothing happens after it.
+  bool disarm(Clock::WallTime now);
+
+  const SituationRequest& request() const { return status_.request; }
+
+  /// Without `problem` and `missed`, which are not known here.
+  SituationStatus status() const;
+
+ private:
+  bool settle(Clock::WallTime now);
+
+  SituationStatus status_;
+  std::set<std::string> trueFor_;  ///< shown names, the empty one included
+};
+
+}  // namespace fw
