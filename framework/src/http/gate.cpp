@@ -23,6 +23,8 @@ std::string tooLong(std::string_view what, std::uint64_t bytes, std::uint64_t li
 
 }  // namespace
 
+bool isRead(std::string_view method) { return method == "GET" || method == "HEAD"; }
+
 Gate::Gate(std::uint16_t port, GateLimits limits) : limits_(limits) {
   for (const char* host : {"127.0.0.1", "localhost", "[::1]"}) {
     authorities_.push_back(std::string(host) + ':' + std::to_string(port));
@@ -33,13 +35,16 @@ Gate::Gate(std::uint16_t port, GateLimits limits) : limits_(limits) {
 }
 
 std::variant<Request, Problem> Gate::check(const RawRequest& raw) const {
-  for (auto problem : {checkLimits(raw), checkHost(raw), checkOrigin(raw)}) {
+  for (auto problem :
+       {checkLimits(raw), checkHost(raw), checkOrigin(raw), checkContent(raw.bodyBytes)}) {
     if (problem) {
       return *std::move(problem);
     }
   }
   Request request;
   request.method = raw.method;
+  request.contentType = raw.contentType;
+  request.acceptLanguage = raw.acceptLanguage;
   if (auto error = parseTarget(raw.target, request.target)) {
     return badRequest(*std::move(error));
   }
@@ -66,14 +71,18 @@ std::optional<Problem> Gate::checkLimits(const RawRequest& raw) const {
                    tooLong("The request's header", raw.headerBytes, limits_.headers),
                    {}};
   }
-  if (raw.bodyBytes > limits_.body) {
-    return Problem{413,
-                   "content-too-large",
-                   "The content is too large",
-                   tooLong("The request's content", raw.bodyBytes, limits_.body),
-                   {}};
-  }
   return std::nullopt;
+}
+
+std::optional<Problem> Gate::checkContent(std::uint64_t bytes) const {
+  if (bytes <= limits_.body) {
+    return std::nullopt;
+  }
+  return Problem{413,
+                 "content-too-large",
+                 "The content is too large",
+                 tooLong("The request's content", bytes, limits_.body),
+                 {}};
 }
 
 std::optional<Problem> Gate::checkHost(const RawRequest& raw) const {

@@ -19,15 +19,23 @@ struct RawRequest {
   std::string target;
   std::vector<std::string> hosts;    ///< all Host headers
   std::vector<std::string> origins;  ///< all Origin headers
-  std::size_t headerBytes = 0;       ///< request line and headers
-  std::uint64_t bodyBytes = 0;       ///< declared or received, whichever is more
+  std::string contentType;
+  std::string acceptLanguage;
+  std::size_t headerBytes = 0;  ///< request line and headers
+  std::uint64_t bodyBytes = 0;  ///< declared; 0 when the length is not known yet
 };
 
 /// A request that passed the gate.
 struct Request {
   std::string method;
   Target target;
+  std::string contentType;     ///< of the body; as it was sent
+  std::string acceptLanguage;  ///< as it was sent
+  std::string body;            ///< whole; empty for GET and HEAD, whose content means nothing
 };
+
+/// Whether a method only reads: GET or HEAD.
+bool isRead(std::string_view method);
 
 struct GateLimits {
   std::size_t target = 8 * 1024;     ///< bytes of the request target
@@ -44,7 +52,11 @@ class Gate {
  public:
   Gate(std::uint16_t port, GateLimits limits);
 
+  /// Looks at everything but the content, of which the request is given none.
   std::variant<Request, Problem> check(const RawRequest& raw) const;
+
+  /// Whether a content may have so many bytes.
+  std::optional<Problem> checkContent(std::uint64_t bytes) const;
 
  private:
   bool isOwnAuthority(std::string_view authority) const;

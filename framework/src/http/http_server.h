@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include "http/connection_table.h"
@@ -41,6 +42,9 @@ class Handler {
 
 /// An HTTP server on the loopback interface.
 ///
+/// A request reaches the handler when it is there whole. Its content is held in memory: at most
+/// GateLimits::body bytes for each of the connections.
+///
 /// A few threads serve all connections; none of them ever waits for an answer, because a
 /// connection without one is suspended. start(), refuse(), drain() and stop() belong to one thread.
 class HttpServer {
@@ -72,7 +76,8 @@ class HttpServer {
   friend struct ServerCallbacks;
 
   std::string startDaemon(int listener);
-  void handle(const std::shared_ptr<Exchange>& exchange, const RawRequest& raw);
+  void receive(Exchange& exchange, std::string_view piece);
+  void handle(const std::shared_ptr<Exchange>& exchange);
   void sweepUntilStopped();
 
   const ServerOptions options_;
