@@ -45,6 +45,14 @@ struct EngineConfig {
   std::uint32_t subnodeLimit = 1'000;
 };
 
+/// The web services of the agent; `services:` in the file.
+struct ServicesConfig {
+  std::uint32_t workers = 4;
+  std::uint32_t queueLimit = 64;                      ///< requests that wait for a worker at most
+  std::chrono::milliseconds deadline{30'000};         ///< from the request to the answer
+  std::uint64_t responseLimit = 16ULL * 1024 * 1024;  ///< bytes of a response
+};
+
 /// What `config/agent.yaml` says, with the defaults of what it does not say. The schema
 /// (schema.cpp) has one line per member and prints the defaults that stand here.
 struct AgentConfig {
@@ -54,6 +62,7 @@ struct AgentConfig {
   std::map<std::string, std::string> environment;
   HttpConfig http;
   EngineConfig engine;
+  ServicesConfig services;
   /// The loader makes `file` absolute.
   trace::Settings trace = traceDefaults();
 

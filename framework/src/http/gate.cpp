@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "http/token.h"
+
 namespace fw::http {
 
 namespace {
@@ -16,6 +18,14 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b) {
                     [](char x, char y) { return toLower(x) == toLower(y); });
 }
 
+/// What stands behind "Bearer " in the header; empty when it is something else.
+std::string_view bearerToken(std::string_view authorization) {
+  constexpr std::string_view kScheme = "Bearer ";
+  return equalsIgnoringCase(authorization.substr(0, kScheme.size()), kScheme)
+             ? authorization.substr(kScheme.size())
+             : "";
+}
+
 std::string tooLong(std::string_view what, std::uint64_t bytes, std::uint64_t limit) {
   return std::string(what) + " has " + std::to_string(bytes) + " bytes; at most " +
          std::to_string(limit) + " are taken.";
@@ -25,7 +35,8 @@ std::string tooLong(std::string_view what, std::uint64_t bytes, std::uint64_t li
 
 bool isRead(std::string_view method) { return method == "GET" || method == "HEAD"; }
 
-Gate::Gate(std::uint16_t port, GateLimits limits) : limits_(limits) {
+Gate::Gate(std::uint16_t port, GateLimits limits, std::string token)
+    : limits_(limits), token_(std::move(token)) {
   for (const char* host : {"127.0.0.1", "localhost", "[::1]"}) {
     authorities_.push_back(std::string(host) + ':' + std::to_string(port));
     if (port == kHttpPort) {
@@ -35,8 +46,8 @@ Gate::Gate(std::uint16_t port, GateLimits limits) : limits_(limits) {
 }
 
 std::variant<Request, Problem> Gate::check(const RawRequest& raw) const {
-  for (auto problem :
-       {checkLimits(raw), checkHost(raw), checkOrigin(raw), checkContent(raw.bodyBytes)}) {
+  for (auto problem : {checkLimits(raw), checkHost(raw), checkOrigin(raw), checkToken(raw),
+                       checkContent(raw.bodyBytes)}) {
     if (problem) {
       return *std::move(problem);
     }
@@ -72,6 +83,25 @@ std::optional<Problem> Gate::checkLimits(const RawRequest& raw) const {
                    {}};
   }
   return std::nullopt;
+}
+
+std::optional<Problem> Gate::checkToken(const RawRequest& raw) const {
+  if (isRead(raw.method)) {
+    return std::nullopt;
+  }
+  const bool isOnly = raw.authorizations.size() == 1;
+  const std::string_view shown = isOnly ? bearerToken(raw.authorizations.front()) : "";
+  if (!token_.empty() && isSameSecret(shown, token_)) {
+    return std::nullopt;
+  }
+  const std::string where = std::string(kTokenPath) + " of the agent's home";
+  return Problem{401,
+                 "unauthorized",
+                 "The token is missing or wrong",
+                 raw.method +
+                     " needs the header \"Authorization: Bearer TOKEN\"; the token is in " + where +
+                     ".",
+                 {}};
 }
 
 std::optional<Problem> Gate::checkContent(std::uint64_t bytes) const {

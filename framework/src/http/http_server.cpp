@@ -33,6 +33,8 @@ MHD_Result collect(void* request, MHD_ValueKind /*kind*/, const char* name, cons
     raw.hosts.emplace_back(text);
   } else if (strcasecmp(name, "Origin") == 0) {
     raw.origins.emplace_back(text);
+  } else if (strcasecmp(name, "Authorization") == 0) {
+    raw.authorizations.emplace_back(text);
   } else if (strcasecmp(name, "Content-Type") == 0) {
     raw.contentType = text;
   } else if (strcasecmp(name, "Accept-Language") == 0) {
@@ -157,7 +159,7 @@ std::string HttpServer::start() {
     return listener.error;
   }
   port_ = listener.port;
-  gate_.emplace(port_, options_.limits);
+  gate_.emplace(port_, options_.limits, options_.token);
   if (std::string error = startDaemon(listener.socket); !error.empty()) {
     close(listener.socket);
     port_ = 0;
@@ -193,6 +195,11 @@ std::string HttpServer::startDaemon(int listener) {
 void HttpServer::refuse() { refusing_ = true; }
 
 bool HttpServer::drain(std::chrono::milliseconds bound) { return table_.waitIdle(bound); }
+
+void HttpServer::abandon() {
+  refuse();
+  table_.abandon();
+}
 
 void HttpServer::stop() {
   RAS1_FLOW();

@@ -28,6 +28,7 @@ struct ServerOptions {
   std::chrono::milliseconds sweepPeriod{250};
   Deadlines deadlines;
   GateLimits limits;
+  std::string token;  ///< that requests must show to change something; empty: none may
 };
 
 /// Answers the requests that passed the gate.
@@ -66,7 +67,10 @@ class HttpServer {
   /// Waits at most `bound` until the requests in progress are answered; false when some are not.
   bool drain(std::chrono::milliseconds bound);
 
-  /// Answers what is still open with 503 and ends the server; the handler is not called after this.
+  /// Refuses new requests and answers those in progress with 503.
+  void abandon();
+
+  /// Does what abandon() does and ends the server; the handler is not called after this.
   /// Answers that are sent later go nowhere.
   void stop();
 

@@ -56,6 +56,10 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
       gate_([this] { return host_.callGuard(); }),
       engine_(config.engine, clock, timers_, gate_, subnodes_),
       loaderLane_("loader", {1, 0, 0, config.engine.stuckAfter}, clock, timers_),
+      serviceLane_("services",
+                   {config.services.workers, config.engine.stuckWorkers, config.services.queueLimit,
+                    config.engine.stuckAfter},
+                   clock, timers_),
       before_(setTableRegistrar(this)),
       beforeRuntime_(currentRuntime.exchange(this)) {}
 
@@ -97,7 +101,8 @@ int Runtime::run() {
     }
   }
   const TimerThread timerThread(timers_);
-  const std::unique_ptr<Service> service = services_(*this, config_);
+  const std::unique_ptr<Service> service =
+      services_({*this, config_, gate_, serviceLane_, timers_});
   const int rc = serve(*service);
   end(*service);
   return ras1Flow.result(rc);
@@ -199,6 +204,7 @@ void Runtime::end(Service& service) {
   engine_.deleteObjects(isEmpty ? config_.engine.drainBound : kWorkersBound);
   engine_.stop(kWorkersBound);
   loaderLane_.stop(kWorkersBound);
+  serviceLane_.stop(kWorkersBound);
 }
 
 void Runtime::shutdown() {
@@ -251,6 +257,7 @@ AgentStatus Runtime::status() const {
   status.reportsRefused = engine_.reportsRefused();
   status.lanes = engine_.lanes();
   status.lanes.push_back(loaderLane_.status());
+  status.lanes.push_back(serviceLane_.status());
   return status;
 }
 

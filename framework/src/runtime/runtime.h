@@ -32,8 +32,7 @@ class Runtime final : public Agent, public TableRegistrar {
  public:
   using Loader = int (*)();
   using CommandCallback = int (*)(VuiraAutomationCapsule*);
-  using ServiceFactory =
-      std::function<std::unique_ptr<Service>(Agent& agent, const AgentConfig& config)>;
+  using ServiceFactory = std::function<std::unique_ptr<Service>(const ServiceContext& context)>;
 
   /// Everything outlives the runtime.
   Runtime(const AgentConfig& config, Clock& clock, HostLink& host, ServiceFactory services);
@@ -105,6 +104,7 @@ class Runtime final : public Agent, public TableRegistrar {
 
   Engine engine_;
   WorkerLane loaderLane_;
+  WorkerLane serviceLane_;  // the callbacks of the agent's services
   TableRegistrar* before_;  // the registrar that this one replaced
   Runtime* beforeRuntime_;  // the runtime that this one replaced
 };

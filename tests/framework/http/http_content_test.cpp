@@ -37,6 +37,7 @@ class HttpContentTest : public testing::Test {
  protected:
   void SetUp() override {
     options.limits.body = kLimit;
+    options.token = std::string(32, 't');
     server.emplace(Clock::system(), options, handler);
     ASSERT_EQ(server->start(), "");
   }
@@ -46,7 +47,7 @@ class HttpContentTest : public testing::Test {
                                 const std::string& method = "POST") {
     HttpClient client(server->port());
     client.send(method + " /x HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server->port()) +
-                "\r\n" + headers + "\r\n" + content);
+                "\r\nAuthorization: Bearer " + options.token + "\r\n" + headers + "\r\n" + content);
     return client.read();
   }
 
@@ -140,8 +141,8 @@ TEST_F(HttpContentTest, RefusesOneByteTooManyAndNeverShowsIt) {
 
 TEST_F(HttpContentTest, KeepsAConnectionsRequestsApart) {
   HttpClient client(server->port());
-  const std::string head =
-      "POST /x HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server->port()) + "\r\n";
+  const std::string head = "POST /x HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server->port()) +
+                           "\r\nAuthorization: Bearer " + options.token + "\r\n";
 
   client.send(head + length("first") + "\r\nfirst" + head + length("second") + "\r\nsecond");
   const auto first = client.read();

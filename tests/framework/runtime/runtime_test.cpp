@@ -174,10 +174,11 @@ TEST_F(RuntimeTest, ShowsItsStatus) {
   EXPECT_FALSE(status.frameworkVersion.empty());
   EXPECT_GT(status.residentBytes, 0U);
   EXPECT_EQ(status.reports, 1U);
-  ASSERT_EQ(status.lanes.size(), 3U);
+  ASSERT_EQ(status.lanes.size(), 4U);
   EXPECT_EQ(status.lanes[0].name, "samples");
   EXPECT_EQ(status.lanes[1].name, "reports");
   EXPECT_EQ(status.lanes[2].name, "loader");
+  EXPECT_EQ(status.lanes[3].name, "services");
   EXPECT_EQ(runtime->tables().size(), 1U);
 }
 
