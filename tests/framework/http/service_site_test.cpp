@@ -201,6 +201,18 @@ TEST_F(ServiceSiteTest, SendsUnknownMediaTypesAsBytes) {
   EXPECT_EQ(ask("/service/s/").header("content-type"), "application/octet-stream");
 }
 
+TEST_F(ServiceSiteTest, EndsARequestsHandleWithItsCallback) {
+  std::atomic<KDH1_request_handle> handle{0};
+  serve("s", [&](KDH1_request_struct& request) {
+    handle = request.handle;
+    return reply(request, "");
+  });
+
+  EXPECT_EQ(ask("/service/s/").status, 200);
+
+  EXPECT_EQ(KDH1_Put(handle, "", 0), kKdh1DeadHandle);
+}
+
 TEST_F(ServiceSiteTest, ForgetsADeletedService) {
   const KDH1_handle service =
       serve("s", [](KDH1_request_struct& request) { return reply(request, ""); });
