@@ -69,6 +69,9 @@ using KDH1_service_t = int (*)(KDH1_request_struct* request, void* context);
 /// Option kind of KDH1_ActivityOptions: how the request's activity is accounted.
 inline constexpr int kKdh1ActivityAccounting = 4;
 
+/// Status of a response to a request with more content than the service takes.
+inline constexpr int kKdh1ContentTooLarge = 0x7C4C0010;
+
 extern "C" {
 
 AGENTFW_API int KDH1_New(KDH1_handle* service, const char* name, KDH1_service_t callback,
@@ -92,7 +95,7 @@ AGENTFW_API int KDH1_ActivityOptions(KDH1_request_handle request, int kind,
 AGENTFW_API int KDH1_OpenEntity(KDH1_request_handle request, std::uint32_t* value,
                                 std::uint32_t* length);
 
-/// Reads `length` bytes of the content.
+/// Reads the next `length` bytes of the content; it has been opened, and has as many left.
 AGENTFW_API int KDH1_Get(KDH1_request_handle request, char* buffer, std::uint32_t length);
 
 /// Starts the response; status 0 is success, anything else a failure without content.
@@ -101,5 +104,6 @@ AGENTFW_API int KDH1_Response(KDH1_request_handle request, int status, int optio
 /// Starts the response's content: its media type (KDH1_media_t) and length.
 AGENTFW_API int KDH1_CreateEntity(KDH1_request_handle request, int media, std::uint32_t length);
 
+/// Appends to the response's content, which may not become longer than it was announced.
 AGENTFW_API int KDH1_Put(KDH1_request_handle request, const char* data, std::uint32_t length);
 }

@@ -68,6 +68,14 @@ struct SituationsConfig {
   std::uint32_t limit = 200;  ///< situations at most
 };
 
+/// The web services of the agent; `services:` in the file.
+struct ServicesConfig {
+  std::uint32_t workers = 4;
+  std::uint32_t queueLimit = 64;                      ///< requests that wait for a worker at most
+  std::chrono::milliseconds deadline{30'000};         ///< from the request to the answer
+  std::uint64_t responseLimit = 16ULL * 1024 * 1024;  ///< bytes of a response
+};
+
 /// What `config/agent.yaml` says, with the defaults of what it does not say. The schema
 /// (schema.cpp) has one line per member and prints the defaults that stand here.
 struct AgentConfig {
@@ -80,6 +88,7 @@ struct AgentConfig {
   ActionConfig actions;
   EventsConfig events;
   SituationsConfig situations;
+  ServicesConfig services;
   /// The loader makes `file` absolute.
   trace::Settings trace = traceDefaults();
 

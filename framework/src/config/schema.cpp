@@ -142,6 +142,17 @@ void addSituations(std::vector<Setting>& all) {
                         "Situations that are watched at a time; more are refused."));
 }
 
+void addServices(std::vector<Setting>& all) {
+  all.push_back(integer("services.workers", MEMBER(services.workers), 1, 256,
+                        "Requests to the agent's web services that are answered at a time."));
+  all.push_back(integer("services.queue_limit", MEMBER(services.queueLimit), 1, 100'000,
+                        "Requests that wait for a worker; more are refused."));
+  all.push_back(duration("services.deadline", MEMBER(services.deadline), 10ms, 10min,
+                         "A request without an answer after so long is answered 504."));
+  all.push_back(size("services.response_limit", MEMBER(services.responseLimit), kKiB, kGiB,
+                     "Content of a service's answer; a longer one is refused."));
+}
+
 void addTrace(std::vector<Setting>& all) {
   all.push_back(traceClasses("trace.default", MEMBER(trace.defaultMask),
                              "What a unit traces for which `trace.units` says nothing else. Errors "
@@ -175,6 +186,7 @@ const std::vector<Setting>& configSchema() {
     addActions(all);
     addEvents(all);
     addSituations(all);
+    addServices(all);
     addTrace(all);
     return all;
   }();

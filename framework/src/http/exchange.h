@@ -5,7 +5,9 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <variant>
 
+#include "http/gate.h"
 #include "http/response.h"
 
 struct MHD_Connection;
@@ -26,9 +28,12 @@ class Exchange {
   const std::string target;  ///< as it stood in the request line
 
   // These belong to the connection's HTTP thread.
-  bool seen = false;     ///< the headers have come
-  bool handled = false;  ///< the request was given to the handler
-  std::uint64_t bodyBytes = 0;
+  bool seen = false;            ///< the headers have come
+  bool handled = false;         ///< the request was given to the handler
+  std::uint64_t bodyBytes = 0;  ///< of the content, received so far
+
+  /// What the gate says to the request; a request that may come in gathers its content here.
+  std::variant<Request, Problem> checked;
 
   /// Gives the answer. False when there is one already, or nobody to send it to.
   bool respond(Response&& response);

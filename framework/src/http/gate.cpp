@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "http/token.h"
+
 namespace fw::http {
 
 namespace {
@@ -16,6 +18,14 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b) {
                     [](char x, char y) { return toLower(x) == toLower(y); });
 }
 
+/// What stands behind "Bearer " in the header; empty when it is something else.
+std::string_view bearerToken(std::string_view authorization) {
+  constexpr std::string_view kScheme = "Bearer ";
+  return equalsIgnoringCase(authorization.substr(0, kScheme.size()), kScheme)
+             ? authorization.substr(kScheme.size())
+             : "";
+}
+
 std::string tooLong(std::string_view what, std::uint64_t bytes, std::uint64_t limit) {
   return std::string(what) + " has " + std::to_string(bytes) + " bytes; at most " +
          std::to_string(limit) + " are taken.";
@@ -23,7 +33,10 @@ std::string tooLong(std::string_view what, std::uint64_t bytes, std::uint64_t li
 
 }  // namespace
 
-Gate::Gate(std::uint16_t port, GateLimits limits) : limits_(limits) {
+bool isRead(std::string_view method) { return method == "GET" || method == "HEAD"; }
+
+Gate::Gate(std::uint16_t port, GateLimits limits, std::string token)
+    : limits_(limits), token_(std::move(token)) {
   for (const char* host : {"127.0.0.1", "localhost", "[::1]"}) {
     authorities_.push_back(std::string(host) + ':' + std::to_string(port));
     if (port == kHttpPort) {
@@ -33,13 +46,16 @@ Gate::Gate(std::uint16_t port, GateLimits limits) : limits_(limits) {
 }
 
 std::variant<Request, Problem> Gate::check(const RawRequest& raw) const {
-  for (auto problem : {checkLimits(raw), checkHost(raw), checkOrigin(raw)}) {
+  for (auto problem : {checkLimits(raw), checkHost(raw), checkOrigin(raw), checkToken(raw),
+                       checkContent(raw.bodyBytes)}) {
     if (problem) {
       return *std::move(problem);
     }
   }
   Request request;
   request.method = raw.method;
+  request.contentType = raw.contentType;
+  request.acceptLanguage = raw.acceptLanguage;
   if (auto error = parseTarget(raw.target, request.target)) {
     return badRequest(*std::move(error));
   }
@@ -66,14 +82,37 @@ std::optional<Problem> Gate::checkLimits(const RawRequest& raw) const {
                    tooLong("The request's header", raw.headerBytes, limits_.headers),
                    {}};
   }
-  if (raw.bodyBytes > limits_.body) {
-    return Problem{413,
-                   "content-too-large",
-                   "The content is too large",
-                   tooLong("The request's content", raw.bodyBytes, limits_.body),
-                   {}};
-  }
   return std::nullopt;
+}
+
+std::optional<Problem> Gate::checkToken(const RawRequest& raw) const {
+  if (isRead(raw.method)) {
+    return std::nullopt;
+  }
+  const bool isOnly = raw.authorizations.size() == 1;
+  const std::string_view shown = isOnly ? bearerToken(raw.authorizations.front()) : "";
+  if (!token_.empty() && isSameSecret(shown, token_)) {
+    return std::nullopt;
+  }
+  const std::string where = std::string(kTokenPath) + " of the agent's home";
+  return Problem{401,
+                 "unauthorized",
+                 "The token is missing or wrong",
+                 raw.method +
+                     " needs the header \"Authorization: Bearer TOKEN\"; the token is in " + where +
+                     ".",
+                 {}};
+}
+
+std::optional<Problem> Gate::checkContent(std::uint64_t bytes) const {
+  if (bytes <= limits_.body) {
+    return std::nullopt;
+  }
+  return Problem{413,
+                 "content-too-large",
+                 "The content is too large",
+                 tooLong("The request's content", bytes, limits_.body),
+                 {}};
 }
 
 std::optional<Problem> Gate::checkHost(const RawRequest& raw) const {

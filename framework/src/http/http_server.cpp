@@ -5,6 +5,7 @@
 #include <strings.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -27,10 +28,20 @@ constexpr std::chrono::milliseconds kLastAnswers{1000};
 
 MHD_Result collect(void* request, MHD_ValueKind /*kind*/, const char* name, const char* value) {
   auto& raw = *static_cast<RawRequest*>(request);
+  const char* const text = value != nullptr ? value : "";
   if (strcasecmp(name, "Host") == 0) {
-    raw.hosts.emplace_back(value != nullptr ? value : "");
+    raw.hosts.emplace_back(text);
   } else if (strcasecmp(name, "Origin") == 0) {
-    raw.origins.emplace_back(value != nullptr ? value : "");
+    raw.origins.emplace_back(text);
+  } else if (strcasecmp(name, "Authorization") == 0) {
+    raw.authorizations.emplace_back(text);
+  } else if (strcasecmp(name, "Content-Type") == 0) {
+    raw.contentType = text;
+  } else if (strcasecmp(name, "Accept-Language") == 0) {
+    raw.acceptLanguage = text;
+  } else if (strcasecmp(name, "Content-Length") == 0) {
+    // The library has refused anything that is not a number.
+    raw.bodyBytes = std::strtoull(text, nullptr, 10);
   }
   return MHD_YES;
 }
@@ -39,7 +50,6 @@ RawRequest readRequest(MHD_Connection* connection, const char* method, const Exc
   RawRequest raw;
   raw.method = method;
   raw.target = exchange.target;
-  raw.bodyBytes = exchange.bodyBytes;
   MHD_get_connection_values(connection, MHD_HEADER_KIND, collect, &raw);
   const auto* info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
   raw.headerBytes = info != nullptr ? info->header_size : 0;
@@ -53,10 +63,13 @@ std::uint32_t toNumber(const sockaddr* address) {
   return v4.sin_addr.s_addr;
 }
 
-std::uint64_t declaredLength(MHD_Connection* connection) {
-  // The library has refused anything that is not a number.
-  const char* text = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, "Content-Length");
-  return text == nullptr ? 0 : std::strtoull(text, nullptr, 10);
+/// Appends to a content of at most `limit` bytes, and never takes more memory than that.
+void append(std::string& body, std::string_view piece, std::size_t limit) {
+  const std::size_t needed = body.size() + piece.size();
+  if (needed > body.capacity()) {
+    body.reserve(std::min(std::max(needed, 2 * body.capacity()), limit));
+  }
+  body += piece;
 }
 
 }  // namespace
@@ -87,26 +100,26 @@ struct ServerCallbacks {
   }
 
   static MHD_Result request(void* self, MHD_Connection* connection, const char* /*path*/,
-                            const char* method, const char* /*version*/, const char* /*upload*/,
+                            const char* method, const char* /*version*/, const char* upload,
                             std::size_t* uploadSize, void** /*context*/) noexcept {
-    const std::uint64_t limit = server(self).options_.limits.body;
     const std::shared_ptr<Exchange> exchange = server(self).table_.current(connection);
     if (!std::exchange(exchange->seen, true)) {
+      const Gate& gate = *server(self).gate_;
+      const RawRequest raw = readRequest(connection, method, *exchange);
+      exchange->checked = gate.check(raw);
       // An answer at this point would end the connection. Only content that is too long to be
       // read is a reason for that.
-      exchange->bodyBytes = declaredLength(connection);
-      if (exchange->bodyBytes <= limit) {
-        exchange->bodyBytes = 0;
+      if (!gate.checkContent(raw.bodyBytes)) {
         return MHD_YES;
       }
     } else if (*uploadSize != 0) {
-      exchange->bodyBytes += *uploadSize;  // nothing here takes content
+      server(self).receive(*exchange, {upload, *uploadSize});
       *uploadSize = 0;
       return MHD_YES;
     }
     if (!std::exchange(exchange->handled, true)) {
       server(self).table_.handling(connection);
-      server(self).handle(exchange, readRequest(connection, method, *exchange));
+      server(self).handle(exchange);
     }
     std::optional<Response> response = exchange->takeOrSuspend();
     if (!response) {
@@ -146,7 +159,7 @@ std::string HttpServer::start() {
     return listener.error;
   }
   port_ = listener.port;
-  gate_.emplace(port_, options_.limits);
+  gate_.emplace(port_, options_.limits, options_.token);
   if (std::string error = startDaemon(listener.socket); !error.empty()) {
     close(listener.socket);
     port_ = 0;
@@ -183,6 +196,11 @@ void HttpServer::refuse() { refusing_ = true; }
 
 bool HttpServer::drain(std::chrono::milliseconds bound) { return table_.waitIdle(bound); }
 
+void HttpServer::abandon() {
+  refuse();
+  table_.abandon();
+}
+
 void HttpServer::stop() {
   RAS1_FLOW();
   if (daemon_ == nullptr) {
@@ -203,9 +221,22 @@ void HttpServer::stop() {
   RAS1_PRINT("HTTP server stopped");
 }
 
-void HttpServer::handle(const std::shared_ptr<Exchange>& exchange, const RawRequest& raw) {
+void HttpServer::receive(Exchange& exchange, std::string_view piece) {
+  exchange.bodyBytes += piece.size();
+  auto* const request = std::get_if<Request>(&exchange.checked);
+  if (request == nullptr) {
+    return;  // refused already: the rest is only read to its end
+  }
+  if (auto problem = gate_->checkContent(exchange.bodyBytes)) {
+    exchange.checked = *std::move(problem);
+  } else if (!isRead(request->method)) {
+    append(request->body, piece, options_.limits.body);
+  }
+}
+
+void HttpServer::handle(const std::shared_ptr<Exchange>& exchange) {
   RAS1_FUNCTION();
-  auto checked = gate_->check(raw);
+  auto checked = std::move(exchange->checked);
   if (refusing_) {
     checked = stopping();
   }

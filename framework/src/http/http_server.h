@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include "http/connection_table.h"
@@ -27,6 +28,7 @@ struct ServerOptions {
   std::chrono::milliseconds sweepPeriod{250};
   Deadlines deadlines;
   GateLimits limits;
+  std::string token;  ///< that requests must show to change something; empty: none may
 };
 
 /// Answers the requests that passed the gate.
@@ -40,6 +42,9 @@ class Handler {
 };
 
 /// An HTTP server on the loopback interface.
+///
+/// A request reaches the handler when it is there whole. Its content is held in memory: at most
+/// GateLimits::body bytes for each of the connections.
 ///
 /// A few threads serve all connections; none of them ever waits for an answer, because a
 /// connection without one is suspended. start(), refuse(), drain() and stop() belong to one thread.
@@ -62,7 +67,10 @@ class HttpServer {
   /// Waits at most `bound` until the requests in progress are answered; false when some are not.
   bool drain(std::chrono::milliseconds bound);
 
-  /// Answers what is still open with 503 and ends the server; the handler is not called after this.
+  /// Refuses new requests and answers those in progress with 503.
+  void abandon();
+
+  /// Does what abandon() does and ends the server; the handler is not called after this.
   /// Answers that are sent later go nowhere.
   void stop();
 
@@ -72,7 +80,8 @@ class HttpServer {
   friend struct ServerCallbacks;
 
   std::string startDaemon(int listener);
-  void handle(const std::shared_ptr<Exchange>& exchange, const RawRequest& raw);
+  void receive(Exchange& exchange, std::string_view piece);
+  void handle(const std::shared_ptr<Exchange>& exchange);
   void sweepUntilStopped();
 
   const ServerOptions options_;

@@ -1,23 +1,35 @@
+#include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "basic/clock.h"
 #include "config/agent_config.h"
 #include "http/http_server.h"
 #include "http/rest_api.h"
+#include "http/service_registry.h"
+#include "http/service_site.h"
+#include "http/token.h"
 #include "runtime/service.h"
 
 namespace fw {
 
 namespace {
 
-http::ServerOptions toOptions(const HttpConfig& config) {
+/// What a service may take on top of its deadline, so that its own answer for it comes first.
+constexpr std::chrono::seconds kAnswerMargin{5};
+
+http::ServerOptions toOptions(const AgentConfig& agentConfig) {
+  const HttpConfig& config = agentConfig.http;
   http::ServerOptions options;
   options.port = config.port;
   options.connections = {config.maxConnections, config.maxConnectionsPerAddress};
   options.connectionMemory = config.connectionMemory;
   options.idleTimeout = std::chrono::ceil<std::chrono::seconds>(config.idleTimeout);
   options.deadlines.receive = config.requestDeadline;
+  options.deadlines.answer =
+      std::max(options.deadlines.answer, agentConfig.services.deadline + kAnswerMargin);
   options.limits.body = config.bodyLimit;
   // The library's own refusal of what does not fit into its memory is bare; these say more.
   options.limits.headers = config.connectionMemory / 2;
@@ -25,28 +37,68 @@ http::ServerOptions toOptions(const HttpConfig& config) {
   return options;
 }
 
-/// The REST API on its server.
+/// The REST API and the agent's services on one server.
 class HttpService final : public Service {
  public:
-  HttpService(Agent& agent, const AgentConfig& config)
-      : api_(agent, [this] { return server_.counters(); }),
-        server_(Clock::system(), toOptions(config.http), api_) {}
+  explicit HttpService(const ServiceContext& context)
+      : config_(context.config),
+        api_(context.agent, [this] { return server_->counters(); }),
+        site_(services_,
+              {context.gate, context.lane, context.timers, config_.services.deadline,
+               config_.services.responseLimit},
+              api_) {}
 
-  std::string start() override { return server_.start(); }
-  std::uint16_t port() const override { return server_.port(); }
-  void refuse() override { server_.refuse(); }
-  void drain(std::chrono::milliseconds bound) override { server_.drain(bound); }
-  void stop() override { server_.stop(); }
+  std::string start() override {
+    http::ServerOptions options = toOptions(config_);
+    if (!config_.home.empty()) {  // without a home nothing can be changed
+      http::Token token = http::loadToken(config_.home);
+      if (!token.error.empty()) {
+        return token.error;
+      }
+      options.token = std::move(token.text);
+    }
+    services_.open();
+    server_.emplace(Clock::system(), std::move(options), site_);
+    return server_->start();
+  }
+
+  std::uint16_t port() const override { return server_ ? server_->port() : 0; }
+
+  void refuse() override {
+    if (server_) {
+      server_->refuse();
+    }
+  }
+
+  void drain(std::chrono::milliseconds bound) override {
+    if (server_) {
+      server_->drain(bound);
+    }
+  }
+
+  void stop() override {
+    // Whoever waits for a service gets an answer before the agent's threads leave the services.
+    if (server_) {
+      server_->abandon();
+    }
+    services_.end();
+    if (server_) {
+      server_->stop();
+    }
+  }
 
  private:
+  const AgentConfig& config_;
+  http::ServiceRegistry& services_ = http::ServiceRegistry::instance();
   http::RestApi api_;
-  http::HttpServer server_;
+  http::ServiceSite site_;
+  std::optional<http::HttpServer> server_;  // set when the token is known
 };
 
 }  // namespace
 
-std::unique_ptr<Service> createHttpService(Agent& agent, const AgentConfig& config) {
-  return std::make_unique<HttpService>(agent, config);
+std::unique_ptr<Service> createHttpService(const ServiceContext& context) {
+  return std::make_unique<HttpService>(context);
 }
 
 }  // namespace fw

@@ -96,7 +96,7 @@ bool queueResponse(MHD_Connection* connection, Response&& response) {
     }
     MHD_add_response_header(created.get(), "Content-Type",
                             std::string(response.contentType).c_str());
-    addHeaders(created.get(), securityHeaders());
+    addHeaders(created.get(), securityHeaders(response.policy));
     addHeaders(created.get(), response.headers);
     if (response.close) {
       MHD_add_response_header(created.get(), "Connection", "close");

@@ -20,8 +20,11 @@ Response problemResponse(const Problem& problem, std::string_view path) {
   response.contentType = kProblemType;
   // A path or a host that is not UTF-8 is shown with replacement characters.
   response.body = json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
-  if (problem.status == 405) {
-    response.headers.push_back({"Allow", "GET, HEAD"});
+  if (problem.status == 401) {
+    response.headers.push_back({"WWW-Authenticate", "Bearer"});
+  }
+  if (!problem.allow.empty()) {
+    response.headers.push_back({"Allow", std::string(problem.allow)});
   }
   if (problem.status == 503) {
     response.headers.push_back({"Retry-After", "1"});
@@ -42,13 +45,13 @@ Problem notFound(std::string_view path) {
           {}};
 }
 
-Problem methodNotAllowed(std::string_view method) {
+Problem methodNotAllowed(std::string_view method, std::string_view allow) {
   return {405,
           "method-not-allowed",
           "The method is not allowed here",
-          "Everything here can only be read, with GET or HEAD; " + std::string(method) +
-              " changes nothing.",
-          {}};
+          "Allowed here: " + std::string(allow) + "; not " + std::string(method) + ".",
+          {},
+          allow};
 }
 
 Problem stopping() {

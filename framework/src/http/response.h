@@ -27,6 +27,12 @@ struct Header {
   std::string value;
 };
 
+/// What a browser may do with an answer that is a page.
+enum class ContentPolicy {
+  Console,      ///< use what the agent itself serves, and nothing within the page
+  Application,  ///< use scripts and styles within the page, and nothing else but pictures
+};
+
 /// An answer. Its content is `fixedBody` if that is given, else `source`, else `body`.
 struct Response {
   int status = 200;
@@ -35,11 +41,12 @@ struct Response {
   std::string_view fixedBody;  ///< static storage
   std::unique_ptr<BodySource> source;
   std::vector<Header> headers;
+  ContentPolicy policy = ContentPolicy::Console;
   bool close = false;  ///< the connection ends after this answer
 };
 
 /// The headers that every answer carries, chosen so that a browser takes nothing from elsewhere,
 /// guesses no type, keeps no copy, and shows the answer in no frame.
-const std::vector<Header>& securityHeaders();
+const std::vector<Header>& securityHeaders(ContentPolicy policy);
 
 }  // namespace fw::http

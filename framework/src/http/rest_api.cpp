@@ -29,8 +29,6 @@ Response pageFile(const PageFile& file) {
   return response;
 }
 
-bool isRead(const std::string& method) { return method == "GET" || method == "HEAD"; }
-
 }  // namespace
 
 /// What stands at an address.
@@ -128,9 +126,9 @@ Response RestApi::table(const Request& request) const {
     known.push_back(each.info->name);
   }
   RequestError error{RequestError::Kind::UnknownTable,
-                    "There is no table \"" + name + "\"; /api/v1/tables lists them.",
-                    {},
-                    nearestOf(name, known)};
+                     "There is no table \"" + name + "\"; /api/v1/tables lists them.",
+                     {},
+                     nearestOf(name, known)};
   return problemResponse(toProblem(error), request.target.path);
 }
 

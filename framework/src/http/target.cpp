@@ -85,6 +85,7 @@ std::optional<std::string> parseTarget(std::string_view raw, Target& target) {
     return "The path is not well-formed: " + *error + ".";
   }
   target.path = path;
+  target.query = question == std::string_view::npos ? "" : raw.substr(question + 1);
   target.segments.clear();
   target.parameters.clear();
   path.remove_prefix(1);
@@ -99,9 +100,24 @@ std::optional<std::string> parseTarget(std::string_view raw, Target& target) {
     }
     path.remove_prefix(slash + 1);
   }
-  return question == std::string_view::npos
-             ? std::nullopt
-             : parseQuery(raw.substr(question + 1), target.parameters);
+  return question == std::string_view::npos ? std::nullopt
+                                            : parseQuery(target.query, target.parameters);
+}
+
+std::string encodeSegment(std::string_view text) {
+  constexpr std::string_view kPlain =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string out;
+  for (const char c : text) {
+    if (kPlain.find(c) != std::string_view::npos) {
+      out += c;
+    } else {
+      const auto code = static_cast<unsigned char>(c);
+      out += {'%', kDigits[code >> 4U], kDigits[code & 0xFU]};
+    }
+  }
+  return out;
 }
 
 }  // namespace fw::http

@@ -80,6 +80,10 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
           [this] { return commandCallback(); },
           [this](const ActionStatus& status) { journal_.add(status); })),
       loaderLane_("loader", {1, 0, 0, config.engine.stuckAfter}, clock, timers_),
+      serviceLane_("services",
+                   {config.services.workers, config.engine.stuckWorkers, config.services.queueLimit,
+                    config.engine.stuckAfter},
+                   clock, timers_),
       before_(setTableRegistrar(this)),
       beforeRuntime_(currentRuntime.exchange(this)) {
   engine_.addObserver(subscriptions_);
@@ -137,7 +141,8 @@ int Runtime::run() {
     }
   }
   const TimerThread timerThread(timers_);
-  const std::unique_ptr<Service> service = services_(*this, config_);
+  const std::unique_ptr<Service> service =
+      services_({*this, config_, gate_, serviceLane_, timers_});
   const int rc = serve(*service);
   end(*service);
   return ras1Flow.result(rc);
@@ -244,6 +249,7 @@ void Runtime::end(Service& service) {
   subscriptions_.stop(kWorkersBound);
   engine_.stop(kWorkersBound);
   loaderLane_.stop(kWorkersBound);
+  serviceLane_.stop(kWorkersBound);
 }
 
 void Runtime::deleteObjects(std::chrono::milliseconds bound) {
@@ -312,6 +318,7 @@ AgentStatus Runtime::status() const {
   }
   status.lanes.push_back(actions_->lane());
   status.lanes.push_back(loaderLane_.status());
+  status.lanes.push_back(serviceLane_.status());
   return status;
 }
 

@@ -36,8 +36,7 @@ namespace fw {
 class Runtime final : public Agent, public TableRegistrar {
  public:
   using Loader = int (*)();
-  using ServiceFactory =
-      std::function<std::unique_ptr<Service>(Agent& agent, const AgentConfig& config)>;
+  using ServiceFactory = std::function<std::unique_ptr<Service>(const ServiceContext& context)>;
 
   /// Everything outlives the runtime.
   Runtime(const AgentConfig& config, Clock& clock, HostLink& host, ServiceFactory services);
@@ -123,6 +122,7 @@ class Runtime final : public Agent, public TableRegistrar {
   EventLogs eventLogs_;
   std::shared_ptr<ActionDesk> actions_;  // ends before the engine
   WorkerLane loaderLane_;
+  WorkerLane serviceLane_;  // the callbacks of the agent's services
   TableRegistrar* before_;  // the registrar that this one replaced
   Runtime* beforeRuntime_;  // the runtime that this one replaced
 };

@@ -8,7 +8,19 @@
 namespace fw {
 
 class Agent;
+class CallbackGate;
+class TimerQueue;
+class WorkerLane;
 struct AgentConfig;
+
+/// What a server needs of the runtime; all of it outlives the server.
+struct ServiceContext {
+  Agent& agent;
+  const AgentConfig& config;
+  CallbackGate& gate;  ///< callbacks into the agent go through it,
+  WorkerLane& lane;    ///< on this lane,
+  TimerQueue& timers;  ///< and have their deadlines here
+};
 
 /// A server that the main loop starts and stops. All operations are called on the thread of
 /// kramain, in the order in which they stand here, start() once.
@@ -32,7 +44,7 @@ class Service {
   virtual void stop() = 0;
 };
 
-/// Makes the HTTP server. Both arguments outlive the service.
-std::unique_ptr<Service> createHttpService(Agent& agent, const AgentConfig& config);
+/// Makes the HTTP server.
+std::unique_ptr<Service> createHttpService(const ServiceContext& context);
 
 }  // namespace fw

@@ -153,9 +153,11 @@ TEST_F(HttpLimitsTest, RefusesWhatDoesNotFitIntoAConnectionsMemory) {
 TEST_F(HttpLimitsTest, RefusesLongContentWithAProblem) {
   start();
   HttpClient declared(server->port());
-  declared.send("POST / HTTP/1.1\r\n" + host() + "Content-Length: 2000000000\r\n\r\n");
+  declared.send("POST / HTTP/1.1\r\n" + host() + authorization() +
+                "Content-Length: 2000000000\r\n\r\n");
   HttpClient chunked(server->port());
-  chunked.send("POST / HTTP/1.1\r\n" + host() + "Transfer-Encoding: chunked\r\n\r\n");
+  chunked.send("POST / HTTP/1.1\r\n" + host() + authorization() +
+               "Transfer-Encoding: chunked\r\n\r\n");
   for (int i = 0; i < 20; ++i) {
     chunked.send("10000\r\n" + std::string(0x10000, 'a') + "\r\n");
   }

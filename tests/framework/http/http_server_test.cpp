@@ -94,6 +94,16 @@ TEST_F(HttpServerTest, RefusesForeignHostsAndOrigins) {
   EXPECT_EQ(parse(*origin)["type"], "urn:zel:problem:foreign-origin");
 }
 
+TEST_F(HttpServerTest, ChangesNothingWithoutTheToken) {
+  const auto without = get("/nothing", "POST");
+  const auto with = get("/nothing", "POST", authorization());
+
+  EXPECT_EQ(without.status, 401);
+  EXPECT_EQ(without.header("www-authenticate"), "Bearer");
+  EXPECT_EQ(parse(without)["type"], "urn:zel:problem:unauthorized");
+  EXPECT_EQ(with.status, 404);
+}
+
 TEST_F(HttpServerTest, TakesItsOwnOrigin) {
   const std::string origin = "Origin: http://localhost:" + std::to_string(server->port());
 
@@ -137,7 +147,8 @@ TEST_F(HttpServerTest, RefusesABadTargetWithAProblem) {
 
 TEST_F(HttpServerTest, ReadsAndIgnoresContentOfARequest) {
   HttpClient client(server->port());
-  client.send("POST /healthz HTTP/1.1\r\n" + host() + "Content-Length: 5\r\n\r\nhello");
+  client.send("POST /healthz HTTP/1.1\r\n" + host() + authorization() +
+              "Content-Length: 5\r\n\r\nhello");
   const auto refused = client.read();
   client.send("GET /healthz HTTP/1.1\r\n" + host() +
               "Transfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n0\r\n\r\n");

@@ -108,7 +108,7 @@ TEST_F(RestApiTest, SaysNotFoundForEveryOtherAddress) {
 
 TEST_F(RestApiTest, AllowsOnlyReading) {
   for (const char* method : {"OPTIONS", "POST", "PUT", "DELETE", "PATCH", "TRACE", "BREW"}) {
-    const HttpReply reply = get("/api/v1/agent", method);
+    const HttpReply reply = get("/api/v1/agent", method, authorization());
     EXPECT_EQ(reply.status, 405) << method;
     EXPECT_EQ(reply.header("allow"), "GET, HEAD") << method;
     EXPECT_EQ(reply.header("content-type"), "application/problem+json") << method;

@@ -18,6 +18,7 @@ namespace fw::http {
 class ServerFixture : public testing::Test {
  protected:
   ServerFixture() {
+    options.token = "0123456789abcdef0123456789abcdef";
     agent.agentStatus.state = AgentStatus::State::Ready;
     agent.agentStatus.nodeName = "main:box:JX";
     agent.agentStatus.productCode = "ZJX";
@@ -50,6 +51,9 @@ class ServerFixture : public testing::Test {
     EXPECT_TRUE(reply) << method << ' ' << target;
     return reply.value_or(HttpReply{});
   }
+
+  /// The header that lets a request change something.
+  std::string authorization() const { return "Authorization: Bearer " + options.token + "\r\n"; }
 
   static nlohmann::json parse(const HttpReply& reply) { return nlohmann::json::parse(reply.body); }
 

@@ -77,7 +77,7 @@ class RuntimeTest : public testing::Test {
   }
 
   void make() {
-    runtime.emplace(config, Clock::system(), host, [this](Agent&, const AgentConfig&) {
+    runtime.emplace(config, Clock::system(), host, [this](const ServiceContext&) {
       return std::make_unique<TestService>(service, serviceFailure);
     });
   }

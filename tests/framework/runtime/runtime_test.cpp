@@ -179,7 +179,7 @@ TEST_F(RuntimeTest, ShowsItsStatus) {
     lanes.push_back(lane.name);
   }
   EXPECT_EQ(lanes, (std::vector<std::string>{"samples", "reports", "subscriptions", "events",
-                                             "actions", "loader"}));
+                                             "actions", "loader", "services"}));
   EXPECT_EQ(runtime->tables().size(), 1U);
 }
 
