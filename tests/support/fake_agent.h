@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "engine/reports.h"
+#include "events/journal.h"
 
 /// A running agent that a test makes up. Answers reports on a thread of its own, as the real one
 /// does, or holds them until it is told to go on. Set the public members before it is used.
@@ -28,6 +29,15 @@ class FakeAgent final : public fw::Agent {
   std::vector<fw::SubnodeInfo> subnodeList;
   std::function<fw::ReportResult(const fw::ReportRequest&)> answer;
 
+  // Not owned. Those that a test does not set answer that there is nothing.
+  const fw::EventFeed* events;
+  fw::Situations* situations;
+  fw::Actions* actions;
+
+  /// Keeps 1000 entries unless a test puts another one here.
+  std::unique_ptr<fw::Journal> happenings =
+      std::make_unique<fw::Journal>(fw::Clock::system(), 1000);
+
   /// Adds a table that is ready.
   void addTable(std::shared_ptr<const fw::TableInfo> table);
 
@@ -36,6 +46,10 @@ class FakeAgent final : public fw::Agent {
   std::optional<fw::TableStatus> table(std::string_view name) const override;
   std::vector<fw::SubnodeInfo> subnodes() const override { return subnodeList; }
   void report(fw::ReportRequest request, Done done) override;
+  const fw::EventFeed& eventFeed() const override { return *events; }
+  fw::Journal& journal() override { return *happenings; }
+  fw::Situations& situationDesk() override { return *situations; }
+  fw::Actions& actionDesk() override { return *actions; }
 
   /// From now on reports are kept unanswered, until release().
   void hold();

@@ -81,7 +81,13 @@ class Journal {
   mutable std::mutex mutex_;
   std::deque<std::shared_ptr<const JournalEntry>> entries_;  // guarded by mutex_
   std::uint64_t lastNumber_ = 0;                             // guarded by mutex_
-  // What listen() needs stands beside these.
+
+  class Subscription;
+  struct Listeners {
+    std::mutex mutex;
+    std::map<const Listening*, std::function<void()>> wakes;  // guarded by mutex
+  };
+  const std::shared_ptr<Listeners> listeners_ = std::make_shared<Listeners>();
 };
 
 }  // namespace fw

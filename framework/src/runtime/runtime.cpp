@@ -23,6 +23,8 @@ namespace {
 // What workers still do when all callbacks have ended, or don't end any more, is short.
 constexpr std::chrono::milliseconds kWorkersBound{1'000};
 
+constexpr std::size_t kJournalEntries = 10'000;
+
 std::atomic<Runtime*> currentRuntime{nullptr};
 
 /// Nothing is configured in a process that never called configure(): defaults, and no product.
@@ -52,6 +54,7 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
       started_(clock.monotonic()),
       identity_(config),
       subnodes_(clock, config.engine.subnodeLimit),
+      journal_(clock, kJournalEntries),
       timers_(clock),
       gate_([this] { return host_.callGuard(); }),
       engine_(config.engine, clock, timers_, gate_, subnodes_),

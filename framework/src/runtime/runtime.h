@@ -16,6 +16,8 @@
 #include "engine/reports.h"
 #include "engine/timer_queue.h"
 #include "engine/worker_lane.h"
+#include "events/journal.h"
+#include "runtime/absent_desks.h"
 #include "runtime/identity.h"
 #include "runtime/service.h"
 #include "runtime/subnode_registry.h"
@@ -66,6 +68,10 @@ class Runtime final : public Agent, public TableRegistrar {
   std::optional<TableStatus> table(std::string_view name) const override;
   std::vector<SubnodeInfo> subnodes() const override;
   void report(ReportRequest request, std::function<void(ReportResult)> done) override;
+  const EventFeed& eventFeed() const override { return absentDesks_; }
+  Journal& journal() override { return journal_; }
+  Situations& situationDesk() override { return absentDesks_; }
+  Actions& actionDesk() override { return absentDesks_; }
 
   // TableRegistrar
   int addTable(TableManager& manager) override;
@@ -91,6 +97,8 @@ class Runtime final : public Agent, public TableRegistrar {
 
   Identity identity_;
   SubnodeRegistry subnodes_;
+  Journal journal_;
+  AbsentDesks absentDesks_;
   TimerQueue timers_;
   CallbackGate gate_;
 
