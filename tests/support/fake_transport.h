@@ -63,8 +63,8 @@ class Bridge {
   // answered with an empty body.
   std::map<int, Value> replies;
   std::map<int, ZelAppException> exceptions;
-  std::set<int> silent;       ///< requests that get no reply
-  bool failCreation = false;  ///< making a client throws std::runtime_error("no client")
+  std::set<int> silent;              ///< requests that get no reply
+  bool failCreation = false;         ///< making a client throws std::runtime_error("no client")
   std::function<void()> onCreation;  ///< runs before a client is made
   std::map<int, std::function<void(const Sent&)>> onSent;  ///< runs before the reply
 

@@ -29,7 +29,8 @@ http::ServerOptions toOptions(const HttpConfig& config) {
 class HttpService final : public Service {
  public:
   HttpService(Agent& agent, const AgentConfig& config)
-      : api_(agent, [this] { return server_.counters(); }),
+      : api_(
+            agent, [this] { return server_.counters(); }, config.http.streamLimit),
         server_(Clock::system(), toOptions(config.http), api_) {}
 
   std::string start() override { return server_.start(); }

@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "basic/nearest.h"
+
 namespace fw::http {
 
 Response problemResponse(const Problem& problem, std::string_view path) {
@@ -20,8 +22,8 @@ Response problemResponse(const Problem& problem, std::string_view path) {
   response.contentType = kProblemType;
   // A path or a host that is not UTF-8 is shown with replacement characters.
   response.body = json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
-  if (problem.status == 405) {
-    response.headers.push_back({"Allow", "GET, HEAD"});
+  if (!problem.allow.empty()) {
+    response.headers.push_back({"Allow", std::string(problem.allow)});
   }
   if (problem.status == 503) {
     response.headers.push_back({"Retry-After", "1"});
@@ -42,13 +44,25 @@ Problem notFound(std::string_view path) {
           {}};
 }
 
-Problem methodNotAllowed(std::string_view method) {
+Problem methodNotAllowed(std::string_view method, std::string_view allow) {
   return {405,
           "method-not-allowed",
           "The method is not allowed here",
-          "Everything here can only be read, with GET or HEAD; " + std::string(method) +
-              " changes nothing.",
-          {}};
+          "This address takes " + std::string(allow) + ", not " + std::string(method) + ".",
+          {},
+          allow};
+}
+
+Problem unknownTable(const std::string& name, const std::vector<std::string>& known) {
+  Problem problem{404,
+                  "unknown-table",
+                  "There is no such table",
+                  "There is no table \"" + name + "\"; /api/v1/tables lists them.",
+                  {}};
+  if (std::string nearest = nearestOf(name, known); !nearest.empty()) {
+    problem.extras.emplace_back("nearest", std::move(nearest));
+  }
+  return problem;
 }
 
 Problem stopping() {
