@@ -23,7 +23,7 @@ constexpr std::size_t kPassedEntries = 4'096;
 /// When a client that lost its connection is to come back.
 constexpr std::string_view kGreeting = "retry: 2000\n";
 
-/// The name and the content of an entry, but for a batch of events.
+/// The content of an entry, in one line; a batch of events is told otherwise.
 struct Describe {
   std::string operator()(const EventBatch& /*batch*/) const { return {}; }
   std::string operator()(const SubnodeInfo& subnode) const { return subnodeLine(subnode, time); }
