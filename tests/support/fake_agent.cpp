@@ -3,7 +3,40 @@
 #include <algorithm>
 #include <cstdlib>
 
-FakeAgent::FakeAgent() : worker_([this] { work(); }) {}
+namespace {
+
+/// Has no events, knows no situation and runs no command.
+class Nothing final : public fw::EventFeed, public fw::Situations, public fw::Actions {
+ public:
+  std::variant<fw::EventPage, fw::RequestError> events(const std::string& table,
+                                                       std::uint64_t /*since*/,
+                                                       std::uint32_t /*limit*/) const override {
+    return fw::RequestError{
+        fw::RequestError::Kind::NoEventTable, table + " has no events.", {}, ""};
+  }
+  std::optional<fw::RequestError> watch(fw::SituationRequest /*request*/) override {
+    return busy();
+  }
+  std::optional<fw::RequestError> unwatch(std::string_view /*name*/) override { return busy(); }
+  std::vector<fw::SituationStatus> situations() const override { return {}; }
+  std::optional<fw::SituationStatus> situation(std::string_view /*name*/) const override {
+    return {};
+  }
+  void run(fw::ActionRequest /*request*/, Done done) override { done(busy()); }
+  std::vector<fw::ActionStatus> recent() const override { return {}; }
+
+ private:
+  static fw::RequestError busy() {
+    return {fw::RequestError::Kind::Busy, "There is nobody to ask.", {}, ""};
+  }
+};
+
+Nothing nothing;
+
+}  // namespace
+
+FakeAgent::FakeAgent()
+    : events(&nothing), situations(&nothing), actions(&nothing), worker_([this] { work(); }) {}
 
 FakeAgent::~FakeAgent() {
   {

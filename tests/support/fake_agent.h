@@ -12,52 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "actions/actions.h"
-#include "basic/clock.h"
 #include "engine/reports.h"
-#include "events/event_feed.h"
 #include "events/journal.h"
-#include "situations/situations.h"
-
-/// Situations that are taken in and never watched.
-class FakeSituations final : public fw::Situations {
- public:
-  std::optional<fw::RequestError> watch(fw::SituationRequest /*request*/) override {
-    return std::nullopt;
-  }
-  std::optional<fw::RequestError> unwatch(std::string_view /*name*/) override {
-    return std::nullopt;
-  }
-  std::vector<fw::SituationStatus> situations() const override { return {}; }
-  std::optional<fw::SituationStatus> situation(std::string_view /*name*/) const override {
-    return std::nullopt;
-  }
-};
-
-/// Events of no table.
-class NoEvents final : public fw::EventFeed {
- public:
-  std::variant<fw::EventPage, fw::RequestError> events(const std::string& table,
-                                                       std::uint64_t /*since*/,
-                                                       std::uint32_t /*limit*/) const override {
-    return fw::RequestError{
-        fw::RequestError::Kind::NoEventTable, table + " has no events.", std::nullopt, {}};
-  }
-};
-
-/// Commands that are kept and never run or answered.
-class FakeActions final : public fw::Actions {
- public:
-  void run(fw::ActionRequest request, Done done) override {
-    const std::lock_guard lock(mutex_);
-    kept_.emplace_back(std::move(request), std::move(done));
-  }
-  std::vector<fw::ActionStatus> recent() const override { return {}; }
-
- private:
-  std::mutex mutex_;
-  std::vector<std::pair<fw::ActionRequest, Done>> kept_;  // guarded by mutex_
-};
 
 /// A running agent that a test makes up. Answers reports on a thread of its own, as the real one
 /// does, or holds them until it is told to go on. Set the public members before it is used.
@@ -71,12 +27,16 @@ class FakeAgent final : public fw::Agent {
   fw::AgentStatus agentStatus;
   std::vector<fw::TableStatus> tableList;
   std::vector<fw::SubnodeInfo> subnodeList;
-  FakeActions actions;
-  FakeSituations situationsTaken;
   std::function<fw::ReportResult(const fw::ReportRequest&)> answer;
 
-  NoEvents feed;
-  fw::Journal happenings{fw::Clock::system(), 100};
+  // Not owned. Those that a test does not set answer that there is nothing.
+  const fw::EventFeed* events;
+  fw::Situations* situations;
+  fw::Actions* actions;
+
+  /// Keeps 1000 entries unless a test puts another one here.
+  std::unique_ptr<fw::Journal> happenings =
+      std::make_unique<fw::Journal>(fw::Clock::system(), 1000);
 
   /// Adds a table that is ready.
   void addTable(std::shared_ptr<const fw::TableInfo> table);
@@ -86,10 +46,10 @@ class FakeAgent final : public fw::Agent {
   std::optional<fw::TableStatus> table(std::string_view name) const override;
   std::vector<fw::SubnodeInfo> subnodes() const override { return subnodeList; }
   void report(fw::ReportRequest request, Done done) override;
-  fw::Actions& actionDesk() override { return actions; }
-  const fw::EventFeed& eventFeed() const override { return feed; }
-  fw::Journal& journal() override { return happenings; }
-  fw::Situations& situationDesk() override { return situationsTaken; }
+  const fw::EventFeed& eventFeed() const override { return *events; }
+  fw::Journal& journal() override { return *happenings; }
+  fw::Situations& situationDesk() override { return *situations; }
+  fw::Actions& actionDesk() override { return *actions; }
 
   /// From now on reports are kept unanswered, until release().
   void hold();

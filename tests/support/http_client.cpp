@@ -44,7 +44,7 @@ bool HttpClient::send(std::string_view bytes) {
   return true;
 }
 
-std::optional<HttpReply> HttpClient::read(bool headRequest) {
+std::optional<HttpReply> HttpClient::readHead() {
   HttpReply reply;
   std::optional<std::string> line = takeLine();
   if (!line || line->size() < 12 || line->substr(0, 5) != "HTTP/") {
@@ -58,13 +58,19 @@ std::optional<HttpReply> HttpClient::read(bool headRequest) {
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
     reply.headers[name] = line->substr(std::min(colon + 2, line->size()));
   }
-  std::optional<std::string> body = "";
   if (!line) {
     return std::nullopt;
   }
-  if (reply.status == 100) {
-    return read(headRequest);
+  return reply.status == 100 ? readHead() : reply;
+}
+
+std::optional<HttpReply> HttpClient::read(bool headRequest) {
+  std::optional<HttpReply> head = readHead();
+  if (!head) {
+    return std::nullopt;
   }
+  HttpReply reply = *std::move(head);
+  std::optional<std::string> body = "";
   if (!headRequest && reply.header("transfer-encoding") == "chunked") {
     body = takeChunks();
   } else if (!headRequest) {
@@ -137,20 +143,21 @@ std::optional<std::string> HttpClient::take(std::size_t count) {
   return bytes;
 }
 
+std::optional<std::string> HttpClient::readChunk() {
+  const std::optional<std::string> line = takeLine();
+  if (!line) {
+    return std::nullopt;
+  }
+  std::optional<std::string> chunk = take(std::stoul(*line, nullptr, 16));
+  return chunk && take(2) ? chunk : std::nullopt;
+}
+
 std::optional<std::string> HttpClient::takeChunks() {
   std::string body;
   while (true) {
-    const std::optional<std::string> line = takeLine();
-    if (!line) {
-      return std::nullopt;
-    }
-    const std::size_t size = std::stoul(*line, nullptr, 16);
-    const std::optional<std::string> chunk = take(size);
-    if (!chunk || !take(2)) {
-      return std::nullopt;
-    }
-    if (size == 0) {
-      return body;
+    const std::optional<std::string> chunk = readChunk();
+    if (!chunk || chunk->empty()) {
+      return chunk ? std::optional(body) : std::nullopt;
     }
     body += *chunk;
   }

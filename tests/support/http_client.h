@@ -41,6 +41,12 @@ class HttpClient {
   /// that no content follows the headers.
   std::optional<HttpReply> read(bool headRequest = false);
 
+  /// The next answer's status and headers; readChunk() gives its content.
+  std::optional<HttpReply> readHead();
+
+  /// The next chunk; empty at the content's end, nothing when the connection ends before it.
+  std::optional<std::string> readChunk();
+
   /// Whether the server ends the connection; what comes before is thrown away.
   bool waitClosed();
 

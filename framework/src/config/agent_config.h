@@ -27,6 +27,7 @@ struct HttpConfig {
   std::uint64_t bodyLimit = 1024 * 1024;       ///< bytes of a request's content
   std::chrono::milliseconds idleTimeout{60'000};
   std::chrono::milliseconds requestDeadline{15'000};  ///< from a request's first byte to its last
+  std::uint32_t streamLimit = 16;                     ///< live streams at a time
 };
 
 /// Sampling and its limits; `engine:` in the file.

@@ -76,6 +76,8 @@ void addHttp(std::vector<Setting>& all) {
                          "A connection on which nothing happens for so long is closed."));
   all.push_back(duration("http.request_deadline", MEMBER(http.requestDeadline), 100ms, 10min,
                          "A request that has not arrived whole after so long is cut off."));
+  all.push_back(integer("http.stream_limit", MEMBER(http.streamLimit), 0, 1'000,
+                        "Live streams at a time; more are refused."));
 }
 
 void addEngine(std::vector<Setting>& all) {

@@ -1,18 +1,13 @@
 #include "http/agent_json.h"
 
-#include <nlohmann/json.hpp>
+#include <utility>
 
+#include "http/json_document.h"
 #include "http/json_text.h"
 
 namespace fw::http {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-std::string dump(const Json& json) {
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
-}
 
 const char* toText(TableStatus::State state) {
   switch (state) {
@@ -46,6 +41,22 @@ Json toJson(const Counters& server) {
       {"requests_open", server.requestsOpen},
       {"requests", server.requests},
       {"requests_late", server.requestsLate},
+      {"streams_open", server.streamsOpen},
+      {"streams", server.streams},
+      {"streams_refused", server.streamsRefused},
+      {"streams_cut", server.streamsCut},
+  };
+}
+
+Json toJson(const SubnodeInfo& subnode) {
+  return {
+      {"name", subnode.name},
+      {"state", subnode.state == SubnodeState::Online ? "online" : "offline"},
+      {"since", toRfc3339(subnode.since)},
+      {"product", subnode.product},
+      {"version", subnode.version},
+      {"info", subnode.info},
+      {"affinities", subnode.affinities},
   };
 }
 
@@ -101,7 +112,7 @@ std::string agentJson(const AgentStatus& agent, const Counters& server) {
   for (const LaneStatus& lane : agent.lanes) {
     lanes.push_back(toJson(lane));
   }
-  return dump({
+  return toDocument({
       {"name", agent.nodeName},
       {"state", toText(agent.state)},
       {"instance", agent.instance},
@@ -133,7 +144,7 @@ std::string tablesJson(const std::vector<TableStatus>& tables) {
   for (const TableStatus& table : tables) {
     list.push_back(toJson(table));
   }
-  return dump({{"tables", std::move(list)}});
+  return toDocument({{"tables", std::move(list)}});
 }
 
 std::string tableJson(const TableStatus& table) {
@@ -147,23 +158,19 @@ std::string tableJson(const TableStatus& table) {
         {"offset", column.offset},
     });
   }
-  return dump(json);
+  return toDocument(json);
 }
 
 std::string subnodesJson(const std::vector<SubnodeInfo>& subnodes) {
   Json list = Json::array();
   for (const SubnodeInfo& subnode : subnodes) {
-    list.push_back({
-        {"name", subnode.name},
-        {"state", subnode.state == SubnodeState::Online ? "online" : "offline"},
-        {"since", toRfc3339(subnode.since)},
-        {"product", subnode.product},
-        {"version", subnode.version},
-        {"info", subnode.info},
-        {"affinities", subnode.affinities},
-    });
+    list.push_back(toJson(subnode));
   }
-  return dump({{"subnodes", std::move(list)}});
+  return toDocument({{"subnodes", std::move(list)}});
+}
+
+std::string subnodeLine(const SubnodeInfo& subnode, Clock::WallTime time) {
+  return toLine(toJson(subnode), time);
 }
 
 }  // namespace fw::http

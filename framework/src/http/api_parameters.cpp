@@ -31,7 +31,8 @@ Problem unknownParameter(const std::string& name, const std::vector<std::string>
 }  // namespace
 
 std::optional<Problem> checkParameters(const std::vector<Parameter>& parameters,
-                                       const std::vector<std::string>& known) {
+                                       const std::vector<std::string>& known,
+                                       const std::vector<std::string>& repeatable) {
   for (auto each = parameters.begin(); each != parameters.end(); ++each) {
     if (std::find(known.begin(), known.end(), each->name) == known.end()) {
       return unknownParameter(each->name, known);
@@ -39,7 +40,8 @@ std::optional<Problem> checkParameters(const std::vector<Parameter>& parameters,
     const bool repeated = std::any_of(parameters.begin(), each, [&](const Parameter& before) {
       return before.name == each->name;
     });
-    if (repeated) {
+    if (repeated &&
+        std::find(repeatable.begin(), repeatable.end(), each->name) == repeatable.end()) {
       return Problem{400,
                      "repeated-parameter",
                      "A parameter is given more than once",
@@ -60,9 +62,20 @@ std::optional<std::string> findParameter(const std::vector<Parameter>& parameter
   return std::nullopt;
 }
 
-std::uint32_t parseNumber(std::string_view name, std::string_view text, std::uint32_t min,
-                          std::uint32_t max, std::optional<Problem>& problem) {
-  std::uint32_t number = 0;
+std::vector<std::string> findParameters(const std::vector<Parameter>& parameters,
+                                        std::string_view name) {
+  std::vector<std::string> values;
+  for (const Parameter& parameter : parameters) {
+    if (parameter.name == name && !parameter.value.empty()) {
+      values.push_back(parameter.value);
+    }
+  }
+  return values;
+}
+
+std::uint64_t parseNumber(std::string_view name, std::string_view text, std::uint64_t min,
+                          std::uint64_t max, std::optional<Problem>& problem) {
+  std::uint64_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error == std::errc() && end == text.data() + text.size() && number >= min && number <= max) {
     return number;
@@ -74,8 +87,8 @@ std::uint32_t parseNumber(std::string_view name, std::string_view text, std::uin
                         "\"; it takes a whole number from " + std::to_string(min) + " to " +
                         std::to_string(max) + ".",
                     {{"parameter", std::string(name)},
-                     {"minimum", std::int64_t{min}},
-                     {"maximum", std::int64_t{max}}}};
+                     {"minimum", static_cast<std::int64_t>(min)},
+                     {"maximum", static_cast<std::int64_t>(max)}}};
   return min;
 }
 

@@ -10,6 +10,7 @@
 
 #include "basic/clock.h"
 #include "http/exchange.h"
+#include "http/live_body.h"
 
 struct MHD_Connection;
 
@@ -20,6 +21,10 @@ struct Deadlines {
   std::chrono::milliseconds receive{10'000};  ///< from its first byte until it is complete
   std::chrono::milliseconds answer{60'000};   ///< until the handler has answered
   std::chrono::milliseconds send{60'000};     ///< until the client has taken the answer
+
+  // A stream goes on for as long as both sides like.
+  std::chrono::milliseconds stall{60'000};      ///< that its client takes nothing of what waits
+  std::chrono::milliseconds heartbeat{15'000};  ///< between its signs of life
 };
 
 /// How many connections may be open.
@@ -36,12 +41,17 @@ struct Counters {
   std::uint64_t requestsLate = 0;  ///< cut, or answered 504, by a deadline
   std::uint32_t connectionsOpen = 0;
   std::uint32_t requestsOpen = 0;  ///< complete, and not yet answered to the last byte
+  std::uint64_t streams = 0;
+  std::uint64_t streamsRefused = 0;  ///< at their limit
+  std::uint64_t streamsCut = 0;      ///< because the client took nothing
+  std::uint32_t streamsOpen = 0;     ///< not among the open requests
 };
 
 /// The open connections with their requests, and the deadlines of both.
 ///
 /// The HTTP library only cuts connections on which nothing happens. A client that sends a byte now
-/// and then, or takes one, could hold a connection for ever: sweep() ends it.
+/// and then, or takes one, could hold a connection for ever: sweep() ends it. A stream has no
+/// deadline for the whole: its client is cut when it takes nothing although something waits.
 class ConnectionTable {
  public:
   ConnectionTable(Clock& clock, Deadlines deadlines, ConnectionLimits limits);
@@ -54,6 +64,7 @@ class ConnectionTable {
   std::shared_ptr<Exchange> begin(MHD_Connection* connection, const char* target);
   void handling(MHD_Connection* connection);
   void sending(MHD_Connection* connection);
+  void streaming(MHD_Connection* connection, std::shared_ptr<LiveBody> body);
   void ended(MHD_Connection* connection);
   void closed(MHD_Connection* connection);
 
@@ -63,6 +74,9 @@ class ConnectionTable {
   /// Acts on every deadline that has passed. Called a few times a second.
   void sweep();
 
+  /// Ends all streams, and those that begin later at once.
+  void endStreams();
+
   /// Answers all open requests that are not answered yet with 503.
   void abandon();
 
@@ -70,10 +84,13 @@ class ConnectionTable {
   /// first.
   bool waitIdle(std::chrono::milliseconds bound);
 
+  /// Waits until no stream is open; false when `bound` passed first.
+  bool waitStreamsEnded(std::chrono::milliseconds bound);
+
   Counters counters() const;
 
  private:
-  enum class Phase { Idle, Receiving, Handling, Sending };
+  enum class Phase { Idle, Receiving, Handling, Sending, Streaming };
   struct Connection {
     int socket = -1;  // valid as long as the entry stands
     std::uint32_t address = 0;
@@ -81,10 +98,24 @@ class ConnectionTable {
     std::chrono::steady_clock::time_point since;
     std::uint64_t bytesBefore = 0;  // received when the phase Idle began
     std::shared_ptr<Exchange> exchange;
+
+    // While it streams, `since` is when the client last took something or had nothing to take.
+    std::shared_ptr<LiveBody> stream;
+    std::uint64_t bytesTaken = 0;
+    std::chrono::steady_clock::time_point lastBeat;
+  };
+  struct Due {
+    std::vector<std::shared_ptr<Exchange>> late;
+    std::vector<std::shared_ptr<LiveBody>> beats;
+    std::vector<std::shared_ptr<LiveBody>> left;  // by their clients
   };
 
+  // Under mutex_.
   void enter(Connection& connection, Phase phase);
-  std::uint32_t openRequests() const;  // under mutex_
+  void sweepRequest(Connection& entry, Clock::MonotonicTime now, Due& due);
+  void sweepStream(Connection& entry, Clock::MonotonicTime now, Due& due);
+  std::uint32_t openRequests() const;
+  std::uint32_t openStreams() const;
 
   Clock& clock_;
   const Deadlines deadlines_;
@@ -94,6 +125,7 @@ class ConnectionTable {
   std::condition_variable idle_;
   std::unordered_map<MHD_Connection*, Connection> connections_;  // guarded by mutex_
   Counters counters_;                                            // guarded by mutex_
+  bool streamsEnd_ = false;                                      // guarded by mutex_
 };
 
 }  // namespace fw::http

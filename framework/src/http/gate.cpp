@@ -56,6 +56,7 @@ std::variant<Request, Problem> Gate::check(const RawRequest& raw) const {
   request.method = raw.method;
   request.contentType = raw.contentType;
   request.acceptLanguage = raw.acceptLanguage;
+  request.lastEventId = raw.lastEventId;
   if (auto error = parseTarget(raw.target, request.target)) {
     return badRequest(*std::move(error));
   }

@@ -22,6 +22,7 @@ struct RawRequest {
   std::vector<std::string> authorizations;  ///< all Authorization headers
   std::string contentType;
   std::string acceptLanguage;
+  std::string lastEventId;
   std::size_t headerBytes = 0;  ///< request line and headers
   std::uint64_t bodyBytes = 0;  ///< declared; 0 when the length is not known yet
 };
@@ -32,6 +33,7 @@ struct Request {
   Target target;
   std::string contentType;     ///< of the body; as it was sent
   std::string acceptLanguage;  ///< as it was sent
+  std::string lastEventId;     ///< where a client of a stream left off; as it was sent
   std::string body;            ///< whole; empty for GET and HEAD, whose content means nothing
 };
 

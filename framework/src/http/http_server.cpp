@@ -26,6 +26,9 @@ namespace {
 /// How long stop() lets the last answers travel.
 constexpr std::chrono::milliseconds kLastAnswers{1000};
 
+/// How long stop() lets streams end: a client that takes nothing does not hold it up.
+constexpr std::chrono::milliseconds kLastWords{200};
+
 MHD_Result collect(void* request, MHD_ValueKind /*kind*/, const char* name, const char* value) {
   auto& raw = *static_cast<RawRequest*>(request);
   const char* const text = value != nullptr ? value : "";
@@ -39,6 +42,8 @@ MHD_Result collect(void* request, MHD_ValueKind /*kind*/, const char* name, cons
     raw.contentType = text;
   } else if (strcasecmp(name, "Accept-Language") == 0) {
     raw.acceptLanguage = text;
+  } else if (strcasecmp(name, "Last-Event-ID") == 0) {
+    raw.lastEventId = text;
   } else if (strcasecmp(name, "Content-Length") == 0) {
     // The library has refused anything that is not a number.
     raw.bodyBytes = std::strtoull(text, nullptr, 10);
@@ -125,7 +130,11 @@ struct ServerCallbacks {
     if (!response) {
       return MHD_YES;
     }
-    server(self).table_.sending(connection);
+    if (response->live != nullptr) {
+      server(self).table_.streaming(connection, response->live);
+    } else {
+      server(self).table_.sending(connection);
+    }
     return queueResponse(connection, *std::move(response)) ? MHD_YES : MHD_NO;
   }
 
@@ -192,7 +201,10 @@ std::string HttpServer::startDaemon(int listener) {
   return daemon_ != nullptr ? "" : "Can't start the threads of the HTTP server.";
 }
 
-void HttpServer::refuse() { refusing_ = true; }
+void HttpServer::refuse() {
+  refusing_ = true;
+  table_.endStreams();
+}
 
 bool HttpServer::drain(std::chrono::milliseconds bound) { return table_.waitIdle(bound); }
 
@@ -217,6 +229,7 @@ void HttpServer::stop() {
   // that comes in later finds refusing_ set, one that came in before finds its answer there.
   table_.abandon();
   table_.waitIdle(kLastAnswers);
+  table_.waitStreamsEnded(kLastWords);
   MHD_stop_daemon(std::exchange(daemon_, nullptr));
   RAS1_PRINT("HTTP server stopped");
 }

@@ -61,7 +61,7 @@ class HttpServer {
 
   std::uint16_t port() const { return port_; }
 
-  /// From now on every new request is answered 503.
+  /// From now on every new request is answered 503, and streams end.
   void refuse();
 
   /// Waits at most `bound` until the requests in progress are answered; false when some are not.

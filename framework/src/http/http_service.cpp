@@ -42,7 +42,8 @@ class HttpService final : public Service {
  public:
   explicit HttpService(const ServiceContext& context)
       : config_(context.config),
-        api_(context.agent, [this] { return server_->counters(); }),
+        api_(
+            context.agent, [this] { return server_->counters(); }, config_.http.streamLimit),
         site_(services_,
               {context.gate, context.lane, context.timers, config_.services.deadline,
                config_.services.responseLimit},

@@ -7,8 +7,10 @@
 #include <cstring>
 #include <exception>
 #include <memory>
+#include <utility>
 
 #include "agentfw/ras1.h"
+#include "http/live_body.h"
 
 RAS1_UNIT("HTTPREPLY");
 
@@ -56,11 +58,36 @@ ssize_t readStream(void* stream, std::uint64_t /*position*/, char* out, std::siz
 
 void freeStream(void* stream) { delete static_cast<Stream*>(stream); }
 
+ssize_t readLive(void* live, std::uint64_t /*position*/, char* out, std::size_t size) {
+  RAS1_FUNCTION();
+  try {
+    return (*static_cast<std::shared_ptr<LiveBody>*>(live))->read(out, size);
+  } catch (const std::exception& error) {
+    RAS1_PRINT("ERROR: stream cut: %s", error.what());
+    return MHD_CONTENT_READER_END_WITH_ERROR;
+  }
+}
+
+void freeLive(void* live) { delete static_cast<std::shared_ptr<LiveBody>*>(live); }
+
+ResponsePtr createLive(std::shared_ptr<LiveBody> body) {
+  auto live = std::make_unique<std::shared_ptr<LiveBody>>(std::move(body));
+  ResponsePtr created(MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kBlockSize, readLive,
+                                                        live.get(), freeLive));
+  if (created != nullptr) {
+    static_cast<void>(live.release());  // freed by freeLive
+  }
+  return created;
+}
+
 ResponsePtr create(Response& response) {
   if (response.fixedBody.data() != nullptr) {
     return ResponsePtr(MHD_create_response_from_buffer(response.fixedBody.size(),
                                                        const_cast<char*>(response.fixedBody.data()),
                                                        MHD_RESPMEM_PERSISTENT));
+  }
+  if (response.live != nullptr) {
+    return createLive(std::move(response.live));
   }
   if (response.source != nullptr && response.source->isSmall()) {
     while (response.source->next(response.body)) {
@@ -90,6 +117,7 @@ void addHeaders(MHD_Response* to, const std::vector<Header>& headers) {
 bool queueResponse(MHD_Connection* connection, Response&& response) {
   RAS1_FUNCTION();
   try {
+    const bool isLive = response.live != nullptr;
     const ResponsePtr created = create(response);
     if (created == nullptr) {
       return false;
@@ -98,6 +126,10 @@ bool queueResponse(MHD_Connection* connection, Response&& response) {
                             std::string(response.contentType).c_str());
     addHeaders(created.get(), securityHeaders(response.policy));
     addHeaders(created.get(), response.headers);
+    if (isLive) {
+      // The library's time-out takes a client for idle that has nothing to take.
+      MHD_set_connection_option(connection, MHD_CONNECTION_OPTION_TIMEOUT, 0U);
+    }
     if (response.close) {
       MHD_add_response_header(created.get(), "Connection", "close");
     }

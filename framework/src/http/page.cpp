@@ -14,6 +14,7 @@ constexpr PageFile kFiles[] = {
     {"/dom.js", "text/javascript; charset=utf-8", page_content::kDomJs},
     {"/format.js", "text/javascript; charset=utf-8", page_content::kFormatJs},
     {"/grid.js", "text/javascript; charset=utf-8", page_content::kGridJs},
+    {"/live.js", "text/javascript; charset=utf-8", page_content::kLiveJs},
     {"/side.js", "text/javascript; charset=utf-8", page_content::kSideJs},
     {"/icon.svg", "image/svg+xml", page_content::kIconSvg},
 };

@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "basic/nearest.h"
+
 namespace fw::http {
 
 Response problemResponse(const Problem& problem, std::string_view path) {
@@ -49,9 +51,21 @@ Problem methodNotAllowed(std::string_view method, std::string_view allow) {
   return {405,
           "method-not-allowed",
           "The method is not allowed here",
-          "Allowed here: " + std::string(allow) + "; not " + std::string(method) + ".",
+          "This address takes " + std::string(allow) + ", not " + std::string(method) + ".",
           {},
           allow};
+}
+
+Problem unknownTable(const std::string& name, const std::vector<std::string>& known) {
+  Problem problem{404,
+                  "unknown-table",
+                  "There is no such table",
+                  "There is no table \"" + name + "\"; /api/v1/tables lists them.",
+                  {}};
+  if (std::string nearest = nearestOf(name, known); !nearest.empty()) {
+    problem.extras.emplace_back("nearest", std::move(nearest));
+  }
+  return problem;
 }
 
 Problem stopping() {

@@ -20,7 +20,7 @@ struct Problem {
   std::string_view title;  ///< the same for every problem of a kind
   std::string detail;      ///< what happened and what helps, whole sentences
   std::vector<std::pair<std::string, Extra>> extras;
-  std::string_view allow = {};  ///< of a 405: the methods that are allowed
+  std::string_view allow = {};  ///< of a 405: the methods that the address takes; static storage
 };
 
 /// The answer that tells of a problem with the request for `path`.
@@ -29,8 +29,8 @@ Response problemResponse(const Problem& problem, std::string_view path);
 // The problems that more than one place tells of.
 Problem badRequest(std::string detail);
 Problem notFound(std::string_view path);
-/// `allow` lists the methods that are allowed there; static storage.
-Problem methodNotAllowed(std::string_view method, std::string_view allow = "GET, HEAD");
+Problem methodNotAllowed(std::string_view method, std::string_view allow);
+Problem unknownTable(const std::string& name, const std::vector<std::string>& known);
 Problem stopping();
 
 }  // namespace fw::http

@@ -7,8 +7,16 @@
 
 namespace fw::http {
 
+class LiveBody;
+
 inline constexpr std::string_view kJsonType = "application/json";
 inline constexpr std::string_view kProblemType = "application/problem+json";
+
+/// A piece of a content ends with the row that passes so many bytes.
+inline constexpr std::size_t kPieceSize = 32 * 1024;
+
+/// A content of so many bytes of binary rows is small enough to be sent in one piece.
+inline constexpr std::size_t kSmallContent = 128 * 1024;
 
 /// A content that is written while it is sent, piece by piece. Used by one thread at a time.
 class BodySource {
@@ -33,13 +41,14 @@ enum class ContentPolicy {
   Application,  ///< use scripts and styles within the page, and nothing else but pictures
 };
 
-/// An answer. Its content is `fixedBody` if that is given, else `source`, else `body`.
+/// An answer. Its content is `fixedBody` if that is given, else `live`, else `source`, else `body`.
 struct Response {
   int status = 200;
   std::string_view contentType = kJsonType;  ///< static storage
   std::string body;
   std::string_view fixedBody;  ///< static storage
   std::unique_ptr<BodySource> source;
+  std::shared_ptr<LiveBody> live;
   std::vector<Header> headers;
   ContentPolicy policy = ContentPolicy::Console;
   bool close = false;  ///< the connection ends after this answer

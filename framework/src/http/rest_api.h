@@ -4,9 +4,11 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "engine/reports.h"
 #include "http/http_server.h"
+#include "http/stream_hub.h"
 
 namespace fw::http {
 
@@ -17,8 +19,12 @@ class RestApi final : public Handler {
   static constexpr std::uint32_t kDefaultLimit = 1'000;
   static constexpr std::uint32_t kMaxLimit = 100'000;
 
-  /// `counters` tells what the server has done; called on HTTP threads.
-  RestApi(Agent& agent, std::function<Counters()> counters);
+  static constexpr std::uint32_t kDefaultStreamLimit = 16;
+
+  /// `counters` tells what the server has done; called on HTTP threads. At most `streamLimit` live
+  /// streams are open at a time.
+  RestApi(Agent& agent, std::function<Counters()> counters,
+          std::uint32_t streamLimit = kDefaultStreamLimit);
 
   void handle(const Request& request, std::shared_ptr<Responder> responder) override;
 
@@ -26,12 +32,20 @@ class RestApi final : public Handler {
   struct Route;
   Route route(const Target& target) const;
 
+  static Route routeTop(const std::string& name);
+
+  Response answer(const Route& found, const Request& request);
+  Response describeAgent() const;
   Response readiness(const std::string& path) const;
   Response table(const Request& request) const;
   void rows(const Request& request, std::shared_ptr<Responder> responder) const;
 
+  Response stream(const Request& request);
+  std::vector<std::string> tableNames() const;
+
   Agent& agent_;
   const std::function<Counters()> counters_;
+  StreamHub streams_;
 };
 
 }  // namespace fw::http

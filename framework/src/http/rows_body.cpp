@@ -2,17 +2,12 @@
 
 #include <nlohmann/json.hpp>
 #include <utility>
-#include <variant>
 
 #include "http/json_text.h"
-#include "tables/value.h"
 
 namespace fw::http {
 
 namespace {
-
-constexpr std::size_t kPieceSize = 32 * 1024;   ///< bytes; a piece ends with the row that passes it
-constexpr std::size_t kSmallSize = 128 * 1024;  ///< bytes of binary rows
 
 const char* toText(ReportSample::State state) {
   switch (state) {
@@ -51,13 +46,7 @@ nlohmann::ordered_json toJson(const ReportSample& sample) {
 }  // namespace
 
 RowsBody::RowsBody(ReportResult result, std::uint32_t limit)
-    : result_(std::move(result)), limit_(limit) {
-  for (const Column& column : result_.table->columns) {
-    std::string key = keys_.empty() ? "" : ",";
-    appendJsonString(key, column.name);
-    keys_.push_back(std::move(key += ':'));
-  }
-}
+    : result_(std::move(result)), limit_(limit), rowJson_(*result_.table) {}
 
 bool RowsBody::next(std::string& out) {
   if (ended_) {
@@ -80,15 +69,15 @@ bool RowsBody::next(std::string& out) {
 }
 
 bool RowsBody::isSmall() const {
-  return result_.rows.size() * result_.table->rowSize <= kSmallSize;
+  return result_.rows.size() * result_.table->rowSize <= kSmallContent;
 }
 
 void RowsBody::appendHead(std::string& out) const {
-  nlohmann::ordered_json json = {{"table", result_.table->name}};
-  nlohmann::ordered_json& columns = json["columns"] = nlohmann::ordered_json::array();
-  for (const Column& column : result_.table->columns) {
-    columns.push_back({{"name", column.name}, {"type", toString(column.type)}});
-  }
+  out += "{\"table\":";
+  appendJsonString(out, result_.table->name);
+  out += ",\"columns\":";
+  appendColumns(out, *result_.table);
+  nlohmann::ordered_json json;
   nlohmann::ordered_json& samples = json["samples"] = nlohmann::ordered_json::array();
   for (const ReportSample& sample : result_.samples) {
     samples.push_back(toJson(sample));
@@ -97,28 +86,19 @@ void RowsBody::appendHead(std::string& out) const {
   json["returned"] = result_.rows.size();
   json["limit"] = limit_;
   json["truncated"] = result_.matched > result_.rows.size();
+  const std::size_t begin = out.size();
   out += json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
-  out.back() = ',';  // was the object's end
+  out[begin] = ',';  // was the object's begin
+  out.back() = ',';  // was its end
   out += "\"rows\":[";
 }
 
 void RowsBody::appendRow(std::string& out, const ReportRow& row) const {
   out += "{\"sample\":";
   appendJsonNumber(out, row.sample);
-  out += ",\"values\":{";
-  const std::vector<Column>& columns = result_.table->columns;
-  for (std::size_t i = 0; i < columns.size(); ++i) {
-    out += keys_[i];
-    const Value value = decodeValue(columns[i], row.bytes);
-    if (const auto* number = std::get_if<std::int64_t>(&value)) {
-      appendJsonNumber(out, *number);
-    } else if (const auto* text = std::get_if<std::string>(&value)) {
-      appendJsonString(out, *text);
-    } else {
-      out += "null";
-    }
-  }
-  out += "}}";
+  out += ",\"values\":";
+  rowJson_.append(out, *result_.table, row.bytes);
+  out += '}';
 }
 
 }  // namespace fw::http

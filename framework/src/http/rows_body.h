@@ -2,10 +2,10 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "engine/reports.h"
 #include "http/response.h"
+#include "http/row_json.h"
 
 namespace fw::http {
 
@@ -25,7 +25,7 @@ class RowsBody final : public BodySource {
 
   const ReportResult result_;
   const std::uint32_t limit_;
-  std::vector<std::string> keys_;  // of each column: `"NAME":`, behind a comma but for the first
+  const RowJson rowJson_;
   std::size_t nextRow_ = 0;
   bool begun_ = false;
   bool ended_ = false;

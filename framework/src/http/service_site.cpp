@@ -61,7 +61,7 @@ void ServiceSite::handle(const Request& request, std::shared_ptr<Responder> resp
 Response ServiceSite::list(const Request& request) const {
   const std::string& path = request.target.path;
   if (!isRead(request.method)) {
-    return problemResponse(methodNotAllowed(request.method), path);
+    return problemResponse(methodNotAllowed(request.method, "GET, HEAD"), path);
   }
   if (auto problem = checkParameters(request.target.parameters, {})) {
     return problemResponse(*problem, path);

@@ -90,7 +90,7 @@ TEST(LoadTest, AKnownKeyInTheWrongPlaceIsSentToItsPlace) {
 TEST(LoadTest, AKeyThatResemblesNothingListsTheKeysOfItsSection) {
   EXPECT_EQ(errorsOf("colour: red\n"),
             "f:3:1: unknown key \"colour\"; the keys here are product, instance, host, "
-            "environment, http, engine, services, trace");
+            "environment, http, engine, actions, events, situations, services, trace");
 }
 
 TEST(LoadTest, AValueThatDoesNotFitIsAnErrorThatSaysWhatWasExpected) {

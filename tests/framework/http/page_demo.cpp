@@ -59,7 +59,7 @@ fw::ReportResult answer(const FakeAgent& agent, const fw::ReportRequest& request
   fw::ReportResult failed;
   if (request.where.find("UZED") != std::string::npos) {
     failed.error = fw::RequestError{fw::RequestError::Kind::BadWhere, "There is no column UZED.",
-                                   request.where.find("UZED"), "USED"};
+                                    request.where.find("UZED"), "USED"};
     return failed;
   }
   ResultBuilder builder(agent.table(request.table)->info);

@@ -36,7 +36,7 @@ TEST(PageTest, HasEveryModuleThatAModuleImports) {
   int seen = 0;
 
   for (const char* module :
-       {"/app.js", "/api.js", "/dom.js", "/format.js", "/grid.js", "/side.js"}) {
+       {"/app.js", "/api.js", "/dom.js", "/format.js", "/grid.js", "/live.js", "/side.js"}) {
     ASSERT_NE(findPageFile(module), nullptr) << module;
     const std::string code(findPageFile(module)->content);
     for (std::sregex_iterator each(code.begin(), code.end(), import), end; each != end; ++each) {
@@ -54,7 +54,8 @@ TEST(PageTest, NeedsNothingThatItsPolicyForbids) {
 
   EXPECT_FALSE(std::regex_search(html, std::regex("<script(?![^>]*src=)")));
   EXPECT_FALSE(std::regex_search(html, std::regex("<style|\\sstyle=|\\son[a-z]+=")));
-  for (const char* file : {"/", "/app.css", "/app.js", "/api.js", "/grid.js", "/side.js"}) {
+  for (const char* file :
+       {"/", "/app.css", "/app.js", "/api.js", "/grid.js", "/live.js", "/side.js"}) {
     const std::string text(findPageFile(file)->content);
     EXPECT_FALSE(std::regex_search(text, std::regex("https?://|@import|innerHTML|eval\\(")))
         << file;

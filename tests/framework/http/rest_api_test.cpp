@@ -115,6 +115,22 @@ TEST_F(RestApiTest, AllowsOnlyReading) {
   }
 }
 
+TEST_F(RestApiTest, TellsTheMethodsOfEachAddress) {
+  const struct {
+    const char* target;
+    const char* allow;
+  } cases[] = {
+      {"/api/v1/stream", "GET, HEAD"},           {"/api/v1/tables/JVM_MEMORY/events", "GET, HEAD"},
+      {"/api/v1/situations", "GET, HEAD, POST"}, {"/api/v1/situations/HIGH", "GET, HEAD, DELETE"},
+      {"/api/v1/actions", "GET, HEAD, POST"},
+  };
+  for (const auto& each : cases) {
+    const HttpReply reply = get(each.target, "PUT", authorization());
+    EXPECT_EQ(reply.status, 405) << each.target;
+    EXPECT_EQ(reply.header("allow"), each.allow) << each.target;
+  }
+}
+
 TEST_F(RestApiTest, AnswersHeadLikeGetWithoutContent) {
   for (const char* target : {"/", "/api/v1/tables", "/api/v1/tables/JVM_MEMORY/rows", "/nothing"}) {
     const HttpReply whole = get(target);

@@ -38,8 +38,9 @@ class ServerFixture : public testing::Test {
   }
 
   void start() {
-    api = std::make_unique<RestApi>(agent, [this] { return server->counters(); });
-    server = std::make_unique<HttpServer>(Clock::system(), options, *api);
+    api = std::make_unique<RestApi>(
+        agent, [this] { return server->counters(); }, streamLimit);
+    server = std::make_unique<HttpServer>(*clock, options, *api);
     ASSERT_EQ(server->start(), "");
   }
 
@@ -55,12 +56,28 @@ class ServerFixture : public testing::Test {
   /// The header that lets a request change something.
   std::string authorization() const { return "Authorization: Bearer " + options.token + "\r\n"; }
 
+  /// Sends JSON, and may.
+  HttpReply post(const std::string& target, const std::string& body,
+                 const std::string& type = "application/json") {
+    std::string headers = authorization() + "Content-Type: " + type + "\r\n";
+    headers += "Content-Length: " + std::to_string(body.size()) + "\r\n";
+    HttpClient client(server->port());
+    std::string text = "POST " + target + " HTTP/1.1\r\nHost: 127.0.0.1:";
+    text += std::to_string(server->port()) + "\r\n" + headers + "\r\n" + body;
+    client.send(text);
+    const std::optional<HttpReply> reply = client.read();
+    EXPECT_TRUE(reply) << target;
+    return reply.value_or(HttpReply{});
+  }
+
   static nlohmann::json parse(const HttpReply& reply) { return nlohmann::json::parse(reply.body); }
 
   FakeAgent agent;
   std::shared_ptr<const TableInfo> memory;
   std::shared_ptr<const TableInfo> own;
+  Clock* clock = &Clock::system();
   ServerOptions options;
+  std::uint32_t streamLimit = 16;
   std::unique_ptr<RestApi> api;
   std::unique_ptr<HttpServer> server;
 };

@@ -5,6 +5,7 @@ import {ApiError, read, rowsAddress} from './api.js';
 import {byId, element, setAttribute, setText, showList} from './dom.js';
 import * as format from './format.js';
 import {Grid} from './grid.js';
+import {listen} from './live.js';
 import {showAgent, showAgentState, showSubnodes, showTables} from './side.js';
 
 const kPeriod = 2000;
@@ -233,4 +234,12 @@ document.addEventListener('visibilitychange', () => {
 window.addEventListener('hashchange', openView);
 setInterval(showLive, 500);
 if (location.hash.length > 1) openView();
+listen(async () => {
+  try {
+    subnodes = (await read('/api/v1/subnodes')).subnodes;
+    showSide();
+  } catch (error) {
+    if (!(error instanceof ApiError)) throw error;  // watchAgent() tells that it is away
+  }
+});
 watchAgent();

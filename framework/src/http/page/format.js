@@ -23,6 +23,11 @@ export function ago(ms) {
   return ms < 1000 ? 'just now' : `${duration(ms)} ago`;
 }
 
+/** How long something has been so: "for 4 min". */
+export function since(moment) {
+  return `for ${duration(Math.max(0, Date.now() - new Date(moment)))}`;
+}
+
 export function bytes(count) {
   return count < 1024 * 1024 ? `${whole.format(Math.round(count / 1024))} KiB`
                              : `${whole.format(Math.round(count / 1024 / 1024))} MiB`;

@@ -71,7 +71,7 @@ export function showSubnodes(subnodes, view, addressOf) {
     current: subnode.name === view.subnode,
     state: subnode.state,
     name: subnode.name,
-    note: subnode.state === 'online' ? '' : 'offline',
+    note: `${subnode.state === 'online' ? '' : 'offline '}${format.since(subnode.since)}`,
     title: `${subnode.name}: ${subnode.state} since ${new Date(subnode.since).toLocaleString()}`,
   }));
   showEntries(byId('subnodes'), entries, 'No subnodes yet.');
