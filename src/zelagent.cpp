@@ -36,10 +36,11 @@ int ZelAgent::s_appPort = 0;
 unsigned long ZelAgent::s_replyTimeout = 600000;
 const char* ZelAgent::s_iraVersion = nullptr;
 char ZelAgent::s_iraVersionBuff[16];
-std::string ZelAgent::s_versionAff;
+std::string& ZelAgent::s_versionAff = *new std::string;
 std::atomic<bool> ZelAgent::s_isShutdown{false};
 std::atomic<bool> ZelAgent::s_started{false};
-std::map<std::string, ZelTableManager*> ZelAgent::s_managers;
+std::map<std::string, ZelTableManager*>& ZelAgent::s_managers =
+    *new std::map<std::string, ZelTableManager*>;
 ZelEvent& ZelAgent::s_shutdownEvent = *new ZelEvent;
 
 namespace {
