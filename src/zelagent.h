@@ -46,6 +46,9 @@ class ZelAgent {
   /// The framework's command callback: 0 when the command ran, else 7.
   static int handleTakeAction(VuiraAutomationCapsule* capsule);
 
+  /// The code under which the framework knows the product: s_prodCode without its first character.
+  static const char* registeredProduct();
+
   static const char* s_prodCode;
   static const char* s_instId;
   static const char* s_prodHome;
