@@ -36,10 +36,11 @@ int ZelAgent::s_appPort = 0;
 unsigned long ZelAgent::s_replyTimeout = 600000;
 const char* ZelAgent::s_iraVersion = nullptr;
 char ZelAgent::s_iraVersionBuff[16];
-std::string ZelAgent::s_versionAff;
+std::string& ZelAgent::s_versionAff = *new std::string;
 std::atomic<bool> ZelAgent::s_isShutdown{false};
 std::atomic<bool> ZelAgent::s_started{false};
-std::map<std::string, ZelTableManager*> ZelAgent::s_managers;
+std::map<std::string, ZelTableManager*>& ZelAgent::s_managers =
+    *new std::map<std::string, ZelTableManager*>;
 ZelEvent& ZelAgent::s_shutdownEvent = *new ZelEvent;
 
 namespace {
@@ -120,16 +121,14 @@ bool enterHome() {
   return true;
 }
 
-// The framework knows a product by its code without the first character.
-const char* registeredProduct() { return ZelAgent::s_prodCode + 1; }
-
 bool readProductVersion() {
   RAS1_FUNCTION();
-  const int rc = IRA_SetVersionUsingProduct(registeredProduct(), ZelAgent::s_iraVersionBuff,
+  const char* product = ZelAgent::registeredProduct();
+  const int rc = IRA_SetVersionUsingProduct(product, ZelAgent::s_iraVersionBuff,
                                             sizeof(ZelAgent::s_iraVersionBuff));
   ZelAgent::s_iraVersion = ZelAgent::s_iraVersionBuff;
   if (rc != 0) {
-    RAS1_PRINT("ERROR: IRA_SetVersionUsingProduct(%s) failed (rc %i)", registeredProduct(), rc);
+    RAS1_PRINT("ERROR: IRA_SetVersionUsingProduct(%s) failed (rc %i)", product, rc);
     return false;
   }
   RAS1_PRINT_IF(kRas1Flow, "Product version in registry: <%s>", ZelAgent::s_iraVersion);
@@ -174,7 +173,7 @@ bool registerWithFramework(const ZelReqInit& request) {
     RAS1_PRINT("ERROR: IRA_SetCurrency() failed (rc %i)", rc);
     return false;
   }
-  rc = IRA_RegisterCommandCallback(registeredProduct(), ZelAgent::handleTakeAction);
+  rc = IRA_RegisterCommandCallback(ZelAgent::registeredProduct(), ZelAgent::handleTakeAction);
   if (rc != 0) {
     RAS1_PRINT("ERROR: IRA_RegisterCommandCallback() failed (rc %i)", rc);
     return false;
@@ -190,6 +189,10 @@ ZelAgent::ZelAgent() { s_agent = this; }
 ZelAgent::~ZelAgent() { s_agent = nullptr; }
 
 ZelAgent* ZelAgent::getInstance() { return s_agent; }
+
+const char* ZelAgent::registeredProduct() {
+  return *s_prodCode == '\0' ? s_prodCode : s_prodCode + 1;
+}
 
 ZelTableManager* ZelAgent::createTableManager(const char* tableName,
                                               std::vector<ZelColumnInfo*>* columns, bool sitTrap) {

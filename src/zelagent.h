@@ -14,7 +14,8 @@ class ZelTableManager;
 /// The agent: start-up, load and shut-down of the whole library.
 ///
 /// One static object exists from library load to its unload; all state is class-static. The state
-/// flags have no lock: s_shutdownEvent is the only synchronisation.
+/// flags have no lock: s_shutdownEvent is the only synchronisation. What is bound by reference is
+/// never destroyed: any thread may end the process, under others that use it.
 class ZelAgent {
  public:
   ZelAgent();
@@ -45,6 +46,9 @@ class ZelAgent {
   /// The framework's command callback: 0 when the command ran, else 7.
   static int handleTakeAction(VuiraAutomationCapsule* capsule);
 
+  /// The code under which the framework knows the product: s_prodCode without its first character.
+  static const char* registeredProduct();
+
   static const char* s_prodCode;
   static const char* s_instId;
   static const char* s_prodHome;
@@ -52,12 +56,11 @@ class ZelAgent {
   static unsigned long s_replyTimeout;  ///< milliseconds; clamped and traced, nothing waits with it
   static const char* s_iraVersion;      ///< product version, in s_iraVersionBuff
   static char s_iraVersionBuff[16];
-  static std::string s_versionAff;
+  static std::string& s_versionAff;
   static std::atomic<bool> s_isShutdown;  ///< one-way
   static std::atomic<bool> s_started;     ///< while the framework's main loop runs
-  /// Broadcast when shut-down begins. Never destroyed: a thread may wait while the process exits.
-  static ZelEvent& s_shutdownEvent;
-  static std::map<std::string, ZelTableManager*> s_managers;  ///< filled during init
+  static ZelEvent& s_shutdownEvent;       ///< broadcast when shut-down begins
+  static std::map<std::string, ZelTableManager*>& s_managers;  ///< filled during init
 
  private:
   static void runMainLoop();

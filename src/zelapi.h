@@ -7,7 +7,7 @@
 /// id) and ZEL_PROD_HOME (working directory) are required; ZEL_LIBJVM names the JVM's library.
 ///
 /// Its threads and the JVM's run until the process is gone, and never are joined. So end the
-/// process with _exit(): exit() would destroy, under these threads, objects that they wait on.
+/// process with _exit(): exit() would destroy, under these threads, objects that they use.
 
 #define ZEL_API __attribute__((visibility("default")))
 

@@ -1,10 +1,10 @@
 #include "zelfinfo.h"
 
 #include <cstdio>
-#include <cstring>
 
 #include "agentfw/ras1.h"
 #include "zelicu.h"
+#include "zelread.h"
 
 RAS1_UNIT("ZELFINFO");
 
@@ -34,13 +34,6 @@ std::string bytesOf(const void* data, std::int16_t length) {
 }
 
 template <typename T>
-T read(const void* value) {
-  T result;
-  std::memcpy(&result, value, sizeof(result));
-  return result;
-}
-
-template <typename T>
 std::string format(const char* pattern, T value) {
   char buffer[64];
   std::snprintf(buffer, sizeof(buffer), pattern, value);
@@ -65,14 +58,9 @@ std::int32_t effectiveType(const FLT1_FILTERINFO& filter) {
 }
 
 std::string utf8ToDefault(const FLT1_FILTERINFO& filter) {
-  ZelUniConverter* utf8 = ZelUniConverter::getInstance("UTF8");
-  ZelUniConverter* defaultConverter = ZelUniConverter::getInstance(nullptr);
-  icu::UnicodeString scratch;
   std::string text;
-  if (utf8->toUnicode(scratch, static_cast<const char*>(filter.value),
-                      static_cast<unsigned>(byteCount(filter.dataSize)))) {
-    defaultConverter->fromUnicode(text, scratch);
-  }
+  zelUtf8ToDefault(text, static_cast<const char*>(filter.value),
+                   static_cast<unsigned>(byteCount(filter.dataSize)));
   return text;
 }
 
@@ -84,25 +72,25 @@ std::string render(const FLT1_FILTERINFO& filter) {
   }
   switch (type) {
     case kFlt1UInt16:
-      return format("%u", read<std::uint16_t>(filter.value));
+      return format("%u", zelRead<std::uint16_t>(filter.value));
     case kFlt1UInt8:
-      return format("%u", read<std::uint8_t>(filter.value));
+      return format("%u", zelRead<std::uint8_t>(filter.value));
     case kFlt1Word:
-      return format("%i", read<std::int32_t>(filter.value));
+      return format("%i", zelRead<std::int32_t>(filter.value));
     case kFlt1LongWord:
     case kFlt1Int32:
-      return format("%li", static_cast<long>(read<std::int32_t>(filter.value)));
+      return format("%li", static_cast<long>(zelRead<std::int32_t>(filter.value)));
     case kFlt1ULongWord:
     case kFlt1ULong:
-      return format("%lu", static_cast<unsigned long>(read<std::uint32_t>(filter.value)));
+      return format("%lu", static_cast<unsigned long>(zelRead<std::uint32_t>(filter.value)));
     case kFlt1Int16:
       // Without its sign: a negative value goes out as its unsigned counterpart.
-      return format("%i", static_cast<int>(read<std::uint16_t>(filter.value)));
+      return format("%i", static_cast<int>(zelRead<std::uint16_t>(filter.value)));
     case kFlt1Float:
-      return format("%g", static_cast<double>(read<float>(filter.value)));
+      return format("%g", static_cast<double>(zelRead<float>(filter.value)));
     case kFlt1Double:
     case kFlt1DoubleExtended:
-      return format("%g", read<double>(filter.value));
+      return format("%g", zelRead<double>(filter.value));
     case kFlt1Utf8:
     case kFlt1Utf8Null:
       return utf8ToDefault(filter);

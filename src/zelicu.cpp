@@ -117,6 +117,12 @@ bool ZelUniConverter::fromUnicode(std::string& out, const icu::UnicodeString& in
   }
 }
 
+bool zelUtf8ToDefault(std::string& out, const char* bytes, unsigned length) {
+  icu::UnicodeString text;
+  return ZelUniConverter::getInstance("UTF8")->toUnicode(text, bytes, length) &&
+         ZelUniConverter::getInstance(nullptr)->fromUnicode(out, text);
+}
+
 const char* ZelUniConverter::getStandardName() {
   if (handle == nullptr) {
     return nullptr;

@@ -38,3 +38,8 @@ class ZelUniConverter {
   ZelMutex mutex;
   std::string name;  // empty: the default converter
 };
+
+/// Converts UTF-8 bytes, which may be `out`'s own, to the process's default code page. False, with
+/// `out` as it was, when the bytes are malformed; false, with `out` empty, when they can't be
+/// encoded.
+bool zelUtf8ToDefault(std::string& out, const char* bytes, unsigned length);

@@ -10,6 +10,7 @@
 #include "zelagent.h"
 #include "zelguard.h"
 #include "zelicu.h"
+#include "zelread.h"
 #include "zelreqsample.h"
 #include "zelreqsitstate.h"
 #include "zeltablemanager.h"
@@ -19,13 +20,6 @@ RAS1_UNIT("ZELIRA");
 namespace {
 
 constexpr int kInvalidColumnIndex = 0x21060007;
-
-template <typename T>
-T read(const char* value) {
-  T result;
-  std::memcpy(&result, value, sizeof(result));
-  return result;
-}
 
 bool decide(int comparison, std::int32_t oper) {
   switch (oper & kIntfOperMask) {
@@ -118,17 +112,15 @@ void ZelIra::doTakeSample() {
 std::vector<std::string> ZelIra::serveFromCache(bool history) {
   RAS1_FUNCTION();
   std::vector<std::string> pending;
-  ResetGetSubnode();
-  for (const char* subnode = GetSubnode(); subnode != nullptr && *subnode != '\0';
-       subnode = GetSubnode()) {
+  for (const std::string& subnode : collectSubnodes()) {
     const std::vector<std::string>* rows =
         history ? nullptr : tableManager().getCachedSamples(subnode);
     if (rows == nullptr) {
-      pending.emplace_back(subnode);
+      pending.push_back(subnode);
       continue;
     }
     RAS1_DETAIL("Returning %lu cached samples for %s@%s", rows->size(), manager->tableName,
-                subnode);
+                subnode.c_str());
     putData(*rows);
   }
   return pending;
@@ -141,6 +133,16 @@ std::vector<ZelFilterInfo> ZelIra::collectFilters() {
     filters.emplace_back(*record);
   }
   return filters;
+}
+
+std::vector<std::string> ZelIra::collectSubnodes() {
+  std::vector<std::string> subnodes;
+  ResetGetSubnode();
+  for (const char* subnode = GetSubnode(); subnode != nullptr && *subnode != '\0';
+       subnode = GetSubnode()) {
+    subnodes.emplace_back(subnode);
+  }
+  return subnodes;
 }
 
 bool ZelIra::isAutomation() const {
@@ -217,10 +219,10 @@ int ZelIra::ColumnIsException(char* row, char* columnName, _IntfOper oper, char*
     RAS1_DUMP_IF(kRas1Detail, "Threshold", threshold, column.size);
     switch (column.dataType) {
       case kIntfInt16:
-        result = IsException(oper, read<short>(value), threshold);
+        result = IsException(oper, zelRead<short>(value), threshold);
         break;
       case kIntfInt32:
-        result = IsException(oper, static_cast<long>(read<std::int32_t>(value)), threshold);
+        result = IsException(oper, static_cast<long>(zelRead<std::int32_t>(value)), threshold);
         break;
       case kIntfChars:
       case kIntfUtf8: {
@@ -265,16 +267,16 @@ void ZelIra::printRow(const char* row) {
     const char* name = column->name.c_str();
     switch (column->dataType) {
       case kIntfInt32:
-        RAS1_PRINT("\t\t%s=%d\n", name, read<std::int32_t>(value));
+        RAS1_PRINT("\t\t%s=%d\n", name, zelRead<std::int32_t>(value));
         break;
       case kIntfInt64: {
         char digits[32];
-        std::snprintf(digits, sizeof(digits), "%lli", read<long long>(value));
+        std::snprintf(digits, sizeof(digits), "%lli", zelRead<long long>(value));
         RAS1_PRINT("\t\t%s=%s\n", name, digits);
         break;
       }
       case kIntfInt16:
-        RAS1_PRINT("\t\t%s=%d\n", name, read<std::int16_t>(value));
+        RAS1_PRINT("\t\t%s=%d\n", name, zelRead<std::int16_t>(value));
         break;
       case kIntfChars:
         RAS1_PRINT("\t\t%s=\"%.*s\"\n", name, column->size, value);
@@ -291,11 +293,8 @@ void ZelIra::printRow(const char* row) {
 
 void ZelIra::printUtf8(const ZelColumnInfo& column, const char* value) {
   RAS1_FUNCTION();
-  icu::UnicodeString text;
   std::string encoded;
-  if (ZelUniConverter::getInstance("UTF8")->toUnicode(text, value,
-                                                      static_cast<unsigned>(column.size)) &&
-      ZelUniConverter::getInstance(nullptr)->fromUnicode(encoded, text)) {
+  if (zelUtf8ToDefault(encoded, value, static_cast<unsigned>(column.size))) {
     RAS1_PRINT("\t\t%s=\"%.*s\"\n", column.name.c_str(), static_cast<int>(encoded.size()),
                encoded.c_str());
   }

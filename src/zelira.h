@@ -50,6 +50,9 @@ class ZelIra : public vuira {
   /// The conditions of the request.
   std::vector<ZelFilterInfo> collectFilters();
 
+  /// The subnodes that the request is for; an empty name ends them.
+  std::vector<std::string> collectSubnodes();
+
   /// Whether the request belongs to an automated policy.
   bool isAutomation() const;
 

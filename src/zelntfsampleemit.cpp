@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "agentfw/ras1.h"
-#include "bridge/zelbuild.h"
 #include "zelagent.h"
+#include "zelsamplebody.h"
 #include "zeltablemanager.h"
 
 RAS1_UNIT("ZELNTFSAMPLEEMIT");
@@ -27,9 +27,7 @@ bool ZelSampleEmitHandler::onNotify(const ZelMsg& msg) {
     return ras1Flow.result(false);
   }
   std::vector<std::string> rows;
-  for (const ZelData* row : body.get(kRowsKey).toList().items) {
-    rows.push_back(zelElement(row).toByteArray());
-  }
+  zelReadRows(body.get(kRowsKey).toList(), rows);
   const int rc = manager->second->emitEvents(rows);
   if (rc != 0) {
     RAS1_PRINT("ERROR [%i]: failed to emit events for table %s", rc, table.c_str());

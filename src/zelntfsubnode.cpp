@@ -28,7 +28,7 @@ void forgetCachedSamples(const std::string& subnode) {
 
 bool registerSubnode(const std::string& name, const std::string& affinity) {
   RAS1_FUNCTION();
-  const int rc = IRA_Subnode_Register_nAff(name.c_str(), ZelAgent::s_prodCode + 1,
+  const int rc = IRA_Subnode_Register_nAff(name.c_str(), ZelAgent::registeredProduct(),
                                            ZelAgent::s_iraVersion, kAffinityCount, affinity.c_str(),
                                            ZelAffinity::kInternationalization,
                                            ZelAffinity::kDmParity, ZelAgent::s_versionAff.c_str());

@@ -22,7 +22,7 @@ ZelMsg* ZelReqTakeSample::createRegMsg() {
 
 void ZelReqTakeSample::onReply(const ZelMap& reply) {
   RAS1_FLOW();
-  zelReadRows(reply, rows);
+  zelReadRows(reply.get(ZelSampleReplyKey::kRows).toList(), rows);
   const int seconds = reply.get(ZelSampleReplyKey::kCacheInterval).toInt();
   if (seconds > 0) {
     cacheInterval = seconds;

@@ -26,5 +26,5 @@ ZelMsg* ZelReqSituation::createRegMsg() {
 
 void ZelReqSituation::onReply(const ZelMap& reply) {
   RAS1_FLOW();
-  zelReadRows(reply, rows);
+  zelReadRows(reply.get(ZelSampleReplyKey::kRows).toList(), rows);
 }

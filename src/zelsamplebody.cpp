@@ -41,8 +41,7 @@ std::unique_ptr<ZelMap> zelSampleBody(const ZelSampleScope& scope, bool withOper
   return body;
 }
 
-void zelReadRows(const ZelMap& reply, std::vector<std::string>& rows) {
-  const ZelList& list = reply.get(ZelSampleReplyKey::kRows).toList();
+void zelReadRows(const ZelList& list, std::vector<std::string>& rows) {
   rows.reserve(rows.size() + list.items.size());
   for (const ZelData* row : list.items) {
     rows.push_back(zelElement(row).toByteArray());

@@ -8,7 +8,8 @@
 #include "zelfinfo.h"
 
 /// @file
-/// What the bodies of sample and situation requests, and of their replies, have in common.
+/// What the bodies of sample and situation requests, of their replies and of pushed rows have in
+/// common.
 
 /// Keys of the request bodies.
 namespace ZelSampleKey {
@@ -48,5 +49,6 @@ struct ZelSampleScope {
 /// The body with the keys that both requests have.
 std::unique_ptr<ZelMap> zelSampleBody(const ZelSampleScope& scope, bool withOperators);
 
-/// Appends a copy of each row of a reply. Throws as ZelMap::get() and the accessors do.
-void zelReadRows(const ZelMap& reply, std::vector<std::string>& rows);
+/// Appends a copy of each row, a byte array. Throws ZelException for a null one and std::bad_cast
+/// for one of another kind.
+void zelReadRows(const ZelList& list, std::vector<std::string>& rows);

@@ -34,12 +34,7 @@ void ZelSitTrap::Situation(bool start) {
 void ZelSitTrap::doSituation(bool start) {
   RAS1_FLOW();
   const std::vector<ZelFilterInfo> filters = collectFilters();
-  std::vector<std::string> subnodes;
-  ResetGetSubnode();
-  for (const char* subnode = GetSubnode(); subnode != nullptr && *subnode != '\0';
-       subnode = GetSubnode()) {
-    subnodes.emplace_back(subnode);
-  }
+  const std::vector<std::string> subnodes = collectSubnodes();
   const bool history = IsHistoryRequest() != 0;
   ZelReqSituation request(manager->tableName, filters, subnodes, history, isAutomation(),
                           situationName, interval, start);

@@ -187,10 +187,10 @@ void ZelTableManager::deleteCachedSamples(const std::string& subnode) {
 void ZelTableManager::updateAllocPeak(unsigned batchRows) {
   RAS1_FUNCTION();
   const unsigned rows = std::min(batchRows, kLargestAllocPeak);
-  // Compared without the lock: an update that gets lost only delays the peak.
   if (rows > allocPeak.load()) {
     RAS1_DETAIL("Row alloc peak is %u for %s", rows, tableName);
     ZelAutoMutex lock(mutex);
-    allocPeak.store(rows);
+    // Compared again: another thread may have raised it further since it was read without the lock.
+    allocPeak.store(std::max(rows, allocPeak.load()));
   }
 }

@@ -43,11 +43,7 @@ std::string addressedNode(vuira& request) {
 std::string commandText(const VuiraAutomationCapsule& capsule) {
   std::string command = capsule.command;
   if (capsule.codePage == kUtf8CodePage) {
-    icu::UnicodeString unicode;
-    if (ZelUniConverter::getInstance("UTF8")->toUnicode(unicode, command.data(),
-                                                        static_cast<unsigned>(command.size()))) {
-      ZelUniConverter::getInstance(nullptr)->fromUnicode(command, unicode);
-    }
+    zelUtf8ToDefault(command, command.data(), static_cast<unsigned>(command.size()));
   }
   return command;
 }

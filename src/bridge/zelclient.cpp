@@ -15,8 +15,8 @@ RAS1_UNIT("ZELCLIENT");
 std::atomic<ZelClient*> ZelClient::s_inst{nullptr};
 unsigned long ZelClient::s_mhThread = 0;
 std::atomic<bool> ZelClient::s_mhRunning{false};
-std::queue<ZelTask*> ZelClient::s_taskQueue;
-ZelMutex ZelClient::s_tqMutex;
+std::queue<ZelTask*>& ZelClient::s_taskQueue = *new std::queue<ZelTask*>;
+ZelMutex& ZelClient::s_tqMutex = *new ZelMutex;
 ZelEvent& ZelClient::s_tqEvent = *new ZelEvent;
 std::atomic<unsigned long> ZelClient::s_destroyBoundMs{2000};
 

@@ -77,9 +77,10 @@ class ZelClient {
   static std::atomic<ZelClient*> s_inst;
   static unsigned long s_mhThread;
   static std::atomic<bool> s_mhRunning;
-  static std::queue<ZelTask*> s_taskQueue;  // owning; guarded by s_tqMutex
-  static ZelMutex s_tqMutex;
-  static ZelEvent& s_tqEvent;  // never destroyed: a thread may wait while the process exits
+  // Never destroyed: threads queue, take and wait for tasks while another one ends the process.
+  static std::queue<ZelTask*>& s_taskQueue;  // owning; guarded by s_tqMutex
+  static ZelMutex& s_tqMutex;
+  static ZelEvent& s_tqEvent;
   static std::atomic<unsigned long> s_destroyBoundMs;
 
  private:

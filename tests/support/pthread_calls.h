@@ -24,6 +24,12 @@ struct PthreadWait {
   timespec deadline;  ///< of a bounded wait
 };
 
+/// A thread that was to start.
+struct PthreadStart {
+  void* (*routine)(void*);
+  const void* argument;
+};
+
 /// One per process, safe for any thread; reset() it before each test.
 class PthreadCalls {
  public:
@@ -35,6 +41,7 @@ class PthreadCalls {
   void reset() {
     std::lock_guard lock(mutex_);
     waits_.clear();
+    starts_.clear();
     onBroadcast = nullptr;
     createResult = 0;
   }
@@ -54,9 +61,22 @@ class PthreadCalls {
     return own;
   }
 
+  /// The threads that were to run a routine, in order.
+  std::vector<PthreadStart> startsOf(void* (*routine)(void*)) const {
+    std::lock_guard lock(mutex_);
+    std::vector<PthreadStart> found = starts_;
+    std::erase_if(found, [&](const PthreadStart& start) { return start.routine != routine; });
+    return found;
+  }
+
   void add(const PthreadWait& wait) {
     std::lock_guard lock(mutex_);
     waits_.push_back(wait);
+  }
+
+  void add(const PthreadStart& start) {
+    std::lock_guard lock(mutex_);
+    starts_.push_back(start);
   }
 
   std::function<void(const void* condition)> onBroadcast;  ///< runs before the waiters wake
@@ -64,7 +84,8 @@ class PthreadCalls {
 
  private:
   mutable std::mutex mutex_;
-  std::vector<PthreadWait> waits_;  // guarded by mutex_
+  std::vector<PthreadWait> waits_;    // guarded by mutex_
+  std::vector<PthreadStart> starts_;  // guarded by mutex_
 };
 
 }  // namespace fake
@@ -98,6 +119,7 @@ int __wrap_pthread_cond_broadcast(pthread_cond_t* condition) {
 
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*routine)(void*), void* argument) {
+  fake::PthreadCalls::get().add(fake::PthreadStart{routine, argument});
   const int result = fake::PthreadCalls::get().createResult.load();
   return result != 0 ? result : __real_pthread_create(thread, attributes, routine, argument);
 }

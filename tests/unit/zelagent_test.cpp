@@ -6,6 +6,7 @@
 #include "support/pthread_calls.h"
 #include "support/trace_view.h"
 #include "zelapi.h"
+#include "zelspawnu.h"
 
 namespace {
 
@@ -298,6 +299,30 @@ TEST_F(ZelAgentTest, TheHandlersAreSubscribedInTheOrderOfTheirCodes) {
   ZelAgent::getInstance()->subscribeNotificationHandlers();
 
   EXPECT_THAT(client->codes, ElementsAre(10, 11, 13, 16));
+}
+
+TEST_F(ZelAgentTest, TheProcessInformationLoggerStartsWithTheIntervalOfTheEnvironmentOrNull) {
+  zelAgentStart();
+  framework.env["ZEL_PROCINFO_INTERVAL"] = "90";
+  zelAgentStart();
+
+  const auto starts = pthreads.startsOf(zelProcInfoLogger);
+  ASSERT_EQ(starts.size(), 2u);
+  EXPECT_EQ(starts[0].argument, nullptr);
+  EXPECT_STREQ(static_cast<const char*>(starts[1].argument), "90");
+}
+
+TEST_F(ZelAgentTest, TheProcessInformationLoggerDoesNotStartBeforeEverythingIsRegistered) {
+  framework.rc["IRA_RegisterCommandCallback"] = 8;
+  zelAgentStart();
+  EXPECT_THAT(pthreads.startsOf(zelProcInfoLogger), IsEmpty());
+
+  framework.rc.clear();
+  framework.onCall["IRA_RegisterAgentLoader"] = [this] {
+    EXPECT_THAT(pthreads.startsOf(zelProcInfoLogger), IsEmpty());
+  };
+  zelAgentStart();
+  EXPECT_EQ(pthreads.startsOf(zelProcInfoLogger).size(), 1u);
 }
 
 TEST_F(ZelAgentTest, AnUnknownExceptionWhileInitialisingEndsTheProcess) {

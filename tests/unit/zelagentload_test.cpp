@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <thread>
+
 #include "support/agent_fixture.h"
 #include "support/trace_view.h"
 #include "zelapi.h"
@@ -112,6 +114,17 @@ TEST_F(ZelAgentLoadTest, TheStartRequestIsMadeAfterTheTablesAndBeforeTheWebServi
   }
   EXPECT_THAT(steps,
               ElementsAre("registration", "registration", "createRegMsg", "zelStartHttpServer"));
+}
+
+TEST_F(ZelAgentLoadTest, TheStartRequestIsLeftToTheMessageHandlerThread) {
+  std::thread::id sender;
+  bridge.onSent[1] = [&](const fake::Sent&) { sender = std::this_thread::get_id(); };
+
+  EXPECT_EQ(load(), 0);
+
+  ASSERT_TRUE(bridge.waitForSent(1));
+  EXPECT_TRUE(fake::endClients());
+  EXPECT_NE(sender, std::this_thread::get_id());
 }
 
 TEST_F(ZelAgentLoadTest, ATableThatIsRefusedDoesNotFailTheLoad) {

@@ -95,6 +95,15 @@ TEST_F(ZelAgentStopTest, AWaitNeverClearsTheFlag) {
   EXPECT_TRUE(ZelAgent::s_isShutdown.load());
 }
 
+TEST_F(ZelAgentStopTest, NobodyWaitsForAShutdownThatHasBegun) {
+  framework.timeSeconds = 1000;  // long past: a wait would end at once
+  ZelAgent::s_isShutdown.store(true);
+
+  EXPECT_EQ(zelWaitForAgentShutdown(20000), 1);
+
+  EXPECT_THAT(pthreads.ownWaits(), IsEmpty());
+}
+
 TEST_F(ZelAgentStopTest, WaitingEndsWhenShutdownBegins) {
   std::atomic<int> result{-1};
   std::thread waiter([&] { result.store(zelWaitForAgentShutdown(20000)); });

@@ -2,10 +2,25 @@
 
 #include <gmock/gmock.h>
 
+#include <unistd.h>
+
+#include <cstdlib>
+
 #include "bridge/zeltask.h"
 #include "support/client_fixture.h"
 
 namespace {
+
+// Registered before any static object is built, so that it runs when all of them are destroyed.
+void (*afterStatics)() = nullptr;
+
+__attribute__((constructor(101))) void registerEnd() {
+  std::atexit([] {
+    if (afterStatics != nullptr) {
+      afterStatics();
+    }
+  });
+}
 
 class ZelClientDestroyTest : public LibraryTest {};
 
@@ -51,8 +66,37 @@ TEST_F(ZelClientDestroyTest, DestroyDropsQueuedTasksUnrunAndEndsTheMessageHandle
   delete client;  // left undeleted: the task outlasted the bound
 }
 
+TEST_F(ZelClientDestroyTest, DestroyDeletesTheClientAndThenDropsTheQueue) {
+  class Dropped : public ZelTask {
+   public:
+    void run() override {}
+  };
+  class Ending : public ZelClient {
+   public:
+    explicit Ending(std::vector<std::size_t>& queued) : queuedAtEnd(queued) {}
+    ~Ending() override {
+      EXPECT_EQ(s_inst.load(), nullptr);
+      queuedAtEnd.push_back(s_taskQueue.size());
+    }
+    void putOutbound(const ZelMap& /*envelope*/) override {}
+
+   private:
+    std::vector<std::size_t>& queuedAtEnd;
+  };
+  std::vector<std::size_t> queued;
+  ZelClient::s_inst.store(new Ending(queued));
+  ZelClient::s_inst.load()->queueTask(new Dropped);
+
+  ZelClient::destroy();
+
+  EXPECT_THAT(queued, testing::ElementsAre(1u));
+  EXPECT_TRUE(ZelClient::s_taskQueue.empty());
+}
+
 TEST_F(ZelClientDestroyTest, DestroyWaitsForTheUsesOfOtherThreads) {
+  ZelClient::s_destroyBoundMs.store(600'000);  // the end of a use ends the wait, no clock
   ZelClient::getInstance();
+  { const ZelClientUse ended; }
   std::atomic<bool> inUse{false};
   std::atomic<bool> finished{false};
   std::thread user([&] {
@@ -71,6 +115,7 @@ TEST_F(ZelClientDestroyTest, DestroyWaitsForTheUsesOfOtherThreads) {
 
   EXPECT_TRUE(finished.load());
   user.join();
+  ZelClient::s_destroyBoundMs.store(2000);
 }
 
 TEST_F(ZelClientDestroyTest, DestroyNeverWaitsForItsOwnUse) {
@@ -95,6 +140,31 @@ TEST_F(ZelClientDestroyTest, TwoRacingDestroysDeleteTheClientOnce) {
     other.join();
     EXPECT_EQ(ZelClient::s_inst.load(), nullptr);
   }
+}
+
+TEST_F(ZelClientDestroyTest, WhatOtherThreadsUseOutlivesTheStaticObjectsWhenTheProcessExits) {
+  class Nothing : public ZelTask {
+   public:
+    void run() override {}
+  };
+  constexpr int kUsable = 42;
+  const auto leave = [] {
+    ZelAgent::s_managers["a table"] = nullptr;
+    ZelAgent::s_versionAff = "a version affinity that is longer than a small string";
+    ZelClient::s_taskQueue.push(new Nothing);
+    afterStatics = [] {
+      const bool usable = ZelClient::s_tqMutex.lock() == 0 && ZelClient::s_taskQueue.size() == 1 &&
+                          ZelAgent::s_managers.count("a table") == 1 &&
+                          ZelAgent::s_versionAff.ends_with("a small string");
+      ZelClient::s_tqEvent.signal(true);
+      ZelAgent::s_shutdownEvent.signal(true);
+      _exit(usable ? kUsable : 1);
+    };
+    std::exit(0);
+  };
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+
+  EXPECT_EXIT(leave(), testing::ExitedWithCode(kUsable), "");
 }
 
 TEST_F(ZelClientDestroyTest, ACriticalExceptionDestroysTheClientWhileItExecutes) {

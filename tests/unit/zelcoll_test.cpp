@@ -202,6 +202,18 @@ TEST_F(ZelCollTest, DetachBeyondTheEndOrOfANullElementThrowsAndLeavesTheList) {
   EXPECT_EQ(list.items.size(), 1u);
 }
 
+TEST_F(ZelCollTest, DetachAtTheEndThrowsWhateverLiesBehindIt) {
+  ZelList list;
+  list.items.reserve(2);
+  zelAppend(list, std::make_unique<TZelPrimitive<int>>(1));
+  zelAppend(list, std::make_unique<TZelPrimitive<int>>(2));
+  const std::unique_ptr<ZelData> last(list.detach(1));  // its pointer stays behind the end
+
+  EXPECT_THROW(list.detach(1), ZelException);
+
+  EXPECT_EQ(list.items.size(), 1u);
+}
+
 TEST_F(ZelCollTest, AnInsertOfATakenKeyKeepsTheOldChild) {
   ZelMap map;
   zelPut<int>(map, 1, 10);

@@ -1,6 +1,7 @@
 #include "zelira.h"
 
 #include <cstring>
+#include <thread>
 
 #include "support/table_fixture.h"
 
@@ -71,6 +72,17 @@ TEST_F(ZelIraTest, AnnouncesTheStartAndTheEndOfASituation) {
   EXPECT_TRUE(framework.hasMessage("Situation SIT stopped"));
 }
 
+TEST_F(ZelIraTest, LeavesAStateChangeToTheMessageHandlerThread) {
+  std::thread::id sender;
+  bridge.onSent[kSitStateChanged] = [&](const fake::Sent&) { sender = std::this_thread::get_id(); };
+
+  const std::unique_ptr<ZelIra> request = open(situation("SIT"));
+
+  ASSERT_TRUE(bridge.waitForSent(kSitStateChanged));
+  EXPECT_TRUE(fake::endClients());
+  EXPECT_NE(sender, std::this_thread::get_id());
+}
+
 TEST_F(ZelIraTest, AnnouncesNoEndWhileTheAgentShutsDown) {
   std::unique_ptr<ZelIra> request = open(situation("SIT"));
   ASSERT_TRUE(bridge.waitForSent(kSitStateChanged));
@@ -120,6 +132,18 @@ TEST_F(ZelIraTest, SamplesAllSubnodesWithoutACache) {
   EXPECT_THAT(framework.calls(), ElementsAre("ResetGetSubnode()", "GetFilterInfo()",
                                              "GetFilterInfo()", "GetFilterInfo()"));
   EXPECT_EQ(manager.allocPeak.load(), 2U);
+}
+
+TEST_F(ZelIraTest, TracesASampleInTheFlowClassOnly) {
+  const std::unique_ptr<ZelIra> request = open(sampleOf({"node"}));
+  framework.setMask("ZELIRA", fake::allBut(kRas1Flow));
+  request->TakeSample();
+  EXPECT_THAT(fake::flowOf("ZELIRA"), IsEmpty());
+
+  framework.setMask("ZELIRA", kRas1Flow);
+  request->TakeSample();
+  EXPECT_EQ(fake::flowOf("ZELIRA").front(), "TakeSample entry");
+  EXPECT_EQ(fake::flowOf("ZELIRA").back(), "TakeSample exit");
 }
 
 TEST_F(ZelIraTest, SamplesAgainFromTheFirstSubnodeAndFilter) {

@@ -136,6 +136,19 @@ TEST_F(ZelIraColumnsTest, SeesAMalformedTextAsEqualToo) {
               ElementsAre("ERROR: ucnv_toUChars() failed (rc 12), U_ILLEGAL_CHAR_FOUND"));
 }
 
+TEST_F(ZelIraColumnsTest, DecodesTheThresholdAfterTheValue) {
+  const std::string malformed = "\xFF\xFF\xFF\xFF\xFF\xFF";
+
+  EXPECT_EQ(compare("CHARS", kIntfEqual, row(1), malformed), 1);
+  EXPECT_EQ(framework.messages().size(), 1U);
+
+  EXPECT_EQ(compare("TEXT", kIntfEqual, row(1, 0, 0, "chars ", malformed), "\xC3"), 1);
+  EXPECT_THAT(messages(),
+              ElementsAre("ERROR: ucnv_toUChars() failed (rc 12), U_ILLEGAL_CHAR_FOUND",
+                          "ERROR: ucnv_toUChars() failed (rc 12), U_ILLEGAL_CHAR_FOUND",
+                          "ERROR: ucnv_toUChars() failed (rc 12), U_ILLEGAL_CHAR_FOUND"));
+}
+
 TEST_F(ZelIraColumnsTest, TracesAComparisonInTheDetailClass) {
   framework.setMask("ZELIRA", kRas1Detail);
 

@@ -71,6 +71,16 @@ TEST_F(ZelIraRowsTest, EndsABatchAtTheFirstFailedInsertion) {
   EXPECT_THAT(messages(), ElementsAre("ERROR: failed to insert row into TAB (rc 13)"));
 }
 
+TEST_F(ZelIraRowsTest, SucceedsWithABatchOfWhichNothingIsInserted) {
+  const std::unique_ptr<ZelIra> request = open(sampleOf({}));
+  framework.checkForException = [](const std::string&) { return false; };
+
+  EXPECT_EQ(request->putData({}), 0);
+  EXPECT_EQ(request->putData({"short", row(1)}), 0);
+
+  EXPECT_THAT(insertedInto(*request), IsEmpty());
+}
+
 TEST_F(ZelIraRowsTest, CountsTheWholeBatchForTheAllocationPeak) {
   framework.checkForException = [](const std::string&) { return false; };
 

@@ -204,6 +204,27 @@ TEST_F(ZelJniTypesTest, ReleasedCharactersAreTakenAnew) {
   EXPECT_STREQ(text.getData(), "abc");
 }
 
+TEST_F(ZelJniTypesTest, ReleasedElementsAreTakenAnew) {
+  ZelJByteArray array(jni(), jvm.local(fakejvm::bytes("abc")));
+  array.getData();
+  array.release();
+  EXPECT_EQ(jvm.heldBuffers(), 0U);
+  EXPECT_THAT(callsOf([&] { array.release(); }), IsEmpty());
+
+  EXPECT_THAT(callsOf([&] { array.getData(); }), ElementsAre("GetByteArrayElements(x'616263')"));
+}
+
+TEST_F(ZelJniTypesTest, CharactersAndElementsThatAreTakenAreNotTestedForAnException) {
+  ZelJString text(jni(), jvm.local(fakejvm::string("abc")));
+  ZelJByteArray array(jni(), jvm.local(fakejvm::bytes("abc")));
+
+  EXPECT_THAT(checkedCallsOf([&] {
+                text.getData();
+                array.getData();
+              }),
+              ElementsAre("GetStringUTFChars(\"abc\")", "GetByteArrayElements(x'616263')"));
+}
+
 TEST_F(ZelJniTypesTest, CharactersThatCannotBeTakenThrowOnlyWithAnException) {
   ZelJString text(jni(), jvm.local(fakejvm::string("abc")));
   jvm.raising["GetStringUTFChars"] = Raise{};

@@ -43,8 +43,9 @@ TEST(ZelJvmOptionsTest, ACommentEndsAContinuedLineAndKeepsItsTrailingBlank) {
   EXPECT_THAT(read("a \\\n# comment\nb\n"), ElementsAre("-Djava.class.path=a ", "b"));
 }
 
-TEST(ZelJvmOptionsTest, ABlankLineEndsAContinuedLine) {
+TEST(ZelJvmOptionsTest, ABlankLineEndsAContinuedLineAndKeepsItsTrailingBlank) {
   EXPECT_THAT(read("a\\\n\nb\n"), ElementsAre("-Djava.class.path=a", "b"));
+  EXPECT_THAT(read("a \\\n \t\nb\n"), ElementsAre("-Djava.class.path=a ", "b"));
 }
 
 TEST(ZelJvmOptionsTest, OnlyOneBackslashIsRemoved) {

@@ -2,6 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
+#include <functional>
+#include <utility>
+
 #include "bridge/zeltask.h"
 #include "support/client_fixture.h"
 #include "support/pthread_calls.h"
@@ -14,6 +18,20 @@ class ZelMessageHandlerTest : public LibraryTest {
   void SetUp() override {
     LibraryTest::SetUp();
     fake::PthreadCalls::get().reset();
+  }
+
+  void TearDown() override {
+    fake::PthreadCalls::get().reset();
+    LibraryTest::TearDown();
+  }
+
+  /// Runs `action` whenever the waiters on the task queue are woken. Call before there is a client.
+  static void whenWoken(std::function<void()> action) {
+    fake::PthreadCalls::get().onBroadcast = [action = std::move(action)](const void* condition) {
+      if (condition == &ZelClient::s_tqEvent) {
+        action();
+      }
+    };
   }
 
   /// The waits of other threads on the task queue.
@@ -54,6 +72,7 @@ TEST_F(ZelMessageHandlerTest, ANotificationWithoutSubscriberIsTracedWhenItsTaskR
 
   ASSERT_TRUE(subscriber.waitForCount(1));
   EXPECT_TRUE(framework.waitForMessage("WARN: cannot find a subscriber for notification 61"));
+  EXPECT_EQ(framework.trace().back().unit, "ZELTASK");
 }
 
 TEST_F(ZelMessageHandlerTest, ThrowingTasksAreReportedAndTheHandlerGoesOn) {
@@ -126,6 +145,39 @@ TEST_F(ZelMessageHandlerTest, AnIdleHandlerWaitsAtMostSixtySecondsAndLooksForShu
   EXPECT_TRUE(idleWaits()[0].bounded);
   EXPECT_EQ(idleWaits()[0].deadline.tv_sec, 1060);
   EXPECT_EQ(idleWaits()[0].deadline.tv_nsec, 7);
+}
+
+TEST_F(ZelMessageHandlerTest, AQueuedTaskWakesTheHandlerUnderTheQueuesLock) {
+  class Nothing : public ZelTask {
+   public:
+    void run() override {}
+  };
+  std::vector<std::size_t> queued;
+  whenWoken([&] {
+    auto* mutex = reinterpret_cast<pthread_mutex_t*>(&ZelClient::s_tqMutex);
+    EXPECT_EQ(pthread_mutex_trylock(mutex), EBUSY);
+    queued.push_back(ZelClient::s_taskQueue.size());
+  });
+
+  ZelClient::getInstance()->queueTask(new Nothing);
+
+  EXPECT_THAT(queued, testing::ElementsAre(1u));
+}
+
+TEST_F(ZelMessageHandlerTest, DestroyWakesTheHandlerOnceWhileTheClientStillStands) {
+  int wakes = 0;
+  whenWoken([&] {
+    EXPECT_FALSE(ZelClient::s_mhRunning.load());
+    EXPECT_NE(ZelClient::s_inst.load(), nullptr);
+    ++wakes;
+  });
+  ZelClient::getInstance();
+  ASSERT_TRUE(framework.waitForMessage("Message handler started"));
+
+  ZelClient::destroy();
+  ZelClient::destroy();
+
+  EXPECT_EQ(wakes, 1);
 }
 
 TEST_F(ZelMessageHandlerTest, ATaskRunsOutsideTheQueuesLock) {

@@ -125,6 +125,14 @@ TEST_F(ZelNtfTest, AFailedRegistrationNamesTheWholeProductCodeAndSendsNothing) {
   EXPECT_THAT(framework.calls(), ElementsAre(kRegister));
 }
 
+TEST_F(ZelNtfTest, AnEmptyProductCodeIsRegisteredAsAnEmptyOne) {
+  ZelAgent::s_prodCode = "\0JUNK";
+
+  EXPECT_TRUE(registerSubnode("", ""));
+
+  EXPECT_THAT(framework.calls()[0], testing::StartsWith("IRA_Subnode_Register_nAff(sub, , 01."));
+}
+
 TEST_F(ZelNtfTest, FailedNodeInformationKeepsTheRegistrationFromBeingSent) {
   framework.rc["IRA_SetNodeInfo"] = 6;
 

@@ -115,6 +115,7 @@ TEST_F(ZelRequestTest, AMissingReplyIsAnExceptionOfSeverityTwo) {
   EXPECT_EQ(request.appExcSeverity(), 2);
   EXPECT_EQ(request.appExcMessage(), "ZelRequest::waitReply() - no reply data");
   EXPECT_THAT(framework.messages(), testing::ElementsAre("ERROR: no reply data"));
+  EXPECT_EQ(framework.trace().back().unit, "ZELREQ");
 }
 
 TEST_F(ZelRequestTest, AOneWayRequestNeverMissesItsReply) {

@@ -208,6 +208,18 @@ TEST_F(ZelSitTrapTest, ReportsEveryKindOfException) {
   EXPECT_EQ(messages().back(), "ERROR: STD C++ library exception 'bad'");
 }
 
+TEST_F(ZelSitTrapTest, TracesAnArmingInTheFlowClassOnly) {
+  const std::unique_ptr<ZelSitTrap> trap = arm(situation(""));
+  framework.setMask("ZELSITTRAP", fake::allBut(kRas1Flow));
+  trap->Situation(true);
+  EXPECT_THAT(fake::flowOf("ZELSITTRAP"), IsEmpty());
+
+  framework.setMask("ZELSITTRAP", kRas1Flow);
+  trap->Situation(true);
+  EXPECT_EQ(fake::flowOf("ZELSITTRAP").front(), "Situation entry");
+  EXPECT_EQ(fake::flowOf("ZELSITTRAP").back(), "Situation exit");
+}
+
 TEST_F(ZelSitTrapTest, ThrowsOutOfTheUnguardedOperation) {
   const std::unique_ptr<ZelSitTrap> trap = arm(situation(""));
   bridge.replies[kSituation] = fake::map({});

@@ -83,6 +83,18 @@ TEST_F(ZelTableManagerTest, TracesNamesAndRowSizeInTheDetailClass) {
   EXPECT_THAT(framework.messages(), ElementsAre("App ID: ZJX, Table: T", "row size: 26"));
 }
 
+TEST_F(ZelTableManagerTest, TracesItsMakingAndItsEndInTheFlowClassOnly) {
+  framework.setMask("ZELIRA", fake::allBut(kRas1Flow));
+  { const ZelTableManager quiet("ZJX", "T", newColumns()); }
+  EXPECT_THAT(fake::flowOf("ZELIRA"), IsEmpty());
+
+  framework.setMask("ZELIRA", kRas1Flow);
+  { const ZelTableManager traced("ZJX", "T", newColumns()); }
+  EXPECT_THAT(fake::flowOf("ZELIRA"),
+              ElementsAre("ZelTableManager entry", "ZelTableManager exit", "~ZelTableManager entry",
+                          "~ZelTableManager exit"));
+}
+
 TEST_F(ZelTableManagerTest, TracesNothingWithoutTheDetailClass) {
   framework.setMask("ZELIRA", fake::allBut(kRas1Detail));
 
@@ -337,6 +349,15 @@ TEST_F(ZelTableManagerTest, CapsTheAllocationPeakAt100Rows) {
   manager.updateAllocPeak(50);
 
   EXPECT_EQ(manager.allocPeak.load(), 100U);
+}
+
+TEST_F(ZelTableManagerTest, NeverLowersAnAllocationPeakThatAnotherThreadRaisesMeanwhile) {
+  framework.setMask("ZELIRA", kRas1Detail);
+  framework.onMessage("Row alloc peak is 7", [this] { manager.updateAllocPeak(60); });
+
+  manager.updateAllocPeak(7);
+
+  EXPECT_EQ(manager.allocPeak.load(), 60U);
 }
 
 TEST_F(ZelTableManagerTest, LeavesTheAllocationPeakForABatchOfItsSize) {

@@ -148,6 +148,33 @@ TEST_F(ZelThreadTest, AnUnboundedWaitBlocksUntilItIsSignalledAndOverlooksEarlier
   event.signal(false);
   waiter.join();
   EXPECT_TRUE(woken.load());
+  event.signal(true);  // would block if the waiter had kept the mutex
+}
+
+TEST_F(ZelThreadTest, AnEventsMutexIsHeldForTheSignalAndFreeAfterEveryOperation) {
+  ZelEvent event;
+  // The mutex stands behind the condition.
+  auto* mutex =
+      reinterpret_cast<pthread_mutex_t*>(reinterpret_cast<char*>(&event) + sizeof(pthread_cond_t));
+  const auto isFree = [mutex] {
+    const bool locked = pthread_mutex_trylock(mutex) == 0;
+    return locked && pthread_mutex_unlock(mutex) == 0;
+  };
+  int signals = 0;
+  pthreads.onBroadcast = [&](const void* /*condition*/) {
+    EXPECT_FALSE(isFree());
+    ++signals;
+  };
+
+  event.signal(true);
+  EXPECT_EQ(signals, 1);
+  EXPECT_TRUE(isFree());
+
+  event.signal(false);
+  EXPECT_TRUE(isFree());
+
+  event.wait(3);
+  EXPECT_TRUE(isFree());
 }
 
 TEST_F(ZelThreadTest, AnArrayBeginsWithAsManyZeroBytesAsItHasElements) {

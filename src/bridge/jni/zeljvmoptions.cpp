@@ -38,7 +38,7 @@ std::vector<std::string> zelReadJvmOptions(std::FILE* file) {
     }
     option += line;
     stripTrailingSpace(option);
-    if (!option.empty() && option.back() == '\\') {
+    if (option.back() == '\\') {
       option.pop_back();
     } else {
       flush(option, options);
