@@ -157,9 +157,9 @@ class FaultsTest(unittest.TestCase):
             targets, timeout_ms=3000,
             edit_options=lambda text: text + "-Dsun.rmi.dgc.client.gcInterval=1000\n")
 
-        self.restarts(agent, targets, kills=2, cuts=10)
+        self.restarts(agent, targets, kills=1, cuts=5)
         before = self.footprint(agent)
-        self.restarts(agent, targets, kills=3, cuts=40)
+        self.restarts(agent, targets, kills=2, cuts=20)
 
         def is_as_before():
             now = self.footprint(agent)
