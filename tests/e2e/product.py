@@ -45,8 +45,11 @@ class Agent:
     """A running agent. Its home and logs are fresh, the rest is the installation's."""
 
     def __init__(self, java_home=None, edit_options=None, environment=None, jmx=None,
-                 start_with=(), wait=True):
-        """Returns when the agent is ready; at once if told not to wait, then without `url`."""
+                 settings="", start_with=(), wait=True):
+        """Returns when the agent is ready; at once if told not to wait, then without `url`.
+
+        `jmx` takes the place of jmx.yaml, `settings` are added to agent.yaml.
+        """
         self.root = pathlib.Path(tempfile.mkdtemp(prefix="zel-e2e."))
         for folder in ("bin", "lib", "share"):
             (self.root / folder).symlink_to(ROOT / folder)
@@ -58,6 +61,8 @@ class Agent:
             options.write_text(edit_options(options.read_text()))
         if jmx is not None:
             (self.home / "config/jmx.yaml").write_text(jmx)
+        with open(self.home / "config/agent.yaml", "a") as agent_yaml:
+            agent_yaml.write(settings)
         variables = dict(os.environ, **(environment or {}))
         variables.pop("ZEL_LIBJVM", None)
         if java_home:
@@ -137,37 +142,6 @@ class Target:
         self.process.send_signal(signal.SIGCONT)
         self.process.kill()
         self.process.wait()
-        self.process.stdin.close()
-        self.process.stdout.close()
-
-
-class FaultTarget:
-    """A JVM that misbehaves as it is told, with a JMX port of its own."""
-
-    def __init__(self, *modes, port=0):
-        self.process = subprocess.Popen(
-            [installed_javas()[0] / "bin/java", "-Xmx64m", "-XX:+UseSerialGC",
-             "-XX:TieredStopAtLevel=1", "-jar",
-             ROOT / "share/zel/java/zel-faulttarget.jar", "--port", str(port), *modes],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        line = self.process.stdout.readline()
-        ready = re.fullmatch(r"ready port=(\d+) pid=(\d+)\n", line)
-        if not ready:
-            self.close()
-            raise AssertionError(f"the fault target is not ready: {line!r}")
-        self.port, self.pid = int(ready[1]), int(ready[2])
-
-    def command(self, line):
-        self.process.stdin.write(line + "\n")
-        self.process.stdin.flush()
-        answer = self.process.stdout.readline()
-        if not answer.startswith("now "):
-            raise AssertionError(f"{line}: {answer!r}")
-
-    def close(self):
-        if self.process.poll() is None:
-            self.process.terminate()
-            self.process.wait(DEADLINE)
         self.process.stdin.close()
         self.process.stdout.close()
 
