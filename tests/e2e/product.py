@@ -44,7 +44,12 @@ def wait_until(condition, what):
 class Agent:
     """A running agent. Its home and logs are fresh, the rest is the installation's."""
 
-    def __init__(self, java_home=None, edit_options=None, environment=None):
+    def __init__(self, java_home=None, edit_options=None, environment=None, jmx=None,
+                 settings="", start_with=(), wait=True):
+        """Returns when the agent is ready; at once if told not to wait, then without `url`.
+
+        `jmx` takes the place of jmx.yaml, `settings` are added to agent.yaml.
+        """
         self.root = pathlib.Path(tempfile.mkdtemp(prefix="zel-e2e."))
         for folder in ("bin", "lib", "share"):
             (self.root / folder).symlink_to(ROOT / folder)
@@ -54,14 +59,22 @@ class Agent:
         options = self.home / "config/zjxwb.properties"
         if edit_options:
             options.write_text(edit_options(options.read_text()))
+        if jmx is not None:
+            (self.home / "config/jmx.yaml").write_text(jmx)
+        with open(self.home / "config/agent.yaml", "a") as agent_yaml:
+            agent_yaml.write(settings)
         variables = dict(os.environ, **(environment or {}))
         variables.pop("ZEL_LIBJVM", None)
         if java_home:
             variables["JAVA_HOME"] = str(java_home)
         self.errors = open(self.root / "stderr", "w+")
         self.process = subprocess.Popen(
-            [ROOT / "bin/zelagent", "--home", self.home, "--port", "0"],
+            [*start_with, ROOT / "bin/zelagent", "--home", self.home, "--port", "0"],
             stdout=subprocess.PIPE, stderr=self.errors, text=True, env=variables)
+        if wait:
+            self._await_ready()
+
+    def _await_ready(self):
         line = self.process.stdout.readline()
         ready = re.fullmatch(r"Zel is ready: (http://127\.0\.0\.1:\d+)/\n", line)
         if not ready:

@@ -1,10 +1,19 @@
 """How the agent ends, and what it hands to the daemons that it starts."""
 
 import os
+import pathlib
+import re
 import signal
+import time
 import unittest
 
 from product import Agent, Load, installed_javas, wait_until
+
+DESCRIPTORS = 4096  # what the agent allows itself
+
+# Allows as many descriptors as it may: a million, if this machine lets us.
+MANY_DESCRIPTORS = ["sh", "-c", "ulimit -SHn 1000000 2>/dev/null || ulimit -Sn $(ulimit -Hn); "
+                    'exec "$@"', "sh"]
 
 
 def with_test_application(options):
@@ -92,6 +101,26 @@ class StopTest(unittest.TestCase):
                 text = status.read_text()
                 for line in ("SigBlk:\t" + "0" * 16, "SigIgn:\t" + "0" * 16, "SigCgt:\t" + "0" * 16):
                     self.assertIn(line, text)
+
+    def test_a_daemon_starts_at_once_where_very_many_descriptors_are_allowed(self):
+        for java_home in installed_javas():
+            with self.subTest(java=str(java_home)):
+                agent = self.agent(java_home=java_home, edit_options=with_test_application,
+                                   start_with=MANY_DESCRIPTORS)
+                # A daemon's program begins when each possible descriptor has been closed.
+                limits = pathlib.Path(f"/proc/{agent.process.pid}/limits").read_text()
+                soft, hard = re.search(r"^Max open files +(\d+) +(\d+)", limits,
+                                       re.MULTILINE).groups()
+                self.assertLessEqual(int(soft), DESCRIPTORS)
+                self.assertGreater(int(hard), DESCRIPTORS)
+
+                asked = time.time()
+                agent.rows("SPAWN")
+                status = agent.home / "var/daemon"
+                wait_until(lambda: status.exists() and "nonvoluntary" in status.read_text(),
+                           "the daemon's status")
+                print(f"of {hard} descriptors {soft} were closed; the daemon's output came "
+                      f"{(status.stat().st_mtime - asked) * 1000:.0f} ms after the request")
 
 
 if __name__ == "__main__":

@@ -35,6 +35,12 @@ public final class RmiSetup {
           + "javax.rmi.ssl.SslRMIClientSocketFactory;"
           + "!*";
 
+  /**
+   * RMI has a thread for each endpoint that it takes leave of, and tries that five times, at this
+   * interval. With the default of three minutes a target that comes and goes would collect them.
+   */
+  private static final int LEAVE_MILLIS = 1000;
+
   // Kept, because a level is lost with its logger.
   private static final Logger CONNECTOR_LOG = Logger.getLogger("javax.management.remote");
 
@@ -55,6 +61,7 @@ public final class RmiSetup {
     // Stubs with socket factories of their own, as for TLS, know only these.
     setDefault("sun.rmi.transport.tcp.handshakeTimeout", callMillis);
     setDefault("sun.rmi.transport.tcp.responseTimeout", 2 * callMillis);
+    setDefault("sun.rmi.dgc.cleanInterval", LEAVE_MILLIS);
     TrackedSockets made = new TrackedSockets(callMillis, 2 * callMillis);
     RMISocketFactory.setSocketFactory(made);
     // One that was given at the start of the process is the operator's own choice and stays.

@@ -1,0 +1,99 @@
+"""Targets that hang, are slow, drop connections, throw or have thousands of beans."""
+
+import signal
+import threading
+import time
+import unittest
+
+from fault_targets import FaultTargetTest, status_of, threads_of
+from product import wait_until
+
+TABLES = ("JVM_RUNTIME", "JVM_MEMORY", "JVM_MEMPOOL", "JVM_GC", "JVM_THREADS", "JVM_CLASSES",
+          "JVM_OS", "JVM_BUFFERPOOL")
+
+
+class Readers:
+    """Clients that read tables of targets again and again; they keep each sample's state."""
+
+    def __init__(self, agent, tables):
+        self.ended = threading.Event()
+        self.samples = {name: [] for name in tables}
+        self.failures = []
+        self.threads = [threading.Thread(target=self._read, args=(agent, name, table))
+                        for name in tables for table in tables[name]]
+        for thread in self.threads:
+            thread.start()
+
+    def _read(self, agent, name, table):
+        while not self.ended.is_set():
+            start = time.monotonic()
+            try:
+                [sample] = agent.get(f"/api/v1/tables/{table}/rows", subnode=name)["samples"]
+                self.samples[name].append((sample, time.monotonic() - start))
+            except OSError as error:
+                self.failures.append(f"{table} of {name}: {error}")
+            self.ended.wait(0.2)
+
+    def close(self):
+        self.ended.set()
+        for thread in self.threads:
+            thread.join()
+
+
+class FaultsTest(FaultTargetTest):
+    def test_sick_targets_never_make_a_healthy_one_late(self):
+        targets = {"well": self.target(), "hang": self.target(), "slow": self.target("slow=50"),
+                   "drop": self.target(), "beans": self.target("beans=5000", "pools=200"),
+                   "throw": self.target("throw")}
+        # A call on the one that hangs takes longer than a report waits, so a healthy target that
+        # had to wait for it would be late; a busy machine alone makes no report wait so long.
+        agent = self.agent(targets, timeout_ms=15000,
+                           settings="engine:\n  report_deadline: 10s\n  stuck_after: 20s\n")
+        targets["hang"].command("hang")
+        targets["drop"].command("drop=2000")
+
+        tables = dict.fromkeys(targets, TABLES[-2:])
+        tables["hang"] = tables["well"] = TABLES
+        readers = Readers(agent, tables)
+        self.addCleanup(readers.close)
+        wait_until(lambda: status_of(agent, "hang")["STATE"] in ("overdue", "down"),
+                   "the target that hangs is given up")
+        wait_until(lambda: status_of(agent, "drop")["FAILURES"] > 3, "dropped connections")
+        wait_until(lambda: len(readers.samples["well"]) > 200, "many samples")
+        during = threads_of(agent)
+        readers.close()
+
+        self.assertEqual(readers.failures, [])
+        states = {sample["state"] for sample, _ in readers.samples["well"]}
+        self.assertEqual(states, {"fresh"})
+        self.assertLess(max(sample["age_ms"] for sample, _ in readers.samples["well"]), 10_000)
+        self.assertLess(max(duration for _, duration in readers.samples["well"]), 10)
+        for name in targets:
+            self.assertEqual(during.count(f"jmx-{name}"), 1, during)
+
+        self.check_spoilt_cells(agent)
+        self.assertEqual(
+            len([row for row in agent.rows("JVM_BUFFERPOOL", subnode="beans")
+                 if row["POOL"].startswith("fault-")]), 200)
+
+        for name in ("hang", "drop"):
+            targets[name].command("off")
+            wait_until(lambda: agent.rows("JVM_RUNTIME", subnode=name), f"rows of {name} again")
+        agent.signal(signal.SIGTERM)
+        self.assertEqual(agent.wait(), 0, agent.stderr())
+
+    def check_spoilt_cells(self, agent):
+        for table, spoilt in (("JVM_RUNTIME", "VM_VENDOR"), ("JVM_THREADS", "PEAK"),
+                              ("JVM_CLASSES", "UNLOADED"), ("JVM_OS", "ARCHITECTURE")):
+            [row] = agent.rows(table, subnode="throw")
+            [sound] = agent.rows(table, subnode="well")
+            self.assertIn(row.pop(spoilt), (None, ""), table)
+            self.assertNotIn(sound.pop(spoilt), (None, ""), table)
+            self.assertEqual([name for name in row if row[name] in (None, "")],
+                             [name for name in sound if sound[name] in (None, "")], table)
+        reports = [line for line in agent.trace().splitlines() if "target throw:" in line]
+        self.assertEqual(len(reports), 4, reports)
+
+
+if __name__ == "__main__":
+    unittest.main()
