@@ -50,6 +50,12 @@ class FAKEJVM_API Jvm {
   /// Forgets records, answers, references and hooks. A thread's environment stays valid.
   void reset();
 
+  /// For tests that run for long: gives back what the last references that are gone still take. A
+  /// later use of one of them is not found any more.
+  void forgetDeadReferences();
+
+  bool isRecording = true;  ///< whether calls are recorded, which slows long tests down
+
   // Answers. Set them before the library may ask.
   int createResult = JNI_OK;
   bool isCreatedOnce = false;  ///< as in real JVMs, every further creation gives JNI_EEXIST
