@@ -85,12 +85,28 @@ class Agent:
         """Values of the rows, one dictionary each."""
         return [row["values"] for row in self.get(f"/api/v1/tables/{table}/rows", **query)["rows"]]
 
+    def try_rows(self, table, **query):
+        """As rows(), none when the subnode is not there now."""
+        try:
+            return self.rows(table, **query)
+        except urllib.error.HTTPError as error:
+            if error.code != 404:
+                raise
+            return []
+
+    def subnode(self, name):
+        """What the agent says of a subnode, or None."""
+        for each in self.get("/api/v1/subnodes")["subnodes"]:
+            if each["name"] == name:
+                return each
+        return None
+
     def subnode_of(self, pid):
         """Waits until the JVM of the process is monitored; returns its subnode."""
         def find():
             for row in self.rows("JVM_TARGETS"):
                 if row["PID"] == pid and row["STATE"] == "up":
-                    if any(s["name"] == row["NAME"] for s in self.get("/api/v1/subnodes")["subnodes"]):
+                    if self.subnode(row["NAME"]):
                         return row["NAME"]
             return None
         return wait_until(find, f"process {pid} is a subnode")

@@ -93,6 +93,7 @@ std::shared_ptr<const fw::TableInfo> makeTable(std::string name, std::vector<fw:
     column.offset = table->rowSize;
     table->rowSize += column.size;
     table->perSubnode = table->perSubnode || column.name == fw::TableInfo::kOriginNode;
+    table->events = table->events || column.name == fw::TableInfo::kEventSeq;
   }
   table->columns = std::move(columns);
   return table;

@@ -12,7 +12,36 @@
 #include <utility>
 #include <vector>
 
+#include "actions/actions.h"
+#include "basic/clock.h"
 #include "engine/reports.h"
+#include "events/event_feed.h"
+#include "events/journal.h"
+
+/// Events of no table.
+class NoEvents final : public fw::EventFeed {
+ public:
+  std::variant<fw::EventPage, fw::RequestError> events(const std::string& table,
+                                                       std::uint64_t /*since*/,
+                                                       std::uint32_t /*limit*/) const override {
+    return fw::RequestError{
+        fw::RequestError::Kind::NoEventTable, table + " has no events.", std::nullopt, {}};
+  }
+};
+
+/// Commands that are kept and never run or answered.
+class FakeActions final : public fw::Actions {
+ public:
+  void run(fw::ActionRequest request, Done done) override {
+    const std::lock_guard lock(mutex_);
+    kept_.emplace_back(std::move(request), std::move(done));
+  }
+  std::vector<fw::ActionStatus> recent() const override { return {}; }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::pair<fw::ActionRequest, Done>> kept_;  // guarded by mutex_
+};
 
 /// A running agent that a test makes up. Answers reports on a thread of its own, as the real one
 /// does, or holds them until it is told to go on. Set the public members before it is used.
@@ -26,7 +55,11 @@ class FakeAgent final : public fw::Agent {
   fw::AgentStatus agentStatus;
   std::vector<fw::TableStatus> tableList;
   std::vector<fw::SubnodeInfo> subnodeList;
+  FakeActions actions;
   std::function<fw::ReportResult(const fw::ReportRequest&)> answer;
+
+  NoEvents feed;
+  fw::Journal happenings{fw::Clock::system(), 100};
 
   /// Adds a table that is ready.
   void addTable(std::shared_ptr<const fw::TableInfo> table);
@@ -36,6 +69,9 @@ class FakeAgent final : public fw::Agent {
   std::optional<fw::TableStatus> table(std::string_view name) const override;
   std::vector<fw::SubnodeInfo> subnodes() const override { return subnodeList; }
   void report(fw::ReportRequest request, Done done) override;
+  fw::Actions& actionDesk() override { return actions; }
+  const fw::EventFeed& eventFeed() const override { return feed; }
+  fw::Journal& journal() override { return happenings; }
 
   /// From now on reports are kept unanswered, until release().
   void hold();

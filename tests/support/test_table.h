@@ -131,6 +131,16 @@ class TestTable final : public TableManager {
   std::function<Rows(TestRequest&)> sample = [](TestRequest&) { return Rows(); };
   std::atomic<bool> makesNothing{false};
 
+  /// Runs inside the making of a request object.
+  std::function<void(TestRequest&)> made = [](TestRequest&) {};
+
+  /// Pushes rows as an agent does: into each object of the request list, under the list's lock. The
+  /// last code that was not 0, or 0.
+  int push(const Rows& rows);
+
+  /// The objects in the request list.
+  int listed();
+
   /// The objects that exist now.
   std::vector<vuira*> live() {
     const std::lock_guard lock(mutex);
@@ -151,14 +161,50 @@ inline TestRequest::TestRequest(RequestDetail* detail, ContextInfo* context, Tes
   rowSize = table.rowSize;
   allocSize = 1;
   ++table.created;
-  const std::lock_guard lock(table.mutex);
-  table.objects.push_back(this);
+  {
+    const std::lock_guard lock(table.mutex);
+    table.objects.push_back(this);
+  }
+  table.made(*this);
 }
 
 inline TestRequest::~TestRequest() {
   ++table.deleted;
   const std::lock_guard lock(table.mutex);
   std::erase(table.objects, this);
+}
+
+inline int TestTable::push(const Rows& rows) {
+  int result = 0;
+  BSS1_GetLock(&listLock);
+  VuiraListIter open(requests);
+  while (vuira* const request = open.Next()) {
+    request->UseHandle(request->handle);
+    for (std::string bytes : rows) {
+      if (request->CheckForException(bytes.data()) != 0 && request->InsertRow(bytes.data()) != 0) {
+        break;
+      }
+    }
+    request->PrintSelf();
+    if (const int rc = request->Dispatch(); rc != 0) {
+      result = rc;
+    }
+    request->rowCount = 0;
+    RES1_Drop(request->handle);
+  }
+  BSS1_ReleaseLock(&listLock);
+  return result;
+}
+
+inline int TestTable::listed() {
+  int count = 0;
+  BSS1_GetLock(&listLock);
+  VuiraListIter open(requests);
+  while (open.Next() != nullptr) {
+    ++count;
+  }
+  BSS1_ReleaseLock(&listLock);
+  return count;
 }
 
 inline void TestRequest::TakeSample() {

@@ -40,6 +40,16 @@ RES1_Handle HandleTable::add(Unused onUnused) {
   return slot.generation << kIndexBits | index;
 }
 
+bool HandleTable::watch(RES1_Handle handle, Unused onUnused) {
+  const std::lock_guard lock(mutex_);
+  Slot* const slot = find(handle);
+  if (slot == nullptr) {
+    return false;
+  }
+  slot->onUnused.swap(onUnused);
+  return true;
+}
+
 int HandleTable::use(RES1_Handle handle) {
   const std::lock_guard lock(mutex_);
   Slot* slot = find(handle);

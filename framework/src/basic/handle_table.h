@@ -38,6 +38,9 @@ class HandleTable {
   /// A new handle with no use; 0 when the table is full.
   RES1_Handle add(Unused onUnused = {});
 
+  /// Has `onUnused` told instead of what add() named; false for an unknown handle.
+  bool watch(RES1_Handle handle, Unused onUnused);
+
   /// Takes one use; 0, or an error code.
   int use(RES1_Handle handle);
 

@@ -55,4 +55,8 @@ std::string nearestOf(std::string_view name, const std::vector<std::string>& kno
   return nearest == nullptr ? std::string() : *nearest;
 }
 
+std::string didYouMean(std::string_view nearest) {
+  return nearest.empty() ? std::string() : " Did you mean " + std::string(nearest) + "?";
+}
+
 }  // namespace fw

@@ -15,4 +15,7 @@ std::size_t editDistance(std::string_view a, std::string_view b);
 /// the first of several. Empty when even that differs in more than a third of its characters.
 std::string nearestOf(std::string_view name, const std::vector<std::string>& known);
 
+/// The sentence that offers the nearest name, with a blank before it; empty for none.
+std::string didYouMean(std::string_view nearest);
+
 }  // namespace fw

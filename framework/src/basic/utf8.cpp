@@ -100,6 +100,23 @@ void takeIllFormed(std::string& out, std::string_view& text, std::size_t length)
   text.remove_prefix(loneSurrogate ? 3 : length);
 }
 
+void appendSurrogate(std::string& out, std::uint32_t unit) {
+  out += static_cast<char>(0xE0U | unit >> 12U);
+  out += static_cast<char>(0x80U | (unit >> 6U & 0x3FU));
+  out += static_cast<char>(0x80U | (unit & 0x3FU));
+}
+
+// The two surrogates of a well-formed character of four bytes.
+void appendSurrogatePair(std::string& out, std::string_view character) {
+  std::uint32_t code = byteAt(character, 0) & 0x07U;
+  for (std::size_t i = 1; i < character.size(); ++i) {
+    code = code << 6U | (byteAt(character, i) & 0x3FU);
+  }
+  code -= 0x10000;
+  appendSurrogate(out, kHighSurrogate + (code >> 10U));
+  appendSurrogate(out, kLowSurrogate + (code & 0x3FFU));
+}
+
 }  // namespace
 
 std::size_t utf8CharLength(std::string_view text) {
@@ -134,6 +151,24 @@ std::string fromModifiedUtf8(std::string_view text) {
     } else {
       takeIllFormed(out, text, length);
     }
+  }
+  return out;
+}
+
+std::string toModifiedUtf8(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  while (!text.empty()) {
+    bool whole = false;
+    const std::size_t length = pieceLength(text, whole);
+    if (text.front() == '\0') {
+      out += std::string_view("\xC0\x80", 2);
+    } else if (whole && length == 4) {
+      appendSurrogatePair(out, text.substr(0, length));
+    } else {
+      out += text.substr(0, length);
+    }
+    text.remove_prefix(length);
   }
   return out;
 }

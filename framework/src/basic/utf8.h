@@ -18,6 +18,10 @@ bool isValidUtf8(std::string_view text);
 /// (a lone surrogate, a stray byte, a cut sequence) becomes one U+FFFD.
 std::string fromModifiedUtf8(std::string_view text);
 
+/// The way back: valid UTF-8 as Java takes it, with U+0000 as C0 80 and each character above U+FFFF
+/// as a pair of three-byte surrogates. Bytes that are no UTF-8 stay as they are.
+std::string toModifiedUtf8(std::string_view text);
+
 /// The longest beginning of `text` of at most `maxBytes` bytes that ends between two characters.
 /// Where text that is no UTF-8 has no such place nearby, it is cut at `maxBytes`.
 std::string_view cutUtf8(std::string_view text, std::size_t maxBytes);

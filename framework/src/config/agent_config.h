@@ -45,6 +45,24 @@ struct EngineConfig {
   std::uint32_t subnodeLimit = 1'000;
 };
 
+/// Take-action commands; `actions:` in the file.
+struct ActionConfig {
+  std::uint32_t workers = 2;                   ///< commands that run at a time
+  std::uint32_t queueLimit = 50;               ///< commands that wait for a worker at most
+  std::chrono::milliseconds deadline{30'000};  ///< then a command counts as late
+  std::uint32_t keep = 100;                    ///< ended commands that are listed
+};
+
+/// What the agent pushes, and what happens in it; `events:` in the file.
+struct EventsConfig {
+  bool subscribe = true;                       ///< to every event table
+  std::uint32_t keep = 1'000;                  ///< events of one table that are kept
+  std::uint64_t keepBytes = 4 * 1024 * 1024;   ///< of one table
+  std::uint64_t queueBytes = 4 * 1024 * 1024;  ///< of one subscription: rows not handled yet
+  std::uint32_t journal = 5'000;               ///< entries of the journal that are kept
+  std::uint64_t journalBytes = 16 * 1024 * 1024;
+};
+
 /// What `config/agent.yaml` says, with the defaults of what it does not say. The schema
 /// (schema.cpp) has one line per member and prints the defaults that stand here.
 struct AgentConfig {
@@ -54,6 +72,8 @@ struct AgentConfig {
   std::map<std::string, std::string> environment;
   HttpConfig http;
   EngineConfig engine;
+  ActionConfig actions;
+  EventsConfig events;
   /// The loader makes `file` absolute.
   trace::Settings trace = traceDefaults();
 

@@ -107,6 +107,36 @@ void addEngine(std::vector<Setting>& all) {
                         "Subnodes that are registered at a time; more are refused."));
 }
 
+void addActions(std::vector<Setting>& all) {
+  all.push_back(
+      integer("actions.workers", MEMBER(actions.workers), 1, 100, "Commands that run at a time."));
+  all.push_back(integer("actions.queue_limit", MEMBER(actions.queueLimit), 1, 10'000,
+                        "Commands that wait to be run; more are refused."));
+  all.push_back(duration("actions.deadline", MEMBER(actions.deadline), 10ms, 1h,
+                         "A command that has not ended after so long is reported as late, and "
+                         "another worker takes its place; one that has not begun is not run."));
+  all.push_back(integer("actions.keep", MEMBER(actions.keep), 0, 10'000,
+                        "Commands that have ended and are still listed."));
+}
+
+void addEvents(std::vector<Setting>& all) {
+  all.push_back(boolean("events.subscribe", MEMBER(events.subscribe),
+                        "Whether the agent listens to every event table. Otherwise events come in "
+                        "only while a situation watches their table, and none are kept."));
+  all.push_back(integer("events.keep", MEMBER(events.keep), 1, 1'000'000,
+                        "Events of one table that are kept, the newest."));
+  all.push_back(size("events.keep_bytes", MEMBER(events.keepBytes), 64 * kKiB, kGiB,
+                     "Room for the events of one table that are kept."));
+  all.push_back(size("events.queue_bytes", MEMBER(events.queueBytes), 64 * kKiB, kGiB,
+                     "Room for events of one table that wait to be handled; more are counted and "
+                     "dropped."));
+  all.push_back(integer("events.journal", MEMBER(events.journal), 1, 1'000'000,
+                        "Entries of the journal that are kept: events, subnodes that come and go, "
+                        "situations and actions."));
+  all.push_back(size("events.journal_bytes", MEMBER(events.journalBytes), 64 * kKiB, kGiB,
+                     "Room for the entries of the journal that are kept."));
+}
+
 void addTrace(std::vector<Setting>& all) {
   all.push_back(traceClasses("trace.default", MEMBER(trace.defaultMask),
                              "What a unit traces for which `trace.units` says nothing else. Errors "
@@ -137,6 +167,8 @@ const std::vector<Setting>& configSchema() {
     addIdentity(all);
     addHttp(all);
     addEngine(all);
+    addActions(all);
+    addEvents(all);
     addTrace(all);
     return all;
   }();

@@ -7,6 +7,7 @@
 
 #include "basic/nearest.h"
 #include "engine/countdown.h"
+#include "engine/subnode_lookup.h"
 #include "tables/where_parser.h"
 
 namespace fw {
@@ -21,9 +22,7 @@ RequestError error(Kind kind, std::string message, std::string nearest = {}) {
   return {kind, std::move(message), std::nullopt, std::move(nearest)};
 }
 
-std::string didYouMean(const std::string& nearest) {
-  return nearest.empty() ? std::string() : fmt::format(" Did you mean {}?", nearest);
-}
+RequestError stopping() { return error(Kind::Stopping, "The agent is stopping."); }
 
 }  // namespace
 
@@ -34,7 +33,12 @@ Engine::Engine(const EngineConfig& config, Clock& clock, TimerQueue& timers, Cal
       timers_(timers),
       gate_(gate),
       subnodes_(subnodes),
-      tables_(config, clock, gate, samples_),
+      tables_(config, clock, gate, samples_,
+              [this](const TableSet::View& table) {
+                for (TableObserver* const observer : observers_) {
+                  observer->onTableReady(table);
+                }
+              }),
       reports_("reports", {2, 2, 0, config.stuckAfter}, clock, timers),
       samples_("samples",
                {config.sampleWorkers, config.stuckWorkers, config.queueLimit, config.stuckAfter},
@@ -46,6 +50,9 @@ void Engine::removeTable(TableManager& manager) {
   const auto entry = tables_.remove(manager);
   if (entry == nullptr) {
     return;
+  }
+  for (TableObserver* const observer : observers_) {
+    observer->onTableRemoved(manager);
   }
   std::vector<std::shared_ptr<SampleChannel>> channels;
   {
@@ -63,8 +70,9 @@ void Engine::removeTable(TableManager& manager) {
     channel->close("The table has been removed.");
   }
   const Countdown countdown(config_.drainBound);
-  entry->describing->waitIdle(countdown.left());
+  entry->turns->waitIdle(countdown.left());
   for (const auto& channel : channels) {
+    channel->waitReturned(countdown.left());
     channel->waitIdle(countdown.left());
   }
 }
@@ -108,9 +116,8 @@ void Engine::report(ReportRequest request, Done done) {
   }
 }
 
-std::optional<RequestError> Engine::tableOf(const std::string& name,
-                                           std::optional<TableSet::View>& table) const {
-  table = tables_.find(name);
+std::variant<TableSet::View, RequestError> Engine::findTable(const std::string& name) const {
+  auto table = tables_.find(name);
   if (!table && !loaded_) {
     return error(Kind::NotReady, "The agent is still loading.");
   }
@@ -132,14 +139,15 @@ std::optional<RequestError> Engine::tableOf(const std::string& name,
     case TableStatus::State::Ready:
       break;
   }
-  return std::nullopt;
+  return *std::move(table);
 }
 
 std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const Done& done) {
-  std::optional<TableSet::View> table;
-  if (auto wrong = tableOf(request.table, table)) {
-    return wrong;
+  auto found = findTable(request.table);
+  if (auto* const wrong = std::get_if<RequestError>(&found)) {
+    return std::move(*wrong);
   }
+  const auto* const table = std::get_if<TableSet::View>(&found);
   auto where = parseWhere(request.where, *table->info);
   if (const auto* wrong = std::get_if<WhereError>(&where)) {
     return RequestError{Kind::BadWhere, wrong->message, wrong->position, wrong->nearest};
@@ -148,7 +156,7 @@ std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const
   {
     const std::lock_guard lock(mutex_);
     if (stopping_) {
-      return error(Kind::Stopping, "The agent is stopping.");
+      return stopping();
     }
     if (running_.size() >= config_.reportLimit) {
       ++refused_;
@@ -158,7 +166,7 @@ std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const
     }
     // Under the lock, so that a subnode that closes meanwhile finds the channels made here.
     std::vector<SubnodeName> subnodes;
-    if (auto wrong = targetsOf(request, *table->info, subnodes)) {
+    if (auto wrong = targetsOf(request.subnode, *table->info, subnodes)) {
       return wrong;
     }
     std::vector<Report::Target> targets;
@@ -181,10 +189,11 @@ std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const
   return std::nullopt;
 }
 
-std::optional<RequestError> Engine::targetsOf(const ReportRequest& request, const TableInfo& table,
-                                             std::vector<SubnodeName>& targets) const {
+std::optional<RequestError> Engine::targetsOf(const std::optional<std::string>& subnode,
+                                              const TableInfo& table,
+                                              std::vector<SubnodeName>& targets) const {
   if (!table.perSubnode) {
-    if (request.subnode) {
+    if (subnode) {
       return error(
           Kind::UnknownSubnode,
           fmt::format("Table {} is the agent's own: ask it without a subnode.", table.name));
@@ -192,28 +201,16 @@ std::optional<RequestError> Engine::targetsOf(const ReportRequest& request, cons
     targets.push_back({});
     return std::nullopt;
   }
-  targets = subnodes_.askable();
-  if (!request.subnode) {
+  if (!subnode) {
+    targets = subnodes_.askable();
     return std::nullopt;
   }
-  const auto found = std::find_if(targets.begin(), targets.end(), [&](const SubnodeName& each) {
-    return each.shown == *request.subnode;
-  });
-  if (found != targets.end()) {
-    targets = {SubnodeName(*found)};
-    return std::nullopt;
+  auto found = findSubnode(subnodes_, *subnode);
+  if (auto* const wrong = std::get_if<RequestError>(&found)) {
+    return std::move(*wrong);
   }
-  if (auto why = subnodes_.whyNot(*request.subnode)) {
-    return error(Kind::UnknownSubnode, *why);
-  }
-  std::vector<std::string> names;
-  for (const SubnodeName& each : targets) {
-    names.push_back(each.shown);
-  }
-  const std::string nearest = nearestOf(*request.subnode, names);
-  return error(Kind::UnknownSubnode,
-               fmt::format("There is no subnode '{}'.{}", *request.subnode, didYouMean(nearest)),
-               nearest);
+  targets.push_back(std::get<SubnodeName>(std::move(found)));
+  return std::nullopt;
 }
 
 std::shared_ptr<SampleChannel> Engine::channelOf(const TableSet::View& table,
@@ -228,6 +225,30 @@ std::shared_ptr<SampleChannel> Engine::channelOf(const TableSet::View& table,
     channel->reopen();
   }
   return channel;
+}
+
+std::optional<RequestError> Engine::openRow(const std::string& table, const std::string& subnode,
+                                            std::string row, SampleChannel::RowOpened opened) {
+  const auto found = findTable(table);
+  if (const auto* wrong = std::get_if<RequestError>(&found)) {
+    return *wrong;
+  }
+  const auto& view = std::get<TableSet::View>(found);
+  std::shared_ptr<SampleChannel> channel;
+  {
+    const std::lock_guard lock(mutex_);
+    if (stopping_) {
+      return stopping();
+    }
+    std::vector<SubnodeName> targets;
+    const auto asked = subnode.empty() ? std::nullopt : std::optional(subnode);
+    if (auto wrong = targetsOf(asked, *view.info, targets)) {
+      return wrong;
+    }
+    channel = channelOf(view, targets.at(0));
+  }
+  channel->openRow(std::move(row), std::move(opened));
+  return std::nullopt;
 }
 
 void Engine::finish(const std::shared_ptr<Report>& report) {
@@ -287,7 +308,8 @@ bool Engine::closeSubnode(const std::string& raw, std::chrono::milliseconds boun
   }
   const std::lock_guard lock(mutex_);
   std::erase_if(channels_, [&](const auto& each) {
-    return each.first.second == raw && each.second->isClosed() && each.second->waitIdle(kNoTime);
+    return each.first.second == raw && each.second->isClosed() &&
+           each.second->waitReturned(kNoTime) && each.second->waitIdle(kNoTime);
   });
   return all;
 }
@@ -303,7 +325,7 @@ void Engine::refuse() {
     }
   }
   for (const auto& report : reports) {
-    report->abort(error(Kind::Stopping, "The agent is stopping."));
+    report->abort(stopping());
   }
 }
 
@@ -334,6 +356,9 @@ void Engine::stop(std::chrono::milliseconds bound) {
   const std::lock_guard lock(mutex_);
   for (const auto& [key, channel] : channels_) {
     channel->abandon();
+  }
+  for (const TableSet::View& table : tables_.all()) {
+    table.entry->turns->abandon();
   }
 }
 

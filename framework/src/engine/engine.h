@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 #include "agentfw/vuira.h"
@@ -19,6 +20,7 @@
 #include "engine/reports.h"
 #include "engine/sample_channel.h"
 #include "engine/subnode_directory.h"
+#include "engine/table_observer.h"
 #include "engine/table_set.h"
 #include "engine/timer_queue.h"
 #include "engine/worker_lane.h"
@@ -39,6 +41,10 @@ class Engine {
   /// Waits for every callback, however long it takes: a process that must end does not destroy it.
   ~Engine();
 
+  /// Adds somebody who follows the tables, and who outlives the engine's workers; before the first
+  /// addTable().
+  void addObserver(TableObserver& observer) { observers_.push_back(&observer); }
+
   /// Takes a table over and has the agent describe it, on a worker; 0, or an error code.
   int addTable(TableManager& manager) { return tables_.add(manager); }
 
@@ -55,8 +61,20 @@ class Engine {
   std::optional<TableStatus> table(std::string_view name) const;
   std::vector<LaneStatus> lanes() const;
 
+  /// A table that is ready, or why it can't be used.
+  std::variant<TableSet::View, RequestError> findTable(const std::string& name) const;
+
   /// See Agent::report().
   void report(ReportRequest request, Done done);
+
+  /// Opens a request object that holds a copy of `row`, a row that a report gave for this table and
+  /// subnode (the shown name, empty for none); see SampleChannel::openRow(). When this returns an
+  /// error, `opened` is not called.
+  std::optional<RequestError> openRow(const std::string& table, const std::string& subnode,
+                                      std::string row, SampleChannel::RowOpened opened);
+
+  /// Runs what answers somebody, on a thread that never calls the agent. It must not block.
+  void answer(const std::function<void()>& answer);
 
   std::uint32_t reportsWaiting() const;
   std::uint64_t reportsAnswered() const;
@@ -80,21 +98,20 @@ class Engine {
   using ChannelKey = std::pair<std::string, std::string>;  // table, subnode
 
   TableStatus statusOf(const TableSet::View& view) const;
-  std::optional<RequestError> targetsOf(const ReportRequest& request, const TableInfo& table,
-                                       std::vector<SubnodeName>& targets) const;
+  std::optional<RequestError> targetsOf(const std::optional<std::string>& subnode,
+                                        const TableInfo& table,
+                                        std::vector<SubnodeName>& targets) const;
   std::shared_ptr<SampleChannel> channelOf(const TableSet::View& table,
                                            const SubnodeName& subnode);  // needs mutex_
-  std::optional<RequestError> tableOf(const std::string& name,
-                                     std::optional<TableSet::View>& table) const;
   std::optional<RequestError> tryBegin(const ReportRequest& request, const Done& done);
   void finish(const std::shared_ptr<Report>& report);
-  void answer(const std::function<void()>& answer);
 
   const EngineConfig& config_;
   Clock& clock_;
   TimerQueue& timers_;
   CallbackGate& gate_;
   const SubnodeDirectory& subnodes_;
+  std::vector<TableObserver*> observers_;
 
   struct Running {
     Done done;

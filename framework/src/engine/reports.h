@@ -20,6 +20,10 @@
 
 namespace fw {
 
+class Actions;
+class EventFeed;
+class Journal;
+
 /// A request for the current rows of a table.
 struct ReportRequest {
   std::string table;
@@ -136,6 +140,13 @@ class Agent {
   /// Takes a report. `done` is called exactly once, on a thread of the framework and never before
   /// report() has returned on the same thread; it must neither block nor throw.
   virtual void report(ReportRequest request, std::function<void(ReportResult)> done) = 0;
+
+  /// Where commands for the agent go.
+  virtual Actions& actionDesk() = 0;
+
+  // What else it offers. Each lives as long as the agent.
+  virtual const EventFeed& eventFeed() const = 0;
+  virtual Journal& journal() = 0;
 };
 
 }  // namespace fw

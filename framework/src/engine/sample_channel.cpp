@@ -32,7 +32,9 @@ SampleChannel::SampleChannel(Shared shared, std::shared_ptr<TableEntry> table,
       info_(std::move(info)),
       subnode_(std::move(subnode)),
       label_(std::move(label)),
-      turns_(std::make_shared<Turns>("sampling " + label_, shared.lane, shared.clock)) {}
+      turns_(subnode_.empty()
+                 ? table_->turns
+                 : std::make_shared<Turns>("sampling " + label_, shared.lane, shared.clock)) {}
 
 SampleChannel::~SampleChannel() { static_cast<void>(object_.release()); }
 
@@ -73,10 +75,8 @@ std::optional<SampleOutcome> SampleChannel::answerNow(const Hints& hints) {
   if (lastGood_ != nullptr && now - lastGood_->takenAtMono <= shared_.config.coalesceAge) {
     return SampleOutcome{lastGood_, false, {}};
   }
-  if (const auto running = turns_->runningFor(); running && *running >= shared_.config.stuckAfter) {
-    return SampleOutcome{
-        lastGood_, true,
-        fmt::format("The collector has not returned for {} s.", toMs(*running).count() / 1000)};
+  if (auto why = whyStuck()) {
+    return SampleOutcome{lastGood_, true, *std::move(why)};
   }
   if (inFlight_.size() >= kMaxHinted && !inFlight_.contains(hints)) {
     return SampleOutcome{lastGood_, true, "Too many different conditions wait for their sample."};
@@ -205,9 +205,81 @@ std::shared_ptr<const Sample> SampleChannel::lastGood() const {
   return lastGood_;
 }
 
-bool SampleChannel::isStuck() const {
+std::optional<std::string> SampleChannel::whyStuck() const {
   const auto running = turns_->runningFor();
-  return running && *running >= shared_.config.stuckAfter;
+  if (!running || *running < shared_.config.stuckAfter) {
+    return std::nullopt;
+  }
+  return fmt::format("The collector has not returned for {} s.", toMs(*running).count() / 1000);
+}
+
+bool SampleChannel::isStuck() const { return whyStuck().has_value(); }
+
+void SampleChannel::openRow(std::string row, RowOpened opened) {
+  // Behind a callback that does not return nothing may pile up.
+  if (const auto why = whyStuck()) {
+    opened(nullptr, *why);
+    return;
+  }
+  const auto job = [self = shared_from_this(), row = std::move(row), opened] {
+    std::unique_ptr<RowObject> object;
+    std::string why = "The agent is stopping.";
+    try {
+      self->shared_.gate.run([&] { object = self->makeRowObject(row); });
+    } catch (const std::exception& error) {
+      why = error.what();
+    } catch (...) {
+      why = "The agent ended the callback with an unknown exception.";
+    }
+    opened(std::move(object), why);
+  };
+  if (!turns_->post(job)) {
+    opened(nullptr, "Too many samples wait for a worker.");
+  }
+}
+
+std::unique_ptr<RowObject> SampleChannel::makeRowObject(const std::string& row) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (closed_) {
+      throw std::runtime_error(closedWhy_);
+    }
+  }
+  std::unique_ptr<vuira> object = makeObject({}, {});
+  if (object->rowSize != row.size()) {
+    throw std::runtime_error(fmt::format("The rows of {} have {} bytes, not {} as described.",
+                                         label_, object->rowSize, row.size()));
+  }
+  std::string copy = row;
+  // Not through the object: what it does with a row of a sample is not wanted here.
+  if (object->vuira::InsertRow(copy.data()) != 0) {
+    throw std::runtime_error(fmt::format("There is no room for a row of {}.", label_));
+  }
+  const std::lock_guard lock(mutex_);
+  ++lent_;
+  return std::make_unique<RowObject>(shared_from_this(), std::move(object));
+}
+
+void SampleChannel::takeBack(std::unique_ptr<vuira> object) {
+  struct Returning {
+    std::shared_ptr<SampleChannel> channel;
+    std::unique_ptr<vuira> object;
+    ~Returning() {
+      static_cast<void>(object.release());  // there is one only when its turn has not come
+      const std::lock_guard lock(channel->mutex_);
+      --channel->lent_;
+      channel->returned_.notify_all();
+    }
+  };
+  const std::shared_ptr<Returning> returning(new Returning{shared_from_this(), std::move(object)});
+  turns_->postAlways([returning] {
+    returning->channel->shared_.gate.runCleanup([&] { returning->object.reset(); });
+  });
+}
+
+bool SampleChannel::waitReturned(std::chrono::milliseconds bound) const {
+  std::unique_lock lock(mutex_);
+  return returned_.wait_for(lock, bound, [this] { return lent_ == 0; });
 }
 
 void SampleChannel::close(const std::string& why) {

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +15,7 @@
 #include "basic/clock.h"
 #include "config/agent_config.h"
 #include "engine/callback_gate.h"
+#include "engine/row_object.h"
 #include "engine/table_entry.h"
 #include "engine/turns.h"
 #include "tables/condition.h"
@@ -47,10 +51,10 @@ class SampleWaiter {
 
 /// The place where one table is sampled for one subnode, or for none.
 ///
-/// All callbacks of that pair take turns here, whatever they are for: rows that the agent's cache
-/// hands out are read unlocked, and a lookup on the same pair may free them. Reports without a hint
-/// for the agent share one request object, which stays open, and one sample; a report with hints
-/// (equality conditions) opens an object of its own for one sample.
+/// All callbacks of that pair take the same turns, whatever they are for: rows that the agent's
+/// cache hands out are read unlocked, and a lookup on the same pair may free them. Reports without
+/// a hint for the agent share one request object, which stays open, and one sample; a report with
+/// hints (equality conditions) opens an object of its own for one sample.
 ///
 /// Request objects are made, used and deleted inside a turn, through the gate.
 class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
@@ -64,7 +68,7 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   };
 
   /// `subnode` is the name as the agent registered it, empty for none; `label` names the pair for
-  /// people.
+  /// people. Without a subnode the channel takes the table's own turns.
   SampleChannel(Shared shared, std::shared_ptr<TableEntry> table,
                 std::shared_ptr<const TableInfo> info, std::string subnode, std::string label);
   SampleChannel(const SampleChannel&) = delete;
@@ -76,6 +80,19 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   /// all who wait for a sample are gone before its turn, it is not taken.
   void sample(const Predicate& predicate, const std::weak_ptr<SampleWaiter>& waiter,
               std::size_t slot);
+
+  /// What openRow() led to: the object, or why there is none, for people.
+  using RowOpened = std::function<void(std::unique_ptr<RowObject> object, const std::string& why)>;
+
+  /// Opens a request object that holds a copy of `row`. `opened` is called once, on any thread and
+  /// maybe at once, unless the lane stops first; it must not block.
+  void openRow(std::string row, RowOpened opened);
+
+  /// Has the object of a RowObject deleted in its turn.
+  void takeBack(std::unique_ptr<vuira> object);
+
+  /// Waits at most `bound` until no object of openRow() exists any more.
+  bool waitReturned(std::chrono::milliseconds bound) const;
 
   /// The newest rows without hints; null when there are none.
   std::shared_ptr<const Sample> lastGood() const;
@@ -125,6 +142,10 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   std::unique_ptr<vuira> makeObject(const Hints& hints, const Predicate& predicate);
   void count(const Sample& sample);
   void deleteObject();
+  std::unique_ptr<RowObject> makeRowObject(const std::string& row);
+
+  /// That a callback does not return, for people; nothing when none is stuck.
+  std::optional<std::string> whyStuck() const;
 
   /// What can be answered without a callback; nothing when one is needed.
   std::optional<SampleOutcome> answerNow(const Hints& hints);  // needs mutex_
@@ -139,6 +160,8 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   std::unique_ptr<vuira> object_;  // touched by the job that has its turn only
 
   mutable std::mutex mutex_;
+  mutable std::condition_variable returned_;
+  std::uint32_t lent_ = 0;  // guarded by mutex_; objects of openRow()
   /// guarded by mutex_; the one without hints is what reports share
   std::map<Hints, std::shared_ptr<Sampling>> inFlight_;
   std::shared_ptr<const Sample> lastGood_;  // guarded by mutex_

@@ -58,6 +58,8 @@ std::optional<std::string> describeTable(TableManager& manager, std::uint32_t co
   }
   info.rowSize = object->rowSize;
   info.perSubnode = info.find(TableInfo::kOriginNode) != nullptr;
+  const Column* const sequence = info.find(TableInfo::kEventSeq);
+  info.events = sequence != nullptr && sequence->type == ColumnType::Int64;
   return checkColumns(info.columns, info.rowSize);
 }
 

@@ -32,7 +32,9 @@ struct TableEntry {
   std::string refusal;                                        // guarded by the table set's mutex
   std::shared_ptr<const TableInfo> info;                      // guarded by the table set's mutex
   TableMeters meters;
-  std::shared_ptr<Turns> describing;  ///< where the agent describes the table
+  std::atomic<bool> removed{false};
+  /// Where callbacks on the table that concern no subnode take turns, whatever they are for.
+  std::shared_ptr<Turns> turns;
 };
 
 }  // namespace fw

@@ -27,7 +27,7 @@ int TableSet::add(TableManager& manager) {
   info->name = name;
   entry->info = std::move(info);
   entry->manager = &manager;
-  entry->describing = std::make_shared<Turns>("describing " + name, lane_, clock_);
+  entry->turns = std::make_shared<Turns>("sampling " + name, lane_, clock_);
   {
     const std::lock_guard lock(mutex_);
     if (closed_) {
@@ -43,7 +43,9 @@ int TableSet::add(TableManager& manager) {
       return kRcDuplicate;
     }
   }
-  return entry->describing->postAlways([this, entry] { describe(entry); }) ? kRcOk : kRcStopping;
+  const bool posted =
+      entry->turns->postAlways(lane_, "describing " + name, [this, entry] { describe(entry); });
+  return posted ? kRcOk : kRcStopping;
 }
 
 void TableSet::describe(const std::shared_ptr<TableEntry>& entry) {
@@ -72,14 +74,21 @@ void TableSet::describe(const std::shared_ptr<TableEntry>& entry) {
   if (refusal) {
     RAS1_PRINT("ERROR: table %s is refused: %s", info->name.c_str(), refusal->c_str());
   }
-  const std::lock_guard lock(mutex_);
-  entry->state = refusal ? TableStatus::State::Refused : TableStatus::State::Ready;
-  if (refusal) {
-    entry->refusal = *refusal;
-  } else {
-    entry->info = std::move(info);
+  std::optional<View> ready;
+  {
+    const std::lock_guard lock(mutex_);
+    entry->state = refusal ? TableStatus::State::Refused : TableStatus::State::Ready;
+    if (refusal) {
+      entry->refusal = *refusal;
+    } else {
+      entry->info = std::move(info);
+      ready = View{entry, entry->state, {}, entry->info};
+    }
+    described_.notify_all();
   }
-  described_.notify_all();
+  if (ready && onReady_) {
+    onReady_(*ready);
+  }
 }
 
 std::shared_ptr<TableEntry> TableSet::remove(const TableManager& manager) {
@@ -91,6 +100,7 @@ std::shared_ptr<TableEntry> TableSet::remove(const TableManager& manager) {
     return nullptr;
   }
   auto entry = std::move(found->second);
+  entry->removed = true;
   tables_.erase(found);
   described_.notify_all();
   return entry;

@@ -33,9 +33,13 @@ class TableSet {
     std::shared_ptr<const TableInfo> info;
   };
 
+  /// Told, on a worker, that a table is ready; must not block.
+  using OnReady = std::function<void(const View&)>;
+
   /// Everything outlives the set; `lane` ends before it.
-  TableSet(const EngineConfig& config, Clock& clock, CallbackGate& gate, WorkerLane& lane)
-      : config_(config), clock_(clock), gate_(gate), lane_(lane) {}
+  TableSet(const EngineConfig& config, Clock& clock, CallbackGate& gate, WorkerLane& lane,
+           OnReady onReady)
+      : config_(config), clock_(clock), gate_(gate), lane_(lane), onReady_(std::move(onReady)) {}
   TableSet(const TableSet&) = delete;
   TableSet& operator=(const TableSet&) = delete;
 
@@ -64,6 +68,7 @@ class TableSet {
   Clock& clock_;
   CallbackGate& gate_;
   WorkerLane& lane_;
+  const OnReady onReady_;
 
   mutable std::mutex mutex_;
   mutable std::condition_variable described_;

@@ -4,18 +4,19 @@
 
 namespace fw {
 
-bool Turns::add(Job job) {
+bool Turns::add(Waiting waiting) {
   const std::lock_guard lock(mutex_);
-  jobs_.push_back(std::move(job));
+  jobs_.push_back(std::move(waiting));
   return jobs_.size() == 1;
 }
 
 bool Turns::post(Job job) {
-  return !add(std::move(job)) || lane_.post(what_, nextRun()) || withdraw();
+  return !add({&lane_, what_, std::move(job)}) || lane_.post(what_, nextRun()) || withdraw();
 }
 
-bool Turns::postAlways(Job job) {
-  return !add(std::move(job)) || lane_.postNext(what_, nextRun()) || withdraw();
+bool Turns::postAlways(WorkerLane& lane, std::string what, Job job) {
+  return !add({&lane, what, std::move(job)}) || lane.postNext(std::move(what), nextRun()) ||
+         withdraw();
 }
 
 Turns::Job Turns::nextRun() {
@@ -23,25 +24,45 @@ Turns::Job Turns::nextRun() {
 }
 
 bool Turns::withdraw() {
-  bool others = false;
-  {
-    const std::lock_guard lock(mutex_);
-    jobs_.pop_front();
-    others = !jobs_.empty();
-    idle_.notify_all();
-  }
-  if (others) {
-    // They were let in behind the job that goes, so a full lane takes them.
-    lane_.postNext(what_, nextRun());
+  if (dropFirst()) {
+    startFirst();
   }
   return false;
+}
+
+bool Turns::dropFirst() {
+  Waiting dropped;  // destroyed after the lock
+  const std::lock_guard lock(mutex_);
+  if (!jobs_.empty()) {
+    dropped = std::move(jobs_.front());
+    jobs_.pop_front();
+  }
+  idle_.notify_all();
+  return !jobs_.empty();
+}
+
+void Turns::startFirst() {
+  WorkerLane* lane = nullptr;
+  std::string what;
+  do {
+    const std::lock_guard lock(mutex_);
+    if (jobs_.empty()) {
+      return;
+    }
+    lane = jobs_.front().lane;
+    what = jobs_.front().what;
+    // It was let in before, so a full lane takes it; one that has stopped does not.
+  } while (!lane->postNext(std::move(what), nextRun()) && dropFirst());
 }
 
 void Turns::runNext() {
   Job job;
   {
     const std::lock_guard lock(mutex_);
-    job = std::move(jobs_.front());
+    if (jobs_.empty()) {
+      return;
+    }
+    job = std::move(jobs_.front().job);
     began_ = clock_.monotonic();
     thread_ = std::this_thread::get_id();
   }
@@ -50,17 +71,13 @@ void Turns::runNext() {
     Job& job;
     ~Done() {
       job = nullptr;
-      bool more = false;
       {
         const std::lock_guard lock(turns.mutex_);
-        turns.jobs_.pop_front();
         turns.began_.reset();
         turns.thread_ = {};
-        more = !turns.jobs_.empty();
-        turns.idle_.notify_all();
       }
-      if (more) {
-        turns.lane_.postNext(turns.what_, turns.nextRun());
+      if (turns.dropFirst()) {
+        turns.startFirst();
       }
     }
   } const done{*this, job};
@@ -68,11 +85,12 @@ void Turns::runNext() {
 }
 
 void Turns::abandon() {
-  std::deque<Job> dropped;  // destroyed after the lock
+  std::deque<Waiting> dropped;  // destroyed after the lock
   const std::lock_guard lock(mutex_);
   dropped.swap(jobs_);
   if (began_) {
-    jobs_.emplace_back();  // the place of the one that runs; it has taken its job already
+    // The place of the one that runs; it has taken its job already.
+    jobs_.push_back({&lane_, what_, nullptr});
   }
   idle_.notify_all();
 }

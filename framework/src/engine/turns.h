@@ -16,13 +16,13 @@ namespace fw {
 
 class WorkerLane;
 
-/// Runs jobs one at a time, in the order in which they came, on the workers of a lane. A job that
-/// waits for its turn takes no worker.
+/// Runs jobs one at a time, in the order in which they came, on the workers of a lane, or of the
+/// lane that a job names. A job that waits for its turn takes no worker.
 class Turns : public std::enable_shared_from_this<Turns> {
  public:
   using Job = std::function<void()>;
 
-  /// `what` names the jobs in the trace. Both references outlive this object.
+  /// `what` names the jobs in the trace. References outlive this object and its jobs.
   Turns(std::string what, WorkerLane& lane, Clock& clock)
       : what_(std::move(what)), lane_(lane), clock_(clock) {}
   Turns(const Turns&) = delete;
@@ -32,7 +32,10 @@ class Turns : public std::enable_shared_from_this<Turns> {
   bool post(Job job);
 
   /// The same for what must not be lost: it counts against no limit. False when the lane stops.
-  bool postAlways(Job job);
+  bool postAlways(Job job) { return postAlways(lane_, what_, std::move(job)); }
+
+  /// The same on the workers of another lane, under a name of its own.
+  bool postAlways(WorkerLane& lane, std::string what, Job job);
 
   /// Forgets the jobs that wait, when the lane has stopped. They may own what owns these turns.
   void abandon();
@@ -44,10 +47,20 @@ class Turns : public std::enable_shared_from_this<Turns> {
   bool waitIdle(std::chrono::milliseconds bound) const;
 
  private:
+  struct Waiting {
+    WorkerLane* lane;
+    std::string what;
+    Job job;
+  };
+
   /// Adds a job; true when it has its turn at once and needs a worker.
-  bool add(Job job);
+  bool add(Waiting waiting);
   /// Takes the first job back, for which there is no worker; returns false.
   bool withdraw();
+  /// Forgets the first job; true when another has its turn now and needs a worker.
+  bool dropFirst();
+  /// Finds a worker for the first job. Jobs whose lane has stopped are dropped.
+  void startFirst();
   Job nextRun();
   void runNext();
 
@@ -56,7 +69,7 @@ class Turns : public std::enable_shared_from_this<Turns> {
   Clock& clock_;
   mutable std::mutex mutex_;
   mutable std::condition_variable idle_;
-  std::deque<Job> jobs_;                       // guarded by mutex_; the first has its turn
+  std::deque<Waiting> jobs_;                   // guarded by mutex_; the first has its turn
   std::optional<Clock::MonotonicTime> began_;  // guarded by mutex_; set while the first runs
   std::thread::id thread_;                     // guarded by mutex_; that runs the first
 };

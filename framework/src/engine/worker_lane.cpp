@@ -190,7 +190,7 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
       return;
     }
     growthArmed_ = true;
-    timers_.at(queue_.front().since + kGrowAfter, [weak = weak_from_this()] {
+    timers_.at(queue_.front().since + limits_.growAfter, [weak = weak_from_this()] {
       if (const auto self = weak.lock()) {
         self->grow();
       }
@@ -204,7 +204,7 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
     if (stopped_ || queue_.empty()) {
       return;
     }
-    if (clock_.monotonic() - queue_.front().since < kGrowAfter) {
+    if (clock_.monotonic() - queue_.front().since < limits_.growAfter) {
       armGrowth();
       return;
     }

@@ -15,21 +15,22 @@ class TimerQueue;
 
 /// Workers of one kind. Threads start when there is work for them. A task that does not return
 /// keeps its thread, and another thread stands in: at once when the task counts as stuck, and after
-/// kGrowAfter when work waits behind tasks that are merely slow. Stand-ins are bounded and end when
-/// they are not needed any more.
+/// Limits::growAfter when work waits behind tasks that are merely slow. Stand-ins are bounded and
+/// end when they are not needed any more.
 class WorkerLane {
  public:
   using Task = std::function<void()>;
+
+  static constexpr std::chrono::milliseconds kGrowAfter{50};
 
   struct Limits {
     std::uint32_t threads = 1;   ///< threads for the normal run
     std::uint32_t standIns = 0;  ///< threads at most beyond those
     std::uint32_t queue = 0;     ///< tasks at most that wait; 0 is without limit
     std::chrono::milliseconds stuckAfter{10'000};
+    /// How long work waits behind slow tasks before a stand-in starts.
+    std::chrono::milliseconds growAfter = kGrowAfter;
   };
-
-  /// How long work waits behind slow tasks before a stand-in starts.
-  static constexpr std::chrono::milliseconds kGrowAfter{50};
 
   /// `timers` fires the limits above; both references outlive the lane.
   WorkerLane(std::string name, Limits limits, Clock& clock, TimerQueue& timers);

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -45,8 +44,12 @@ struct JournalEntry {
 /// only, and one that is too slow learns how many entries it has missed. Any thread may call.
 class Journal {
  public:
-  /// `capacity` entries are kept. `clock` outlives the journal; its wall time is the epoch.
-  Journal(Clock& clock, std::size_t capacity);
+  static constexpr std::uint64_t kDefaultBytes = 16 * 1024 * 1024;
+
+  /// The newest `capacity` entries are kept as far as they take, together, about `bytes` of memory;
+  /// the newest always is. `clock` outlives the journal; its wall time, in milliseconds, is the
+  /// epoch.
+  Journal(Clock& clock, std::size_t capacity, std::uint64_t bytes = kDefaultBytes);
   Journal(const Journal&) = delete;
   Journal& operator=(const Journal&) = delete;
 
@@ -65,9 +68,9 @@ class Journal {
   /// At most `limit` entries after a position.
   Page after(const JournalPosition& position, std::size_t limit) const;
 
-  /// Has `wake` called, on any thread, after entries were added; it must not block and must not
-  /// call the journal. The subscription ends with the returned object, which waits for a call of
-  /// `wake` that is in progress.
+  /// Has `wake` called, on any thread and maybe on several at once, after entries were added; it
+  /// must neither block nor throw, nor call the journal. The subscription ends with the returned
+  /// object, which waits for calls of `wake` that are in progress; it may outlive the journal.
   class Listening {
    public:
     virtual ~Listening() = default;
@@ -75,13 +78,20 @@ class Journal {
   std::unique_ptr<Listening> listen(std::function<void()> wake);
 
  private:
+  class Listener;
+
+  std::vector<std::shared_ptr<Listener>> listeners();  // needs mutex_
+  void makeRoom();                                     // needs mutex_
+
   Clock& clock_;
   const std::size_t capacity_;
+  const std::uint64_t maxBytes_;
   const std::uint64_t epoch_;
   mutable std::mutex mutex_;
   std::deque<std::shared_ptr<const JournalEntry>> entries_;  // guarded by mutex_
+  std::uint64_t bytes_ = 0;                                  // guarded by mutex_; of the entries
   std::uint64_t lastNumber_ = 0;                             // guarded by mutex_
-  // What listen() needs stands beside these.
+  std::vector<std::weak_ptr<Listener>> listeners_;           // guarded by mutex_
 };
 
 }  // namespace fw

@@ -23,6 +23,8 @@ namespace {
 // What workers still do when all callbacks have ended, or don't end any more, is short.
 constexpr std::chrono::milliseconds kWorkersBound{1'000};
 
+constexpr std::chrono::hours kForever{24 * 365};
+
 std::atomic<Runtime*> currentRuntime{nullptr};
 
 /// Nothing is configured in a process that never called configure(): defaults, and no product.
@@ -51,18 +53,35 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
       startedAt_(clock.wall()),
       started_(clock.monotonic()),
       identity_(config),
-      subnodes_(clock, config.engine.subnodeLimit),
+      journal_(clock, config.events.journal, config.events.journalBytes),
+      subnodes_(clock, config.engine.subnodeLimit,
+                [this](const SubnodeInfo& subnode) { journal_.add(subnode); }),
       timers_(clock),
       gate_([this] { return host_.callGuard(); }),
       engine_(config.engine, clock, timers_, gate_, subnodes_),
+      subscriptions_(config.engine, config.events, clock, timers_, gate_),
+      eventLogs_(config.events, engine_, subscriptions_, journal_),
+      actions_(std::make_shared<ActionDesk>(
+          config, ActionDesk::Surroundings{clock, timers_, gate_, subnodes_, engine_},
+          [this] { return commandCallback(); },
+          [this](const ActionStatus& status) { journal_.add(status); })),
       loaderLane_("loader", {1, 0, 0, config.engine.stuckAfter}, clock, timers_),
       before_(setTableRegistrar(this)),
-      beforeRuntime_(currentRuntime.exchange(this)) {}
+      beforeRuntime_(currentRuntime.exchange(this)) {
+  engine_.addObserver(subscriptions_);
+  engine_.addObserver(eventLogs_);
+}
 
 Runtime::~Runtime() {
   shutdown();
+  subscriptions_.refuse();
   engine_.refuse();
-  engine_.deleteObjects(config_.engine.drainBound);
+  actions_->refuse();
+  actions_.reset();
+  deleteObjects(config_.engine.drainBound);
+  // Not left to the destructors: the workers of each use the other.
+  subscriptions_.stop(kForever);
+  engine_.stop(kForever);
   currentRuntime = beforeRuntime_;
   setTableRegistrar(before_);
 }
@@ -75,6 +94,11 @@ void Runtime::setLoader(Loader loader) {
 void Runtime::setCommandCallback(CommandCallback callback) {
   const std::lock_guard lock(mutex_);
   commandCallback_ = callback;
+}
+
+CommandCallback Runtime::commandCallback() const {
+  const std::lock_guard lock(mutex_);
+  return commandCallback_;
 }
 
 void Runtime::setState(AgentStatus::State state) {
@@ -187,7 +211,9 @@ void Runtime::end(Service& service) {
   const Countdown countdown(config_.engine.drainBound);
   gate_.close();
   service.refuse();
+  subscriptions_.refuse();
   engine_.refuse();
+  actions_->refuse();
   service.drain(countdown.left());
   service.stop();
   // Also the callback in which the stop began has to end before its request object may go.
@@ -196,9 +222,16 @@ void Runtime::end(Service& service) {
     RAS1_PRINT("ERROR: %u callbacks have not returned; their request objects are left alone",
                gate_.inside());
   }
-  engine_.deleteObjects(isEmpty ? config_.engine.drainBound : kWorkersBound);
+  actions_->stop(kWorkersBound);
+  deleteObjects(isEmpty ? config_.engine.drainBound : kWorkersBound);
+  subscriptions_.stop(kWorkersBound);
   engine_.stop(kWorkersBound);
   loaderLane_.stop(kWorkersBound);
+}
+
+void Runtime::deleteObjects(std::chrono::milliseconds bound) {
+  subscriptions_.deleteObjects(bound);
+  engine_.deleteObjects(bound);
 }
 
 void Runtime::shutdown() {
@@ -250,6 +283,10 @@ AgentStatus Runtime::status() const {
   status.reports = engine_.reportsAnswered();
   status.reportsRefused = engine_.reportsRefused();
   status.lanes = engine_.lanes();
+  for (LaneStatus& lane : subscriptions_.lanes()) {
+    status.lanes.push_back(std::move(lane));
+  }
+  status.lanes.push_back(actions_->lane());
   status.lanes.push_back(loaderLane_.status());
   return status;
 }

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 
+#include "actions/action_desk.h"
 #include "agentfw/vuira.h"
 #include "basic/clock.h"
 #include "basic/host_link.h"
@@ -16,6 +17,9 @@
 #include "engine/reports.h"
 #include "engine/timer_queue.h"
 #include "engine/worker_lane.h"
+#include "events/event_logs.h"
+#include "events/journal.h"
+#include "events/subscription_set.h"
 #include "runtime/identity.h"
 #include "runtime/service.h"
 #include "runtime/subnode_registry.h"
@@ -31,7 +35,6 @@ namespace fw {
 class Runtime final : public Agent, public TableRegistrar {
  public:
   using Loader = int (*)();
-  using CommandCallback = int (*)(VuiraAutomationCapsule*);
   using ServiceFactory =
       std::function<std::unique_ptr<Service>(Agent& agent, const AgentConfig& config)>;
 
@@ -66,6 +69,9 @@ class Runtime final : public Agent, public TableRegistrar {
   std::optional<TableStatus> table(std::string_view name) const override;
   std::vector<SubnodeInfo> subnodes() const override;
   void report(ReportRequest request, std::function<void(ReportResult)> done) override;
+  Actions& actionDesk() override { return *actions_; }
+  const EventFeed& eventFeed() const override { return eventLogs_; }
+  Journal& journal() override { return journal_; }
 
   // TableRegistrar
   int addTable(TableManager& manager) override;
@@ -80,7 +86,9 @@ class Runtime final : public Agent, public TableRegistrar {
   int serve(Service& service);
   int load();
   void end(Service& service);
+  void deleteObjects(std::chrono::milliseconds bound);
   void setState(AgentStatus::State state);
+  CommandCallback commandCallback() const;
 
   const AgentConfig& config_;
   Clock& clock_;
@@ -90,6 +98,7 @@ class Runtime final : public Agent, public TableRegistrar {
   const Clock::MonotonicTime started_;
 
   Identity identity_;
+  Journal journal_;
   SubnodeRegistry subnodes_;
   TimerQueue timers_;
   CallbackGate gate_;
@@ -104,6 +113,9 @@ class Runtime final : public Agent, public TableRegistrar {
   LoaderResult loaded_;                                      // guarded by mutex_
 
   Engine engine_;
+  SubscriptionSet subscriptions_;
+  EventLogs eventLogs_;
+  std::shared_ptr<ActionDesk> actions_;  // ends before the engine
   WorkerLane loaderLane_;
   TableRegistrar* before_;  // the registrar that this one replaced
   Runtime* beforeRuntime_;  // the runtime that this one replaced

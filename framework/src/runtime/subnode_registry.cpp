@@ -14,6 +14,15 @@ RAS1_UNIT("SUBNODEREGISTRY");
 
 namespace fw {
 
+namespace {
+
+bool isSame(const SubnodeInfo& a, const SubnodeInfo& b) {
+  return a.name == b.name && a.product == b.product && a.version == b.version &&
+         a.affinities == b.affinities && a.info == b.info && a.state == b.state;
+}
+
+}  // namespace
+
 int SubnodeRegistry::add(SubnodeRegistration registration) {
   RAS1_FUNCTION();
   if (registration.name.empty() || registration.name.size() > kMaxNodeName) {
@@ -38,9 +47,9 @@ bool SubnodeRegistry::makeRoom() {
   }
   auto oldest = subnodes_.end();
   for (auto each = subnodes_.begin(); each != subnodes_.end(); ++each) {
-    const auto& [current, staged] = each->second;
-    if (current && !staged && current->state == SubnodeState::Offline &&
-        (oldest == subnodes_.end() || current->since < oldest->second.current->since)) {
+    const Subnode& subnode = each->second;
+    if (subnode.current && !subnode.staged && subnode.current->state == SubnodeState::Offline &&
+        (oldest == subnodes_.end() || subnode.current->since < oldest->second.current->since)) {
       oldest = each;
     }
   }
@@ -64,7 +73,9 @@ int SubnodeRegistry::setInfo(std::string_view name, std::string_view info) {
   if (subnode.staged && !subnode.staged->gone) {
     subnode.staged->info = fromModifiedUtf8(info);
   } else if (!subnode.staged && subnode.current->state == SubnodeState::Online) {
-    subnode.current->info = fromModifiedUtf8(info);
+    std::string next = fromModifiedUtf8(info);
+    subnode.changed = subnode.changed || subnode.current->info != next;
+    subnode.current->info = std::move(next);
   } else {
     return kRcUnknownNode;
   }
@@ -93,34 +104,50 @@ int SubnodeRegistry::remove(std::string_view name) {
 
 void SubnodeRegistry::commit() {
   RAS1_FUNCTION();
-  const std::lock_guard lock(mutex_);
-  const auto now = clock_.wall();
-  for (auto& [raw, subnode] : subnodes_) {
-    if (!subnode.staged) {
-      continue;
-    }
-    Staged staged = *std::exchange(subnode.staged, std::nullopt);
-    if (staged.gone) {
-      if (subnode.current->state == SubnodeState::Online) {
-        subnode.current->state = SubnodeState::Offline;
-        subnode.current->since = now;
+  const std::lock_guard commit(commitMutex_);
+  std::vector<SubnodeInfo> changes;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto now = clock_.wall();
+    for (auto& [raw, subnode] : subnodes_) {
+      if (const auto staged = std::exchange(subnode.staged, std::nullopt)) {
+        apply(raw, subnode, *staged, now);
       }
-      RAS1_PRINT_IF(kRas1State, "subnode %s has gone", subnode.current->name.c_str());
-      continue;
+      if (std::exchange(subnode.changed, false)) {
+        changes.push_back(*subnode.current);
+      }
     }
-    SubnodeInfo next;
-    next.name = fromModifiedUtf8(raw);
-    next.product = fromModifiedUtf8(staged.registration.product);
-    next.version = fromModifiedUtf8(staged.registration.version);
-    for (const std::string& affinity : staged.registration.affinities) {
-      next.affinities.push_back(fromModifiedUtf8(affinity));
-    }
-    const bool wasOnline = subnode.current && subnode.current->state == SubnodeState::Online;
-    next.since = wasOnline ? subnode.current->since : now;
-    next.info = staged.info.value_or(wasOnline ? subnode.current->info : std::string());
-    RAS1_PRINT_IF(kRas1State, "subnode %s is registered", next.name.c_str());
-    subnode.current = std::move(next);
   }
+  if (onChange_) {
+    std::for_each(changes.begin(), changes.end(), onChange_);
+  }
+}
+
+void SubnodeRegistry::apply(const std::string& raw, Subnode& subnode, const Staged& staged,
+                            Clock::WallTime now) {
+  RAS1_FUNCTION();
+  const bool wasOnline = subnode.current && subnode.current->state == SubnodeState::Online;
+  if (staged.gone) {
+    if (wasOnline) {
+      subnode.current->state = SubnodeState::Offline;
+      subnode.current->since = now;
+      subnode.changed = true;
+    }
+    RAS1_PRINT_IF(kRas1State, "subnode %s has gone", subnode.current->name.c_str());
+    return;
+  }
+  SubnodeInfo next;
+  next.name = fromModifiedUtf8(raw);
+  next.product = fromModifiedUtf8(staged.registration.product);
+  next.version = fromModifiedUtf8(staged.registration.version);
+  for (const std::string& affinity : staged.registration.affinities) {
+    next.affinities.push_back(fromModifiedUtf8(affinity));
+  }
+  next.since = wasOnline ? subnode.current->since : now;
+  next.info = staged.info.value_or(wasOnline ? subnode.current->info : std::string());
+  RAS1_PRINT_IF(kRas1State, "subnode %s is registered", next.name.c_str());
+  subnode.changed = subnode.changed || !wasOnline || !isSame(next, *subnode.current);
+  subnode.current = std::move(next);
 }
 
 std::vector<SubnodeInfo> SubnodeRegistry::all() const {

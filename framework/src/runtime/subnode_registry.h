@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "basic/clock.h"
@@ -28,7 +30,12 @@ class SubnodeRegistry final : public SubnodeDirectory {
  public:
   static constexpr std::size_t kMaxInfo = 16;  ///< bytes of the information text
 
-  SubnodeRegistry(Clock& clock, std::uint32_t limit) : clock_(clock), limit_(limit) {}
+  /// Told, without the registry's lock, of a subnode that has come, changed or gone; in the order
+  /// of the commits. It must neither block nor commit.
+  using OnChange = std::function<void(const SubnodeInfo&)>;
+
+  SubnodeRegistry(Clock& clock, std::uint32_t limit, OnChange onChange = {})
+      : clock_(clock), limit_(limit), onChange_(std::move(onChange)) {}
 
   /// Stages a registration; a known subnode is renewed. 0, or an error code.
   int add(SubnodeRegistration registration);
@@ -59,12 +66,17 @@ class SubnodeRegistry final : public SubnodeDirectory {
   struct Subnode {
     std::optional<SubnodeInfo> current;  ///< nothing until the first commit
     std::optional<Staged> staged;
+    bool changed = false;  ///< since the last commit
   };
 
   bool makeRoom();  // needs mutex_
+  static void apply(const std::string& raw, Subnode& subnode, const Staged& staged,
+                    Clock::WallTime now);
 
   Clock& clock_;
   const std::uint32_t limit_;
+  const OnChange onChange_;
+  std::mutex commitMutex_;  // held by a commit as a whole; taken before mutex_
   mutable std::mutex mutex_;
   std::map<std::string, Subnode, std::less<>> subnodes_;  // guarded by mutex_; by raw name
 };

@@ -36,12 +36,15 @@ struct Column {
 struct TableInfo {
   /// The column that makes a table a per-subnode table.
   static constexpr std::string_view kOriginNode = "ORIGINNODE";
+  /// The 64-bit column that makes a table an event table: its source numbers the rows 1, 2, 3, ...
+  static constexpr std::string_view kEventSeq = "EVENTSEQ";
 
   std::string application;
   std::string name;
   std::vector<Column> columns;  ///< in declaration order; never empty
   std::uint32_t rowSize = 0;    ///< the sum of the column sizes
   bool perSubnode = false;      ///< a report on it fans out over the subnodes
+  bool events = false;          ///< its rows are pushed when something happens
 
   /// The column of that name (case counts), or null.
   const Column* find(std::string_view column) const;

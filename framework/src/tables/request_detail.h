@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "agentfw/vuira.h"
 #include "tables/condition.h"
+#include "tables/row_sink.h"
 
 namespace fw {
 
@@ -26,7 +28,8 @@ struct RequestDetail {
   std::vector<std::string> subnodes;  ///< names as the agent registered them, byte for byte
   std::vector<fw::Filter> filters;
   fw::Predicate thresholds;
-  std::uint32_t rowLimit = 0;  ///< rows of one sample at most; 0 takes none
+  std::uint32_t rowLimit = 0;         ///< rows of one sample or push at most; 0 takes none
+  std::shared_ptr<fw::RowSink> sink;  ///< of a subscription: where pushed rows go; else null
 };
 
 /// The place that a request belongs to.

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include "agentfw/ras1.h"
 #include "basic/handle_table.h"
 #include "basic/utf8.h"
+#include "tables/capsule_state.h"
 #include "tables/status.h"
 #include "tables/vuira_state.h"
 
@@ -45,6 +48,10 @@ int grow(vuira& object, std::uint32_t rowLimit) {
   object.rowBuffer = static_cast<char*>(bytes);
   object.rowsAllocated = rows;
   return fw::kRcOk;
+}
+
+bool hasCommand(const vuira& object, VuiraAutomationCapsule* capsule) {
+  return capsule != nullptr && capsule->owner == &object && CapsuleState::of(*capsule).onItsWay;
 }
 
 }  // namespace
@@ -194,7 +201,13 @@ int vuira::ColumnIsException(char* row, char* columnName, _IntfOper oper, char* 
   return 0;
 }
 
-int vuira::CommandCompleted(VuiraAutomationCapsule* /*capsule*/) { return fw::kRcNotAvailable; }
+int vuira::CommandCompleted(VuiraAutomationCapsule* capsule) {
+  if (!hasCommand(*this, capsule)) {
+    return fw::kRcNotAvailable;
+  }
+  CapsuleState::complete(*capsule);
+  return fw::kRcOk;
+}
 
 int vuira::IsHistoryRequest() { return state->detail.kind == fw::RequestKind::History ? 1 : 0; }
 
@@ -256,11 +269,19 @@ int vuira::UseHandle(RES1_Handle use) {
 }
 
 int vuira::Dispatch() {
-  // Rows are pushed to event subscriptions only, and this framework opens none.
-  return fw::kRcNotAvailable;
+  fw::RowSink* const sink = state->detail.sink.get();
+  if (sink == nullptr) {
+    return fw::kRcNotAvailable;
+  }
+  const std::uint64_t lost = std::exchange(state->rowsLost, 0);
+  try {
+    sink->take(VuiraState::takeRows(*this), lost);
+    return fw::kRcOk;
+  } catch (const std::bad_alloc&) {
+    return fw::kRcNoMemory;
+  }
 }
 
-int vuira::FinishedAutomationCommand(VuiraAutomationCapsule* /*capsule*/) {
-  // No request object of this framework has a command on its way.
-  return fw::kRcNotAvailable;
+int vuira::FinishedAutomationCommand(VuiraAutomationCapsule* capsule) {
+  return hasCommand(*this, capsule) ? CommandCompleted(capsule) : int{fw::kRcNotAvailable};
 }

@@ -8,7 +8,8 @@
 #include "tables/row_block.h"
 
 /// The framework's own side of a request object. Used by one thread at a time: the one that makes
-/// a callback on the object, or that is inside it.
+/// a callback on the object, or that is inside it; while the object stands in its table's request
+/// list, by the one that holds the list's lock.
 struct VuiraState {
   explicit VuiraState(RequestDetail request);
   VuiraState(const VuiraState&) = delete;
@@ -26,5 +27,5 @@ struct VuiraState {
   std::vector<FLT1_FILTERINFO> filterRecords;  // point into `detail`
   std::size_t nextFilter = 0;
   std::size_t nextSubnode = 0;
-  std::uint64_t rowsLost = 0;  ///< rows of this callback that did not fit
+  std::uint64_t rowsLost = 0;  ///< rows of this callback, or of this push, that did not fit
 };

@@ -91,6 +91,21 @@ TEST_F(HandleTableTest, WhoIsToldMayRemoveTheHandle) {
   EXPECT_EQ(table.size(), 0U);
 }
 
+TEST_F(HandleTableTest, WhoWatchesIsToldInsteadOfTheFirst) {
+  int first = 0;
+  int second = 0;
+  const RES1_Handle handle = table.add([&](RES1_Handle) { ++first; });
+  EXPECT_TRUE(table.watch(handle, [&](RES1_Handle) { ++second; }));
+  table.use(handle);
+
+  table.drop(handle);
+
+  EXPECT_EQ(first, 0);
+  EXPECT_EQ(second, 1);
+  table.remove(handle);
+  EXPECT_FALSE(table.watch(handle, {}));
+}
+
 TEST_F(HandleTableTest, AFullTableGivesNoHandle) {
   RES1_Handle last = 0;
   for (std::uint32_t i = 0; i < HandleTable::kMaxHandles; ++i) {

@@ -70,6 +70,25 @@ TEST(Utf8Test, WhateverComesInValidUtf8GoesOut) {
   }
 }
 
+TEST(Utf8Test, ValidUtf8BecomesModifiedUtf8) {
+  const struct {
+    std::string valid;
+    std::string modified;
+  } cases[] = {
+      {"", ""},
+      {"plain \xC3\xA4 \xE2\x82\xAC", "plain \xC3\xA4 \xE2\x82\xAC"},
+      {"a\0z"s, "a\xC0\x80z"},
+      {"\xF0\x9F\x98\x80", "\xED\xA0\xBD\xED\xB8\x80"},  // U+1F600
+      {"\xF0\x90\x80\x80", "\xED\xA0\x80\xED\xB0\x80"},  // U+10000
+      {"\xF4\x8F\xBF\xBF", "\xED\xAF\xBF\xED\xBF\xBF"},  // U+10FFFF
+      {"x\xFFy\xF0\x9F", "x\xFFy\xF0\x9F"},              // no UTF-8
+  };
+
+  for (const auto& [valid, modified] : cases) {
+    EXPECT_EQ(toModifiedUtf8(valid), modified) << testing::PrintToString(valid);
+  }
+}
+
 TEST(Utf8Test, TextIsCutBetweenCharacters) {
   const std::string text = "a\xC3\xA4\xF0\x9F\x98\x80z";
   const char* cuts[] = {"", "a", "a", "a\xC3\xA4", "a\xC3\xA4", "a\xC3\xA4", "a\xC3\xA4"};

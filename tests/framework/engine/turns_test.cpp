@@ -136,5 +136,44 @@ TEST_F(TurnsTest, AStoppedLaneTakesNoJobAtAll) {
   EXPECT_TRUE(turns->waitIdle(0ms));
 }
 
+TEST_F(TurnsTest, AJobOnAnotherLaneStillWaitsForItsTurn) {
+  WorkerLane other("other", {1, 0, 0, 10s}, clock, timers);
+  const auto turns = make();
+  std::atomic<int> done{0};
+  std::atomic<bool> inOrder{true};
+  turns->postAlways([&] {
+    door.pass();
+    inOrder = inOrder && ++done == 1;
+  });
+  ASSERT_TRUE(door.awaitWaiting(1));
+  turns->postAlways(other, "job elsewhere", [&] { inOrder = inOrder && ++done == 2; });
+  turns->postAlways([&] { inOrder = inOrder && ++done == 3; });
+  EXPECT_EQ(other.status().queued + other.status().busy, 0U);
+
+  door.open();
+
+  EXPECT_TRUE(turns->waitIdle(30s));
+  EXPECT_EQ(done, 3);
+  EXPECT_TRUE(inOrder);
+}
+
+TEST_F(TurnsTest, JobsOfALaneThatHasStoppedAreDroppedAndTheOthersRun) {
+  WorkerLane other("other", {1, 0, 0, 10s}, clock, timers);
+  const auto turns = make();
+  std::atomic<bool> lost{true};
+  std::atomic<bool> ran{false};
+  turns->postAlways([&] { door.pass(); });
+  ASSERT_TRUE(door.awaitWaiting(1));
+  turns->postAlways(other, "job elsewhere", [&] { lost = false; });
+  turns->postAlways([&] { ran = true; });
+  other.stop(30s);
+
+  door.open();
+
+  EXPECT_TRUE(turns->waitIdle(30s));
+  EXPECT_TRUE(lost);
+  EXPECT_TRUE(ran);
+}
+
 }  // namespace
 }  // namespace fw

@@ -1,6 +1,7 @@
 #include <atomic>
 #include <future>
 #include <thread>
+#include <variant>
 #include <vector>
 
 #include "runtime_fixture.h"
@@ -171,6 +172,38 @@ TEST_F(RuntimeStopTest, ACollectorThatNeverReturnsDelaysTheStopByTheBoundOnlyAnd
   EXPECT_EQ(table.created - table.deleted, 1)
       << "what its destructor would call may be gone by now";
   delete table.live().front();
+}
+
+TEST_F(RuntimeStopTest, AShutdownWaitsForACommandInProgressAndDeletesItsObject) {
+  static test::Door* s_door = nullptr;
+  s_door = &door;
+  table.sample = [this](test::TestRequest& request) {
+    return Rows{table.row({request.subnode(), 1L})};
+  };
+  startWithSubnodes({"one"});
+  ASSERT_EQ(IRA_RegisterCommandCallback("JX",
+                                        [](VuiraAutomationCapsule* capsule) {
+                                          s_door->pass();
+                                          return capsule->owner->FinishedAutomationCommand(capsule);
+                                        }),
+            0);
+  ActionRequest request;
+  request.command = "x";
+  request.row = ActionRequest::Row{"T", std::nullopt, ""};
+  std::promise<std::variant<ActionStatus, RequestError>> answer;
+  runtime->actionDesk().run(request, [&](const auto& result) { answer.set_value(result); });
+  ASSERT_TRUE(door.awaitWaiting(1));
+
+  auto shutdown = std::async(std::launch::async, [] { return IRA_Shutdown(1); });
+  ASSERT_TRUE(test::eventually([this] { return isIn(AgentStatus::State::Stopping); }));
+  door.open();
+
+  shutdown.get();
+  EXPECT_EQ(loop.get(), 0);
+  const auto result = answer.get_future().get();
+  ASSERT_TRUE(std::holds_alternative<ActionStatus>(result));
+  EXPECT_EQ(std::get<ActionStatus>(result).state, ActionStatus::State::Completed);
+  EXPECT_EQ(table.created, table.deleted);
 }
 
 TEST_F(RuntimeStopTest, StopsCleanlyUnderLoadWhereverItIs) {

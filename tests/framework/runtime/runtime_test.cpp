@@ -174,11 +174,52 @@ TEST_F(RuntimeTest, ShowsItsStatus) {
   EXPECT_FALSE(status.frameworkVersion.empty());
   EXPECT_GT(status.residentBytes, 0U);
   EXPECT_EQ(status.reports, 1U);
-  ASSERT_EQ(status.lanes.size(), 3U);
-  EXPECT_EQ(status.lanes[0].name, "samples");
-  EXPECT_EQ(status.lanes[1].name, "reports");
-  EXPECT_EQ(status.lanes[2].name, "loader");
+  std::vector<std::string> lanes;
+  for (const LaneStatus& lane : status.lanes) {
+    lanes.push_back(lane.name);
+  }
+  EXPECT_EQ(lanes, (std::vector<std::string>{"samples", "reports", "subscriptions", "events",
+                                             "actions", "loader"}));
   EXPECT_EQ(runtime->tables().size(), 1U);
+}
+
+TEST_F(RuntimeTest, ThatSubnodesComeAndGoIsInTheJournal) {
+  startAndAwaitReady();
+  IRA_Subnode_Register_nAff("one", "JX", "1", 0, "", "", "", "");
+  IRA_Subnode_SendRequest();
+  IRA_Subnode_Deregister("one");
+  IRA_Subnode_SendRequest();
+
+  const auto entries = runtime->journal().after({runtime->journal().last().epoch, 0}, 10).entries;
+
+  ASSERT_EQ(entries.size(), 2U);
+  EXPECT_EQ(std::get<SubnodeInfo>(entries[0]->what).name, "one");
+  EXPECT_EQ(std::get<SubnodeInfo>(entries[0]->what).state, SubnodeState::Online);
+  EXPECT_EQ(std::get<SubnodeInfo>(entries[1]->what).state, SubnodeState::Offline);
+}
+
+TEST_F(RuntimeTest, WhatTheAgentPushesIsFedToReadersUntilItStops) {
+  test::TestTable alarms("ALARMS", test::packed({{"EVENTSEQ", ColumnType::Int64, 0, 8}}));
+  s_loader = [&] { return static_cast<int>(alarms.RegisterWithManager()); };
+  start();
+  ASSERT_TRUE(test::eventually([&] { return alarms.listed() == 1; }));
+  alarms.push({alarms.row({1L})});
+  const auto lastSeq = [this] {
+    const auto found = runtime->eventFeed().events("ALARMS", 0, 10);
+    const auto* const page = std::get_if<EventPage>(&found);
+    return page == nullptr ? 0 : page->lastSeq;
+  };
+  ASSERT_TRUE(test::eventually([&] { return lastSeq() == 1; }));
+  EXPECT_TRUE(test::eventually([this] { return runtime->journal().last().number == 1; }));
+
+  IRA_Shutdown(1);
+  EXPECT_EQ(loop.get(), 0);
+
+  EXPECT_EQ(alarms.listed(), 0);
+  EXPECT_EQ(alarms.created, alarms.deleted);
+  EXPECT_EQ(alarms.push({alarms.row({2L})}), 0);
+  EXPECT_EQ(lastSeq(), 1U);
+  runtime.reset();
 }
 
 }  // namespace

@@ -143,5 +143,33 @@ TEST_F(SubnodeRegistryTest, NamesAreShownAsValidUtf8AndAskedByteForByte) {
   EXPECT_EQ(registry.askable()[0].raw, raw);
 }
 
+TEST_F(SubnodeRegistryTest, TellsWhatACommitChangesWithoutItsLock) {
+  Names told;
+  SubnodeRegistry* self = nullptr;
+  SubnodeRegistry telling(clock, 3, [&](const SubnodeInfo& subnode) {
+    EXPECT_EQ(self->all().size(), 1U);
+    told.push_back(subnode.name + (subnode.state == SubnodeState::Online ? " on " : " off ") +
+                   subnode.version + subnode.info);
+  });
+  self = &telling;
+  const auto commit = [&](const std::string& version) {
+    telling.add({"one", "JX", version, {}});
+    telling.commit();
+  };
+
+  commit("1");
+  commit("1");
+  EXPECT_EQ(told, Names{"one on 1"}) << "a renewal without a change is not told";
+  commit("2");
+  telling.setInfo("one", "~");
+  telling.commit();
+  telling.remove("one");
+  EXPECT_EQ(told.size(), 3U);
+  telling.commit();
+  commit("2");
+
+  EXPECT_EQ(told, (Names{"one on 1", "one on 2", "one on 2~", "one off 2~", "one on 2"}));
+}
+
 }  // namespace
 }  // namespace fw

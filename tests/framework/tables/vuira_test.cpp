@@ -235,6 +235,50 @@ TEST_F(VuiraTest, UsesOfItsHandleAreCountedOnly) {
   EXPECT_EQ(HandleTable::instance().uses(handle), std::nullopt);
 }
 
+class KeepingSink final : public RowSink {
+ public:
+  void take(RowBlock pushed, std::uint64_t lostRows) override {
+    rows.push_back(std::move(pushed));
+    lost.push_back(lostRows);
+  }
+
+  std::vector<RowBlock> rows;
+  std::vector<std::uint64_t> lost;
+};
+
+TEST_F(VuiraTest, ADispatchMovesTheRowsToTheSinkOfASubscription) {
+  const auto sink = std::make_shared<KeepingSink>();
+  detail.kind = RequestKind::Subscription;
+  detail.sink = sink;
+  detail.rowLimit = 2;
+  vuira& object = open();
+  std::string row = rowOf(7, "seven");
+  for (int i = 0; i < 3; ++i) {
+    object.InsertRow(row.data());
+  }
+
+  EXPECT_EQ(object.Dispatch(), 0);
+  EXPECT_EQ(object.rowBuffer, nullptr);
+  EXPECT_EQ(object.rowCount, 0U);
+  EXPECT_EQ(object.Dispatch(), 0);
+
+  ASSERT_EQ(sink->rows.size(), 2U);
+  ASSERT_EQ(sink->rows[0].rowCount(), 2U);
+  EXPECT_EQ(std::string(sink->rows[0].row(1), sink->rows[0].rowSize()), row);
+  EXPECT_EQ(sink->rows[1].rowCount(), 0U);
+  EXPECT_EQ(sink->lost, (std::vector<std::uint64_t>{1, 0})) << "a loss is told once";
+}
+
+TEST_F(VuiraTest, ASinkWithoutMemoryIsAnErrorCode) {
+  class FullSink final : public RowSink {
+   public:
+    void take(RowBlock /*rows*/, std::uint64_t /*lost*/) override { throw std::bad_alloc(); }
+  };
+  detail.sink = std::make_shared<FullSink>();
+
+  EXPECT_EQ(open().Dispatch(), kRcNoMemory);
+}
+
 TEST_F(VuiraTest, OperationsThatAreNotOfferedGiveAnErrorCode) {
   vuira& object = open();
   VuiraAutomationCapsule capsule;

@@ -1,11 +1,15 @@
 package com.qrv.norvel.monitoring.jmx;
 
+import com.qrv.norvel.monitoring.jmx.action.TargetActions;
 import com.qrv.norvel.monitoring.jmx.config.ConfigFile;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
+import com.qrv.norvel.monitoring.jmx.notify.Notifications;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
 import com.qrv.norvel.monitoring.jmx.target.ConnectedJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.web.TargetPages;
 import com.qrv.norvel.monitoring.toolkit.agent.Agent;
 import com.qrv.norvel.monitoring.toolkit.agent.Application;
 
@@ -32,13 +36,21 @@ public final class JmxApplication implements Application {
     String product = agent.info().productCode();
     SelfJvm self = new SelfJvm("agent " + product, Clock.SYSTEM);
     TargetFactory factory = new JmxTargetFactory(config.calls(), Clock.SYSTEM, log);
-    targets = new Targets(config, self, factory, agent.subnodes(), log);
+    DaemonStarter daemons =
+        new DaemonStarter(config.daemons(), agent.daemons(), Clock.SYSTEM, log);
+    Notifications notifications = new Notifications(config.notifications(), log);
+    notifications.register(agent);
+    targets =
+        new Targets(config, self, factory, agent.subnodes(), daemons, notifications, log);
     // A target gives up by itself before that, with a better reason.
     long deadline = (ConnectedJvm.MAX_WAIT_CALLS + 1L) * config.calls().timeoutMillis();
     for (BeanTable table : StandardTables.all()) {
       agent.table(BeanSampler.definition(table, deadline), new BeanSampler(table, targets, log));
     }
     agent.table(TargetsTable.DEFINITION, new TargetsTable(targets));
+    long budget = config.calls().timeoutMillis() / 2;
+    agent.web("/", deadline, new TargetPages(targets, StandardTables.all(), budget));
+    new TargetActions(targets, config.actions()).register(agent, deadline);
   }
 
   @Override

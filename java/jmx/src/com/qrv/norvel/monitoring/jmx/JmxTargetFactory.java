@@ -92,6 +92,6 @@ final class JmxTargetFactory implements TargetFactory {
         new TargetTimes(
             call, Math.max(dialMillis, call), calls.heartbeatSeconds() * 1000L);
     Retry retry = new Retry(calls.retryMinMillis(), calls.retryMaxMillis(), new Random());
-    return new ConnectedJvm(identity, times, dialer, retry, watchdog, clock, log, targets::wake);
+    return new ConnectedJvm(identity, times, dialer, retry, watchdog, clock, log, targets);
   }
 }

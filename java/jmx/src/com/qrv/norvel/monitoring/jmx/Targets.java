@@ -1,14 +1,18 @@
 package com.qrv.norvel.monitoring.jmx;
 
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalDiscovery;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalListener;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.Patterns;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.notify.Notifications;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.target.TargetObserver;
 import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.web.TargetBoard;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnode;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnodes;
 import java.util.ArrayList;
@@ -22,10 +26,15 @@ import java.util.Set;
  * The book of all targets. A thread of its own looks for local JVMs and, alone, registers and
  * deregisters subnodes, so that these keep their order; the samplers look targets up.
  */
-final class Targets implements LocalListener, Runnable {
+final class Targets implements LocalListener, TargetBoard, TargetObserver, Runnable {
+  /** How often new beans are looked for that somebody wants to listen to. */
+  private static final long LISTENING_MILLIS = 60_000;
+
   private final JmxConfig config;
   private final TargetFactory factory;
   private final Subnodes subnodes;
+  private final Notifications notifications;
+  private final DaemonStarter daemons; // the thread's alone
   private final EventLog log;
   private final SelfJvm self;
 
@@ -39,11 +48,19 @@ final class Targets implements LocalListener, Runnable {
   private boolean closed; // guarded by this
 
   Targets(
-      JmxConfig config, SelfJvm self, TargetFactory factory, Subnodes subnodes, EventLog log) {
+      JmxConfig config,
+      SelfJvm self,
+      TargetFactory factory,
+      Subnodes subnodes,
+      DaemonStarter daemons,
+      Notifications notifications,
+      EventLog log) {
     this.config = config;
     this.self = self;
     this.factory = factory;
     this.subnodes = subnodes;
+    this.daemons = daemons;
+    this.notifications = notifications;
     this.log = log;
     jvms.put(SelfJvm.NAME, self);
   }
@@ -51,6 +68,7 @@ final class Targets implements LocalListener, Runnable {
   /** Shows this JVM at once, and all others as they are found. */
   void start() {
     register(self);
+    notifications.up(self);
     Thread thread = new Thread(null, this, "jmx-targets");
     thread.setDaemon(true);
     thread.start();
@@ -67,15 +85,15 @@ final class Targets implements LocalListener, Runnable {
     }
   }
 
-  /** The target of that name, or null. Any thread. */
-  MonitoredJvm find(String name) {
+  @Override
+  public MonitoredJvm find(String name) {
     synchronized (jvms) {
       return jvms.get(name);
     }
   }
 
-  /** What is known of all targets, this JVM first. Any thread. */
-  List<TargetStatus> statuses() {
+  @Override
+  public List<TargetStatus> statuses() {
     List<TargetStatus> statuses = new ArrayList<>();
     for (MonitoredJvm jvm : all()) {
       statuses.add(jvm.status());
@@ -83,8 +101,13 @@ final class Targets implements LocalListener, Runnable {
     return statuses;
   }
 
-  /** Makes the thread look at the targets again, because one has changed. Any thread. */
-  synchronized void wake() {
+  @Override
+  public void up(MonitoredJvm target) {
+    notifications.up(target);
+  }
+
+  @Override
+  public synchronized void presenceChanged() {
     woken = true;
     notifyAll();
   }
@@ -94,7 +117,7 @@ final class Targets implements LocalListener, Runnable {
     for (JmxConfig.Remote remote : config.remote()) {
       addRemote(remote);
     }
-    registerPresent();
+    followPresence();
     LocalDiscovery discovery = null;
     if (config.local().enabled()) {
       ProcessTable processes = factory.processes();
@@ -102,14 +125,20 @@ final class Targets implements LocalListener, Runnable {
       discovery = new LocalDiscovery(processes, patterns, this);
     }
     try {
-      long next = factory.clock().millis();
+      long nextScan = discovery == null ? Long.MAX_VALUE : factory.clock().millis();
+      long nextListening = factory.clock().millis() + LISTENING_MILLIS;
       do {
-        if (discovery != null && factory.clock().millis() >= next) {
-          next = factory.clock().millis() + config.local().intervalSeconds() * 1000L;
+        long now = factory.clock().millis();
+        if (now >= nextScan) {
+          nextScan = now + config.local().intervalSeconds() * 1000L;
           scan(discovery);
         }
-        registerPresent();
-      } while (awaitChange(discovery == null ? Long.MAX_VALUE : next));
+        if (now >= nextListening) {
+          nextListening = now + LISTENING_MILLIS;
+          notifications.run();
+        }
+        followPresence();
+      } while (awaitChange(Math.min(nextScan, nextListening)));
     } catch (InterruptedException e) {
       Thread.currentThread().interrupt();
     }
@@ -170,6 +199,7 @@ final class Targets implements LocalListener, Runnable {
     }
     if (jvm != null) {
       jvm.close();
+      notifications.forget(jvm);
       log.info("the local JVM " + name + " has ended");
     }
     if (registered.remove(name)) {
@@ -200,10 +230,13 @@ final class Targets implements LocalListener, Runnable {
     jvm.start();
   }
 
-  private void registerPresent() {
+  private void followPresence() {
     for (MonitoredJvm jvm : all()) {
-      if (jvm.isPresent() && !registered.contains(jvm.name())) {
+      boolean isPresent = jvm.isPresent();
+      if (isPresent && !registered.contains(jvm.name())) {
         register(jvm);
+      } else if (!isPresent && registered.remove(jvm.name())) {
+        subnodes.deregister(jvm.name());
       }
     }
   }
@@ -213,6 +246,7 @@ final class Targets implements LocalListener, Runnable {
     String pid = status.pid() == TargetStatus.UNKNOWN ? "" : Long.toString(status.pid());
     subnodes.register(new Subnode(jvm.name(), "JVM", status.kind().text(), pid));
     registered.add(jvm.name());
+    daemons.present(status);
   }
 
   private List<MonitoredJvm> all() {

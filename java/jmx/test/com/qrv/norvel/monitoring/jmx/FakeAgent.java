@@ -1,17 +1,26 @@
 package com.qrv.norvel.monitoring.jmx;
 
+import com.qrv.norvel.monitoring.toolkit.agent.ActionHandler;
+import com.qrv.norvel.monitoring.toolkit.agent.ActionRequest;
+import com.qrv.norvel.monitoring.toolkit.agent.ActionResult;
 import com.qrv.norvel.monitoring.toolkit.agent.Agent;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentInfo;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentLog;
 import com.qrv.norvel.monitoring.toolkit.agent.Column;
 import com.qrv.norvel.monitoring.toolkit.agent.Daemons;
+import com.qrv.norvel.monitoring.toolkit.agent.EventTable;
 import com.qrv.norvel.monitoring.toolkit.agent.Filter;
 import com.qrv.norvel.monitoring.toolkit.agent.Row;
 import com.qrv.norvel.monitoring.toolkit.agent.RowSink;
 import com.qrv.norvel.monitoring.toolkit.agent.SampleRequest;
 import com.qrv.norvel.monitoring.toolkit.agent.Sampler;
+import com.qrv.norvel.monitoring.toolkit.agent.Situation;
+import com.qrv.norvel.monitoring.toolkit.agent.SituationHandler;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnodes;
 import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
+import com.qrv.norvel.monitoring.toolkit.agent.WebHandler;
+import com.qrv.norvel.monitoring.toolkit.agent.WebRequest;
+import com.qrv.norvel.monitoring.toolkit.agent.WebResponse;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collections;
@@ -21,10 +30,15 @@ import java.util.List;
 import java.util.Map;
 
 /** An agent without its native side: declares tables and asks their samplers. */
-final class FakeAgent implements Agent {
+public final class FakeAgent implements Agent {
   final RecordingSubnodes subnodes = new RecordingSubnodes();
   final List<String> errors = Collections.synchronizedList(new ArrayList<>());
   private final Map<String, TableDefinition> definitions = new LinkedHashMap<>();
+  private final Map<String, SituationHandler> watchers = new LinkedHashMap<>();
+  private final Map<String, RecordingEvents> eventTables = new LinkedHashMap<>();
+  final RecordingDaemons daemons = new RecordingDaemons();
+  private final Map<String, ActionHandler> actions = new LinkedHashMap<>();
+  private final Map<String, WebHandler> pages = new LinkedHashMap<>();
   private final Map<String, Sampler> samplers = new HashMap<>();
 
   @Override
@@ -36,6 +50,43 @@ final class FakeAgent implements Agent {
   public void table(TableDefinition table, Sampler sampler) {
     definitions.put(table.name(), table);
     samplers.put(table.name(), sampler);
+  }
+
+  @Override
+  public EventTable eventTable(TableDefinition table) {
+    throw new UnsupportedOperationException();
+  }
+
+  @Override
+  public EventTable eventTable(TableDefinition table, SituationHandler situations) {
+    watchers.put(table.name(), situations);
+    eventTables.put(table.name(), new RecordingEvents(table));
+    return eventTables.get(table.name());
+  }
+
+  @Override
+  public void onSituation(SituationHandler situations) {
+    throw new UnsupportedOperationException();
+  }
+
+  @Override
+  public void action(String word, ActionHandler handler) {
+    actions.put(word, handler);
+  }
+
+  @Override
+  public void action(String word, long deadlineMs, ActionHandler handler) {
+    actions.put(word, handler);
+  }
+
+  @Override
+  public void web(String prefix, WebHandler handler) {
+    pages.put(prefix, handler);
+  }
+
+  @Override
+  public void web(String prefix, long deadlineMs, WebHandler handler) {
+    pages.put(prefix, handler);
   }
 
   @Override
@@ -55,12 +106,39 @@ final class FakeAgent implements Agent {
 
   @Override
   public Daemons daemons() {
-    throw new UnsupportedOperationException();
+    return daemons;
   }
 
   @Override
   public void stop(String reason) {
     throw new UnsupportedOperationException();
+  }
+
+  /** Runs an action as the agent does with a command of these words. */
+  public ActionResult run(String node, String word, String... arguments) throws Exception {
+    List<String> words = Arrays.asList(arguments);
+    return actions
+        .get(word)
+        .run(new ActionRequest(node, word, words, word + ' ' + String.join(" ", words)));
+  }
+
+  /** Has a situation watch an event table, or cease to. */
+  public void watch(String table, String situation, boolean begins) throws Exception {
+    Situation rule = new Situation(situation, table, 0, false, false, List.of(), List.of());
+    if (begins) {
+      watchers.get(table).armed(rule);
+    } else {
+      watchers.get(table).disarmed(rule);
+    }
+  }
+
+  public RecordingEvents events(String table) {
+    return eventTables.get(table);
+  }
+
+  /** Asks for a page of the handler at "/". */
+  WebResponse get(String path) throws Exception {
+    return pages.get("/").answer(new WebRequest("/", path, "", ""));
   }
 
   List<String> tableNames() {

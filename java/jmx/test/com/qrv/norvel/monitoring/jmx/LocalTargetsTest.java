@@ -4,14 +4,21 @@ import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
+import com.qrv.norvel.monitoring.jmx.notify.Notifications;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
+import com.qrv.norvel.monitoring.jmx.target.Link;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
 import com.qrv.norvel.monitoring.jmx.target.TargetException;
+import com.qrv.norvel.monitoring.jmx.target.TargetWork;
 import com.qrv.norvel.monitoring.jmx.target.TargetState;
+import java.lang.management.ManagementFactory;
 import java.util.ArrayList;
 import java.util.Collections;
+import java.util.List;
+import javax.management.ObjectName;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 
@@ -22,11 +29,39 @@ final class LocalTargetsTest {
 
   private final RecordingSubnodes subnodes = new RecordingSubnodes();
   private final RecordingLog log = new RecordingLog();
+  private final FakeAgent agent = new FakeAgent();
+  private final Notifications notifications = new Notifications(List.of(), log);
   private Targets targets;
 
   @AfterEach
   void stop() {
     targets.close();
+  }
+
+  @Test
+  void aCollectionInAnotherJvmIsHeardOfWhileSomebodyWatches() throws Exception {
+    try (ChildJvm child = ChildJvm.start()) {
+      start();
+      MonitoredJvm jvm = awaitSubnode(child);
+      agent.watch("JVM_GC_EVENT", "a", true);
+      RecordingEvents events = agent.events("JVM_GC_EVENT");
+
+      Await.until(
+          "a collection is heard of",
+          () -> {
+            jvm.work("gc", new CollectOnce());
+            return events.events().stream()
+                .anyMatch(event -> jvm.name().equals(event.get("ORIGINNODE")));
+          });
+    }
+  }
+
+  private static final class CollectOnce implements TargetWork<Object> {
+    @Override
+    public Object on(Link link) throws Exception {
+      ObjectName memory = new ObjectName(ManagementFactory.MEMORY_MXBEAN_NAME);
+      return link.server().invoke(memory, "gc", new Object[0], new String[0]);
+    }
   }
 
   @Test
@@ -103,14 +138,17 @@ final class LocalTargetsTest {
         new JmxConfig.Local(
             true, 1, Collections.singletonList("*ChildJvm$Main"), new ArrayList<>());
     JmxConfig.Calls calls = new JmxConfig.Calls(CALL_MILLIS, 200, 1000, 30);
-    JmxConfig config = new JmxConfig(local, new ArrayList<>(), calls, 10);
+    JmxConfig config = new JmxConfig(local, new ArrayList<>(), calls, 10, List.of(), List.of(), List.of());
     targets =
         new Targets(
             config,
             new SelfJvm("tests", Clock.SYSTEM),
             new JmxTargetFactory(calls, Clock.SYSTEM, log),
             subnodes,
+            new DaemonStarter(List.of(), new RecordingDaemons(), Clock.SYSTEM, log),
+            notifications,
             log);
+    notifications.register(agent);
     targets.start();
   }
 

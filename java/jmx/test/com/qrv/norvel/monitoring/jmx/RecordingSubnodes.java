@@ -17,6 +17,11 @@ final class RecordingSubnodes implements Subnodes {
   }
 
   @Override
+  public synchronized boolean renew(Subnode subnode) {
+    return registered.replace(subnode.name(), subnode) != null;
+  }
+
+  @Override
   public synchronized boolean deregister(String name) {
     return registered.remove(name) != null;
   }

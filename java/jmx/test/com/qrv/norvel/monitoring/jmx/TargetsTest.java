@@ -3,14 +3,17 @@ package com.qrv.norvel.monitoring.jmx;
 import static org.assertj.core.api.Assertions.assertThat;
 
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.notify.Notifications;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
 import com.qrv.norvel.monitoring.jmx.target.TargetKind;
 import com.qrv.norvel.monitoring.jmx.target.TargetState;
 import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.target.TargetWork;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.HashMap;
@@ -42,6 +45,25 @@ final class TargetsTest {
 
     Await.until("it is shown", () -> subnodes.registered().contains("Main:7"));
     assertThat(subnodes.get("Main:7").infoSuffix()).isEqualTo("7");
+  }
+
+  @Test
+  void aTargetThatIsLostIsNoSubnodeUntilItIsBack() throws Exception {
+    factory.run(7, "com.shop.Main");
+    start(10);
+    Await.until("it is found", () -> factory.jvm("Main:7") != null);
+    FakeJvm jvm = factory.jvm("Main:7");
+    jvm.reach();
+    Await.until("it is shown", () -> subnodes.registered().contains("Main:7"));
+
+    jvm.lose();
+
+    Await.until("it is gone", () -> !subnodes.registered().contains("Main:7"));
+    assertThat(targets.find("Main:7")).isSameAs(jvm);
+    assertThat(jvm.isClosed()).isFalse();
+
+    jvm.reach();
+    Await.until("it is shown again", () -> subnodes.registered().contains("Main:7"));
   }
 
   @Test
@@ -90,8 +112,19 @@ final class TargetsTest {
     JmxConfig.Local local =
         new JmxConfig.Local(true, 1, Collections.singletonList("*"), new ArrayList<>());
     JmxConfig config =
-        new JmxConfig(local, new ArrayList<>(), new JmxConfig.Calls(1000, 100, 100, 30), limit);
-    targets = new Targets(config, new SelfJvm("me", Clock.SYSTEM), factory, subnodes, log);
+        new JmxConfig(
+            local,
+            new ArrayList<>(),
+            new JmxConfig.Calls(1000, 100, 100, 30),
+            limit,
+            List.of(),
+            List.of(),
+            List.of());
+    DaemonStarter daemons =
+        new DaemonStarter(List.of(), new RecordingDaemons(), Clock.SYSTEM, log);
+    Notifications notifications = new Notifications(List.of(), log);
+    SelfJvm self = new SelfJvm("me", Clock.SYSTEM);
+    targets = new Targets(config, self, factory, subnodes, daemons, notifications, log);
     targets.start();
   }
 
@@ -174,7 +207,12 @@ final class TargetsTest {
 
     void reach() {
       reached = true;
-      targets.wake();
+      targets.presenceChanged();
+    }
+
+    void lose() {
+      reached = false;
+      targets.presenceChanged();
     }
 
     boolean isClosed() {
@@ -194,7 +232,7 @@ final class TargetsTest {
     @Override
     public TargetStatus status() {
       return new TargetStatus(
-          name, TargetKind.LOCAL, name, pid, "", TargetState.UP, 0, "", 0, 0, 0);
+          name, TargetKind.LOCAL, name, pid, "", TargetState.UP, 0, "", 0, 0, 0, List.of());
     }
 
     @Override
@@ -211,6 +249,14 @@ final class TargetsTest {
     @Override
     public Object[][] sample(BeanTable table) {
       return new Object[0][];
+    }
+
+    @Override
+    public void later(String key, TargetWork<?> work) {}
+
+    @Override
+    public <T> T work(String key, TargetWork<T> work) {
+      throw new UnsupportedOperationException(key);
     }
   }
 }

@@ -1,5 +1,8 @@
 package com.qrv.norvel.monitoring.jmx.config;
 
+import com.qrv.norvel.monitoring.jmx.action.Operation;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
+import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
 import com.qrv.norvel.monitoring.jmx.target.RemoteAddress;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
 import java.io.StringReader;
@@ -32,7 +35,11 @@ final class ConfigParser {
     if (root == null || root.getTag() == Tag.NULL) {
       return defaults;
     }
-    YamlMap top = new YamlMap(file, "the file", root, "local", "remote", "calls", "maxTargets");
+    YamlMap top =
+        new YamlMap(
+            file, "the file", root, "local", "remote", "calls", "maxTargets",
+            "actions", "daemons",
+            "notifications");
     JmxConfig.Local local =
         top.has("local") ? local(top.value("local"), defaults.local()) : defaults.local();
     JmxConfig.Calls calls =
@@ -47,7 +54,11 @@ final class ConfigParser {
     if (remote.size() > maxTargets) {
       throw top.error("remote", "there are more than maxTargets (" + maxTargets + ") JVMs");
     }
-    return new JmxConfig(local, remote, calls, maxTargets);
+    List<Operation> actions = new ActionParser(file).parse(top.list("actions"));
+    List<DaemonRule> daemons = new DaemonParser(file).parse(top.list("daemons"));
+    List<NotificationRule> notifications =
+        new NotificationParser(file).parse(top.list("notifications"));
+    return new JmxConfig(local, remote, calls, maxTargets, actions, daemons, notifications);
   }
 
   private Node compose(String text) throws ConfigException {
@@ -112,10 +123,7 @@ final class ConfigParser {
             "port",
             "user",
             "passwordFile");
-    String name = map.text("name");
-    if (name == null) {
-      throw map.error("name", "the key 'name' is missing");
-    }
+    String name = map.required("name");
     if (!isName(name)) {
       throw map.error(
           "name", "'name' must be 1 to " + MAX_NAME + " of the characters A-Z a-z 0-9 _ . : -");

@@ -1,11 +1,21 @@
 package com.qrv.norvel.monitoring.jmx.config;
 
+import com.qrv.norvel.monitoring.jmx.action.Operation;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
+import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.List;
 
 /** What the configuration file says, with defaults for what it leaves out. Immutable. */
-public record JmxConfig(Local local, List<Remote> remote, Calls calls, int maxTargets) {
+public record JmxConfig(
+    Local local,
+    List<Remote> remote,
+    Calls calls,
+    int maxTargets,
+    List<Operation> actions,
+    List<DaemonRule> daemons,
+    List<NotificationRule> notifications) {
   /**
    * JVMs of this machine.
    *
@@ -33,7 +43,7 @@ public record JmxConfig(Local local, List<Remote> remote, Calls calls, int maxTa
   /** What holds without a file. */
   public static JmxConfig defaults() {
     return new JmxConfig(
-        defaultLocal(), new ArrayList<>(), new Calls(3000, 1000, 30_000, 30), 200);
+        defaultLocal(), new ArrayList<>(), new Calls(3000, 1000, 30_000, 30), 200, List.of(), List.of(), List.of());
   }
 
   static Local defaultLocal() {

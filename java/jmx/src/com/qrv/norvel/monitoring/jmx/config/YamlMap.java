@@ -2,6 +2,7 @@ package com.qrv.norvel.monitoring.jmx.config;
 
 import java.util.ArrayList;
 import java.util.HashMap;
+import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
 import org.yaml.snakeyaml.error.Mark;
@@ -91,6 +92,57 @@ final class YamlMap {
   String text(String key) throws ConfigException {
     Node value = values.get(key);
     return value == null ? null : text(value, "'" + key + "'");
+  }
+
+  /** The text; a mistake without the key. */
+  String required(String key) throws ConfigException {
+    String text = text(key);
+    if (text == null) {
+      throw error(key, "the key '" + key + "' is missing");
+    }
+    return text;
+  }
+
+  /** The number, or null without the key. */
+  Double number(String key) throws ConfigException {
+    Node value = values.get(key);
+    if (value == null) {
+      return null;
+    }
+    if (value.getTag() == Tag.INT || value.getTag() == Tag.FLOAT) {
+      try {
+        return Double.valueOf(((ScalarNode) value).getValue());
+      } catch (NumberFormatException e) {
+        throw error(value, "'" + key + "' must be a decimal number");
+      }
+    }
+    throw error(value, "'" + key + "' must be a number");
+  }
+
+  /**
+   * A map of texts with any keys; a value may be null.
+   *
+   * @param what the place in the file, for messages
+   */
+  static Map<String, String> texts(String file, String what, Node node) throws ConfigException {
+    if (!(node instanceof MappingNode)) {
+      throw error(file, node.getStartMark(), "'" + what + "' must be a map of names and values");
+    }
+    Map<String, String> texts = new LinkedHashMap<>();
+    for (NodeTuple tuple : ((MappingNode) node).getValue()) {
+      Node key = tuple.getKeyNode();
+      Node value = tuple.getValueNode();
+      if (!(key instanceof ScalarNode) || !(value instanceof ScalarNode)) {
+        throw error(file, key.getStartMark(), "'" + what + "' must be a map of names and values");
+      }
+      String name = ((ScalarNode) key).getValue();
+      boolean isNull = value.getTag() == Tag.NULL;
+      if (texts.containsKey(name)) {
+        throw error(file, key.getStartMark(), "the key '" + name + "' stands twice in " + what);
+      }
+      texts.put(name, isNull ? null : ((ScalarNode) value).getValue());
+    }
+    return texts;
   }
 
   private String text(Node value, String name) throws ConfigException {

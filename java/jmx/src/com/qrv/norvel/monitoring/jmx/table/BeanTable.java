@@ -42,6 +42,16 @@ public final class BeanTable {
     return name;
   }
 
+  /** The object name, or the pattern, of the beans that are its rows. */
+  public String beans() {
+    return beans;
+  }
+
+  /** The attributes that are read of each bean, without duplicates. */
+  public List<String> attributes() {
+    return List.of(attributes);
+  }
+
   /** The columns after the subnode's name, in row order. */
   public List<BeanColumn> columns() {
     return new ArrayList<>(columns);

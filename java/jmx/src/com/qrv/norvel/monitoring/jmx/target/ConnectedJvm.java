@@ -14,11 +14,14 @@ import java.util.Map;
  *
  * <p>A call that takes too long is ended by the {@link Watchdog}; whoever waits for it is told at
  * once. While the target is down, callers are refused at once and the thread tries to connect at
- * growing intervals. Jobs that wait are at most one per table, so nothing grows meanwhile.
+ * growing intervals. Work of one kind is shared by those who ask for it, so nothing
+ * grows meanwhile.
  */
 public final class ConnectedJvm implements MonitoredJvm, Runnable {
   /** How long a sample waits for its turn and its answer, counted in calls. */
   public static final int MAX_WAIT_CALLS = 3;
+
+  private static final String NO_ANSWER = "no answer in time";
 
   private final TargetIdentity identity;
   private final TargetTimes times;
@@ -26,29 +29,23 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   private final Watchdog watchdog;
   private final Clock clock;
   private final EventLog log;
-  private final Runnable onFirstUp;
+  private final TargetObserver observer;
 
   private Link link; // the thread's alone
 
   // Guarded by this, all that follows.
   private final Retry retry;
-  private final Map<String, SampleJob> jobs = new LinkedHashMap<>(); // by table, with the running
-  private TargetState state = TargetState.CONNECTING;
-  private long sinceWallMillis;
-  private String lastError = "";
-  private long lastSampleMillis = TargetStatus.UNKNOWN;
+  private final Map<String, Job<?>> jobs = new LinkedHashMap<>(); // by key, with the running
+  private final TargetBook book;
   private long lastCallMillis;
-  private long samples;
-  private long failures;
-  private boolean everUp;
+  private boolean present; // does not flicker: ends when the first new attempt has failed
   private boolean closed;
   private boolean inCall;
   private boolean overdue; // the call in progress has been given up
   private long deadlineMillis; // of the call in progress
-  private boolean faultLogged; // since it was last up
 
   /**
-   * @param onFirstUp run by the target's thread once it has been reached for the first time
+   * @param observer told by the target's thread
    */
   public ConnectedJvm(
       TargetIdentity identity,
@@ -58,7 +55,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       Watchdog watchdog,
       Clock clock,
       EventLog log,
-      Runnable onFirstUp) {
+      TargetObserver observer) {
     this.identity = identity;
     this.times = times;
     this.dialer = dialer;
@@ -66,8 +63,8 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     this.watchdog = watchdog;
     this.clock = clock;
     this.log = log;
-    this.onFirstUp = onFirstUp;
-    this.sinceWallMillis = clock.wallMillis();
+    this.observer = observer;
+    this.book = new TargetBook(identity, clock.wallMillis());
   }
 
   @Override
@@ -84,48 +81,54 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
 
   @Override
   public synchronized boolean isPresent() {
-    // A configured target is there from the start, so that people see that it is down.
-    return !closed && (everUp || identity.kind() == TargetKind.REMOTE);
+    return present && !closed;
   }
 
   @Override
   public synchronized TargetStatus status() {
-    return new TargetStatus(
-        identity.name(),
-        identity.kind(),
-        identity.title(),
-        identity.pid(),
-        identity.url(),
-        state,
-        sinceWallMillis,
-        lastError,
-        lastSampleMillis,
-        samples,
-        failures);
+    return book.status();
   }
 
   @Override
   public Object[][] sample(BeanTable table) throws TargetException, InterruptedException {
-    SampleJob job;
+    return work(table.name(), new SampleWork(table, identity.title()));
+  }
+
+  @Override
+  public <T> T work(String key, TargetWork<T> work) throws TargetException, InterruptedException {
+    Job<T> job;
     synchronized (this) {
-      boolean firstContact = state == TargetState.CONNECTING && !retry.hasFailed();
-      if (closed || (state != TargetState.UP && !firstContact)) {
-        throw new TargetException(refusal());
+      boolean firstContact = book.state() == TargetState.CONNECTING && !retry.hasFailed();
+      if (closed || (book.state() != TargetState.UP && !firstContact)) {
+        throw new TargetException(book.refusal());
       }
-      job = jobs.get(table.name());
-      if (job == null) {
-        job = new SampleJob(table);
-        jobs.put(table.name(), job);
-        notifyAll();
-      }
+      job = shared(key, work);
     }
     // An overdue call fails all jobs, so this passes only while every answer is slow but in time.
     long limit = MAX_WAIT_CALLS * times.call();
-    Object[][] rows = job.await(limit);
-    if (rows == null) {
-      throw new TargetException(name() + " was busy with other samples for " + limit + " ms");
+    if (!job.await(limit)) {
+      throw new TargetException(name() + " was busy with other work for " + limit + " ms");
     }
-    return rows;
+    return job.result();
+  }
+
+  @Override
+  public synchronized void later(String key, TargetWork<?> work) {
+    if (!closed && book.state() == TargetState.UP) {
+      shared(key, work).leaveAlone();
+    }
+  }
+
+  /** Work of one key has one kind of result. Holds the lock. */
+  @SuppressWarnings("unchecked")
+  private <T> Job<T> shared(String key, TargetWork<T> work) {
+    Job<T> job = (Job<T>) jobs.get(key);
+    if (job == null) {
+      job = new Job<>(key, work);
+      jobs.put(key, job);
+      notifyAll();
+    }
+    return job;
   }
 
   @Override
@@ -159,11 +162,11 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       }
       if (!overdue) {
         overdue = true;
-        lastError = "no answer in time";
+        book.suspect(NO_ANSWER);
         if (!closed) {
           become(TargetState.OVERDUE);
         }
-        failJobs(refusal());
+        failJobs(book.refusal());
       }
     }
     // Again and again until the call ends: it may have opened another socket meanwhile.
@@ -228,25 +231,32 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       error = FaultText.of(e);
     }
     if (!finish(error)) {
+      appear(false);
       return;
     }
     link = opened;
-    boolean first;
     synchronized (this) {
-      first = !everUp;
-      everUp = true;
       if (!closed) {
         become(TargetState.UP);
       }
     }
     log.info("target " + name() + " is up");
-    if (first) {
-      onFirstUp.run();
+    appear(true);
+    observer.up(this);
+  }
+
+  private void appear(boolean isThere) {
+    synchronized (this) {
+      if (present == isThere) {
+        return;
+      }
+      present = isThere;
     }
+    observer.presenceChanged();
   }
 
   private void work() {
-    List<SampleJob> due;
+    List<Job<?>> due;
     synchronized (this) {
       due = new ArrayList<>(jobs.values());
     }
@@ -254,47 +264,51 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       ping();
       return;
     }
-    for (SampleJob job : due) {
+    for (Job<?> job : due) {
       if (link == null) {
         return;
       }
-      sample(job);
+      perform(job);
     }
   }
 
-  private void sample(SampleJob job) {
+  private <T> void perform(Job<T> job) {
     long start = clock.millis();
     begin(times.call(), false);
     String error = null;
     String refused = null;
-    Object[][] rows = null;
+    T result = null;
     try {
-      rows = job.table().read(link, identity.title());
-    } catch (IOException | Error e) {
-      error = FaultText.of(e);
-    } catch (RuntimeException e) {
-      // The connection is sound; the JVM refuses this table, or sends what can't be understood.
-      refused = job.table().name() + " of " + name() + ": " + FaultText.of(e);
+      result = job.run(link);
+    } catch (Exception | Error e) {
+      if ((e instanceof IOException && !ForeignClass.isCauseOf(e)) || e instanceof Error) {
+        error = FaultText.of(e);
+      } else {
+        // The connection is sound; the JVM refuses this, or sends what is not accepted.
+        refused = job.key() + " of " + name() + ": " + FaultText.of(e);
+      }
     }
     if (!finish(error)) {
       return;
     }
+    boolean isNews = false;
     synchronized (this) {
-      jobs.remove(job.table().name());
-      if (rows != null) {
-        lastSampleMillis = clock.millis() - start;
-        samples++;
+      jobs.remove(job.key());
+      if (refused == null) {
+        book.succeeded(job.table(), clock.millis() - start);
         retry.succeeded();
-        lastError = "";
       } else {
-        failures++;
-        lastError = refused;
+        book.failed(refused);
+        isNews = job.isAlone() && book.isNewRefusal(refused);
       }
     }
-    if (rows != null) {
-      job.succeed(rows);
+    if (isNews) {
+      log.error("target " + name() + ": " + refused);
+    }
+    if (refused == null) {
+      job.succeed(result);
     } else {
-      job.fail(refused);
+      job.refuse(refused);
     }
   }
 
@@ -347,16 +361,14 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       if (error == null && !overdue) {
         return true;
       }
-      failures++;
-      lastError = overdue ? "no answer in time" : error;
+      book.failed(overdue ? NO_ANSWER : error);
       retry.failed(lastCallMillis);
       if (!closed) {
         become(TargetState.DOWN);
       }
-      failJobs(refusal());
-      if (!faultLogged) {
-        faultLogged = true;
-        report = refusal();
+      failJobs(book.refusal());
+      if (book.isNewFault()) {
+        report = book.refusal();
       }
     }
     // The connector is left to the garbage collector: closing it would call the target again.
@@ -370,26 +382,14 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
 
   // Holds the lock.
   private void become(TargetState next) {
-    if (next == TargetState.UP) {
-      faultLogged = false;
-    }
-    if (state != next) {
-      state = next;
-      sinceWallMillis = clock.wallMillis();
-    }
+    book.become(next, clock.wallMillis());
   }
 
   // Holds the lock.
   private void failJobs(String reason) {
-    for (SampleJob job : jobs.values()) {
+    for (Job<?> job : jobs.values()) {
       job.fail(reason);
     }
     jobs.clear();
-  }
-
-  // Holds the lock.
-  private String refusal() {
-    return "target " + name() + " is " + state.text() + (lastError.isEmpty() ? "" : ": ")
-        + lastError;
   }
 }

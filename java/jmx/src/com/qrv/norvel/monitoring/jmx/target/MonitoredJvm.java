@@ -7,7 +7,10 @@ public interface MonitoredJvm {
   /** The subnode's name: at most 32 of the characters {@code A-Z a-z 0-9 _ . : -}. */
   String name();
 
-  /** Whether it stands as a subnode; false before a local JVM has first been reached. */
+  /**
+   * Whether it stands as a subnode: from when it is reached until it is lost and the next attempt to
+   * reach it has failed, too.
+   */
   boolean isPresent();
 
   TargetStatus status();
@@ -28,4 +31,19 @@ public interface MonitoredJvm {
    * @throws TargetException when the target is down or does not answer in time
    */
   Object[][] sample(BeanTable table) throws TargetException, InterruptedException;
+
+  /**
+   * Does other work at the target, in bounded time. A call like any other: it takes its turn with
+   * the samples, and one that does not return ends the connection.
+   *
+   * @param key names the work for people; what has the same key is done once for all who wait
+   * @throws TargetException when the target is down, refuses, or does not answer in time
+   */
+  <T> T work(String key, TargetWork<T> work) throws TargetException, InterruptedException;
+
+  /**
+   * Has work done when its turn comes, and waits for nothing. While the target is down it is
+   * dropped: whoever wants it done asks again when the target is up.
+   */
+  void later(String key, TargetWork<?> work);
 }

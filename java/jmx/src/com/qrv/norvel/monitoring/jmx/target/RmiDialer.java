@@ -43,6 +43,8 @@ abstract class RmiDialer implements Dialer {
     Map<String, Object> environment = new HashMap<>();
     // Without this each connector has a thread that asks for a sign of life.
     environment.put("jmx.remote.x.client.connection.check.period", 0L);
+    // A long poll; it has to end by itself before the socket's time is over.
+    environment.put("jmx.remote.x.notification.fetch.timeout", (long) callMillis);
     String[] credentials = credentials();
     if (credentials != null) {
       environment.put(JMXConnector.CREDENTIALS, credentials);

@@ -3,7 +3,6 @@ package com.qrv.norvel.monitoring.jmx.target;
 import com.qrv.norvel.monitoring.jmx.EventLog;
 import com.qrv.norvel.monitoring.jmx.table.Unavailable;
 import java.io.IOException;
-import java.io.InvalidClassException;
 import java.rmi.UnmarshalException;
 import java.util.Arrays;
 import java.util.HashMap;
@@ -11,13 +10,18 @@ import java.util.HashSet;
 import java.util.List;
 import java.util.Map;
 import java.util.Set;
+import java.util.concurrent.atomic.AtomicLong;
 import javax.management.Attribute;
 import javax.management.AttributeNotFoundException;
 import javax.management.InstanceNotFoundException;
 import javax.management.JMException;
 import javax.management.MBeanServerConnection;
 import javax.management.MalformedObjectNameException;
+import javax.management.Notification;
+import javax.management.NotificationFilter;
+import javax.management.NotificationListener;
 import javax.management.ObjectName;
+import javax.management.remote.JMXConnectionNotification;
 import javax.management.remote.JMXConnector;
 
 /**
@@ -32,6 +36,8 @@ final class RmiLink implements Link {
   private final Map<String, ObjectName[]> namesOfPattern = new HashMap<>();
   private final Set<String> reported = new HashSet<>();
   private final Set<String> readOneByOne = new HashSet<>();
+  private final AtomicLong lost = new AtomicLong();
+  private boolean countsLosses;
 
   /** Takes an open connector; {@code target} names it in messages. */
   RmiLink(String target, JMXConnector connector, MBeanServerConnection server, EventLog log) {
@@ -42,6 +48,44 @@ final class RmiLink implements Link {
   }
 
   @Override
+  public Set<ObjectName> names(ObjectName pattern) throws IOException {
+    return server.queryNames(pattern, null);
+  }
+
+  @Override
+  public void addListener(
+      ObjectName bean, NotificationListener listener, NotificationFilter filter)
+      throws IOException, JMException {
+    if (!countsLosses) {
+      countsLosses = true;
+      connector.addConnectionNotificationListener(new LossCounter(), null, null);
+    }
+    server.addNotificationListener(bean, listener, filter, null);
+  }
+
+  @Override
+  public void removeListener(ObjectName bean, NotificationListener listener)
+      throws IOException, JMException {
+    server.removeNotificationListener(bean, listener);
+  }
+
+  @Override
+  public long takeLostNotifications() {
+    return lost.getAndSet(0);
+  }
+
+  /** Counts what the connector says it has lost, because the other side's buffer ran over. */
+  private final class LossCounter implements NotificationListener {
+    @Override
+    public void handleNotification(Notification notification, Object handback) {
+      if (notification.getType().equals(JMXConnectionNotification.NOTIFS_LOST)) {
+        Object count = notification.getUserData();
+        lost.addAndGet(count instanceof Number ? Math.max(1, ((Number) count).longValue()) : 1);
+      }
+    }
+  }
+
+  @Override
   public void ping() throws IOException {
     server.getDefaultDomain();
   }
@@ -49,6 +93,11 @@ final class RmiLink implements Link {
   @Override
   public void close() throws IOException {
     connector.close();
+  }
+
+  @Override
+  public MBeanServerConnection server() {
+    return server;
   }
 
   @Override
@@ -102,7 +151,7 @@ final class RmiLink implements Link {
       try {
         fill(values, attributes, server.getAttributes(bean, attributes).asList());
       } catch (UnmarshalException e) {
-        if (!isForeignClass(e)) {
+        if (!ForeignClass.isCauseOf(e)) {
           throw e;
         }
         // One value of a class that is not accepted spoils the whole answer.
@@ -156,7 +205,7 @@ final class RmiLink implements Link {
       }
       reason = "it has no such attribute";
     } catch (UnmarshalException e) {
-      if (!isForeignClass(e)) {
+      if (!ForeignClass.isCauseOf(e)) {
         throw e;
       }
       reason = "its class is not accepted";
@@ -182,10 +231,5 @@ final class RmiLink implements Link {
     } catch (JMException | NumberFormatException e) {
       return null;
     }
-  }
-
-  private static boolean isForeignClass(UnmarshalException e) {
-    Throwable cause = e.getCause();
-    return cause instanceof InvalidClassException || cause instanceof ClassNotFoundException;
   }
 }

@@ -2,9 +2,8 @@ package com.qrv.norvel.monitoring.jmx.target;
 
 import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
-import com.qrv.norvel.monitoring.jmx.table.SelfBeans;
 import java.io.IOException;
-import java.util.concurrent.atomic.AtomicLong;
+import java.util.ArrayDeque;
 
 /** The JVM that this code runs in, read by direct calls on the caller's thread. */
 public final class SelfJvm implements MonitoredJvm {
@@ -12,15 +11,19 @@ public final class SelfJvm implements MonitoredJvm {
 
   private final String title;
   private final Clock clock;
-  private final SelfBeans beans = new SelfBeans();
-  private final long sinceWallMillis;
-  private final AtomicLong samples = new AtomicLong();
-  private volatile long lastSampleMillis = TargetStatus.UNKNOWN;
+  private final SelfLink link = new SelfLink();
+  private final TargetBook book; // guarded by itself
+  private final ArrayDeque<TargetWork<?>> waiting = new ArrayDeque<>(); // guarded by itself
+  private boolean isWorking; // guarded by waiting
 
   public SelfJvm(String title, Clock clock) {
     this.title = title;
     this.clock = clock;
-    this.sinceWallMillis = clock.wallMillis();
+    TargetIdentity identity =
+        new TargetIdentity(NAME, TargetKind.SELF, title, ProcessHandle.current().pid(), "");
+    long now = clock.wallMillis();
+    book = new TargetBook(identity, now);
+    book.become(TargetState.UP, now);
   }
 
   @Override
@@ -35,18 +38,9 @@ public final class SelfJvm implements MonitoredJvm {
 
   @Override
   public TargetStatus status() {
-    return new TargetStatus(
-        NAME,
-        TargetKind.SELF,
-        title,
-        ProcessHandle.current().pid(),
-        "",
-        TargetState.UP,
-        sinceWallMillis,
-        "",
-        lastSampleMillis,
-        samples.get(),
-        0);
+    synchronized (book) {
+      return book.status();
+    }
   }
 
   @Override
@@ -61,13 +55,60 @@ public final class SelfJvm implements MonitoredJvm {
   @Override
   public Object[][] sample(BeanTable table) throws TargetException {
     long start = clock.millis();
+    Object[][] rows;
     try {
-      Object[][] rows = table.read(beans, title);
-      lastSampleMillis = clock.millis() - start;
-      samples.incrementAndGet();
-      return rows;
+      rows = table.read(link, title);
     } catch (IOException e) {
       throw new TargetException(NAME + ": " + e);
+    }
+    synchronized (book) {
+      book.succeeded(table.name(), clock.millis() - start);
+    }
+    return rows;
+  }
+
+  @Override
+  public <T> T work(String key, TargetWork<T> work) throws TargetException, InterruptedException {
+    try {
+      return work.on(link);
+    } catch (InterruptedException e) {
+      throw e;
+    } catch (Exception e) {
+      throw new TargetException(key + " of " + NAME + ": " + FaultText.of(e), true);
+    }
+  }
+
+  /** On a thread of its own: this may take a while, and whoever asks must not wait. */
+  @Override
+  public void later(String key, TargetWork<?> work) {
+    synchronized (waiting) {
+      waiting.addLast(work);
+      if (!isWorking) {
+        isWorking = true;
+        Thread thread = new Thread(null, this::workOff, "jmx-self", 256 * 1024);
+        thread.setDaemon(true);
+        thread.start();
+      }
+    }
+  }
+
+  private void workOff() {
+    while (true) {
+      TargetWork<?> next;
+      synchronized (waiting) {
+        next = waiting.pollFirst();
+        if (next == null) {
+          isWorking = false;
+          return;
+        }
+      }
+      try {
+        next.on(link);
+      } catch (Exception e) {
+        synchronized (book) {
+          book.failed(FaultText.of(e));
+        }
+      }
     }
   }
 }

@@ -1,5 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.target;
 
+import java.util.List;
+
 /** What is known of a target at one moment; the row of the table of targets. */
 public record TargetStatus(
     String name,
@@ -12,7 +14,8 @@ public record TargetStatus(
     String lastError,
     long lastSampleMillis,
     long samples,
-    long failures) {
+    long failures,
+    List<WorkTime> times) {
   /** A {@link #pid} or {@link #lastSampleMillis} that is not known. */
   public static final long UNKNOWN = -1;
 }

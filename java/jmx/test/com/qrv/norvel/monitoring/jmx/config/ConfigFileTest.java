@@ -3,9 +3,17 @@ package com.qrv.norvel.monitoring.jmx.config;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
+import com.qrv.norvel.monitoring.jmx.action.Argument;
+import com.qrv.norvel.monitoring.jmx.action.ArgumentType;
+import com.qrv.norvel.monitoring.jmx.action.Operation;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
+import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.HashMap;
+import java.util.List;
+import java.util.Map;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -14,6 +22,9 @@ import org.junit.jupiter.params.provider.MethodSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
 final class ConfigFileTest {
+  private static final String ARGUMENT =
+      "actions:\n- name: a\n  mbean: 'a:b=c'\n  operation: o\n  arguments:\n  - ";
+
   @TempDir private Path directory;
 
   @ParameterizedTest
@@ -33,7 +44,18 @@ final class ConfigFileTest {
                 + "        heartbeatSeconds: 10}\n"
                 + "remote:\n"
                 + "  - {name: one, host: db1, port: 9010, user: u, passwordFile: p}\n"
-                + "  - {name: two, url: 'service:jmx:rmi:///jndi/rmi://h:1/jmxrmi'}\n");
+                + "  - {name: two, url: 'service:jmx:rmi:///jndi/rmi://h:1/jmxrmi'}\n"
+                + "actions:\n"
+                + "  - {name: flush, mbean: 'a:type=Cache,name=*', operation: clear,\n"
+                + "     description: empties it, arguments: [{name: region, choices: [eu, us]},\n"
+                + "     {name: age, type: int, min: 1, max: 9.5}]}\n"
+                + "daemons:\n"
+                + "  - {name: d, for: target, command: [/bin/d, '${pid}'], directory: /tmp,\n"
+                + "     stdout: /o, stderr: /e, environment: {A: 1, B: null}}\n"
+                + "notifications:\n"
+                + "  - {table: ORDERS, mbean: 'shop:*', types: [order., refund]}\n");
+    assertThat(config.notifications())
+        .containsExactly(new NotificationRule("ORDERS", "shop:*", List.of("order.", "refund")));
 
     assertThat(config.maxTargets()).isEqualTo(3);
     assertThat(config.local().enabled()).isFalse();
@@ -46,6 +68,23 @@ final class ConfigFileTest {
             new JmxConfig.Remote("one", null, "db1", 9010, "u", "p"),
             new JmxConfig.Remote(
                 "two", "service:jmx:rmi:///jndi/rmi://h:1/jmxrmi", null, 0, null, null));
+    assertThat(config.actions())
+        .containsExactly(
+            new Operation(
+                "flush",
+                "a:type=Cache,name=*",
+                "clear",
+                List.of(
+                    new Argument("region", ArgumentType.STRING, List.of("eu", "us"), null, null),
+                    new Argument("age", ArgumentType.INT, List.of(), 1.0, 9.5)),
+                "empties it"));
+    Map<String, String> environment = new HashMap<>();
+    environment.put("A", "1");
+    environment.put("B", null);
+    assertThat(config.daemons())
+        .containsExactly(
+            new DaemonRule(
+                "d", List.of("/bin/d", "${pid}"), true, "/tmp", "/o", "/e", environment));
   }
 
   static Arguments[] mistakes() {
@@ -77,6 +116,44 @@ final class ConfigFileTest {
       Arguments.of("remote:\n  - {name: a, url: 'http://h'}\n", ":2:20: 'url' is wrong"),
       Arguments.of("maxTargets: 1\nremote:\n  - {name: a, host: h, port: 1}\n"
           + "  - {name: b, host: h, port: 2}\n", "more than maxTargets (1)"),
+      Arguments.of("actions:\n  - {mbean: 'a:b=c', operation: o}\n",
+          ":2:5: the key 'name' is missing"),
+      Arguments.of("actions:\n  - {name: gc, mbean: 'a:b=c', operation: o}\n",
+          ":2:12: the name 'gc' is taken"),
+      Arguments.of("actions:\n  - {name: a b, mbean: 'a:b=c', operation: o}\n",
+          "'name' must be 1 to 64 letters"),
+      Arguments.of("actions:\n  - {name: a, mbean: '*:b=c', operation: o}\n",
+          "the domain of 'mbean' must be given without wildcards"),
+      Arguments.of("actions:\n  - {name: a, mbean: nothing, operation: o}\n",
+          "'mbean' must be an object name"),
+      Arguments.of("actions:\n  - {name: a, mbean: 'a:b=c'}\n", "the key 'operation' is missing"),
+      Arguments.of(ARGUMENT + "{name: x, type: float}\n",
+          "'type' must be one of string, int, long, boolean, double"),
+      Arguments.of(ARGUMENT + "{name: x, type: int, choices: [1, two]}\n", "'two' is no int"),
+      Arguments.of(ARGUMENT + "{name: x, min: 1}\n", "only a number has 'min' and 'max'"),
+      Arguments.of(ARGUMENT + "{name: x, type: int, min: 2, max: 1}\n",
+          "'max' must be at least 'min'"),
+      Arguments.of(ARGUMENT + "{name: x, type: int, max: much}\n", "'max' must be a number"),
+      Arguments.of("daemons:\n- {name: d, for: agent}\n",
+          ":2:3: 'command' must list a program and its arguments"),
+      Arguments.of("daemons:\n- {name: d, command: [/bin/d]}\n", "the key 'for' is missing"),
+      Arguments.of("daemons:\n- {name: d, for: me, command: [/bin/d]}\n",
+          "'for' must be agent or target"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [d]}\n",
+          "expected an absolute path"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d, 'a b']}\n",
+          "holds white space"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d, '${pid}']}\n",
+          "have a meaning 'for: target' only"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d], environment: [A]}\n",
+          ":2:57: 'environment' must be a map of names and values"),
+      Arguments.of("notifications:\n- {table: JVM_X, mbean: 'a:b=c'}\n",
+          ":2:11: the name 'JVM_X' is taken"),
+      Arguments.of("notifications:\n- {table: orders, mbean: 'a:b=c'}\n",
+          "an upper-case letter first"),
+      Arguments.of("notifications:\n- {table: ORDERS, mbean: '*:*'}\n",
+          "the domain of 'mbean' must be given without wildcards"),
+      Arguments.of("notifications:\n- {mbean: 'a:b=c'}\n", "the key 'table' is missing"),
       Arguments.of("local: [\n", "it is not valid YAML"),
       Arguments.of("a: b: c\n", ":1:5: it is not valid YAML"),
       Arguments.of("!!javax.script.ScriptEngineManager []\n", ":1:1: the file must be a map"),

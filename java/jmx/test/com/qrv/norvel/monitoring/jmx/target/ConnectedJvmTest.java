@@ -15,6 +15,7 @@ import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.ExecutionException;
 import java.util.concurrent.TimeUnit;
 import java.util.concurrent.atomic.AtomicInteger;
+import javax.management.MBeanException;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 
@@ -24,7 +25,20 @@ final class ConnectedJvmTest {
 
   private final ManualClock clock = new ManualClock();
   private final RecordingLog log = new RecordingLog();
-  private final AtomicInteger firstUps = new AtomicInteger();
+  private final AtomicInteger presences = new AtomicInteger();
+  private final AtomicInteger ups = new AtomicInteger();
+  private final TargetObserver observer =
+      new TargetObserver() {
+        @Override
+        public void up(MonitoredJvm target) {
+          ups.incrementAndGet();
+        }
+
+        @Override
+        public void presenceChanged() {
+          presences.incrementAndGet();
+        }
+      };
   // A watchdog whose thread never looks by itself: tests look at the time that they choose.
   private final Watchdog watchdog = new Watchdog(clock, Long.MAX_VALUE / 4);
   private final List<Thread> callers = new ArrayList<>();
@@ -49,10 +63,72 @@ final class ConnectedJvmTest {
     assertThat(rows).hasSize(1);
     assertThat(rows[0][1]).isEqualTo(42L);
     jvm.sample(StandardTables.GC);
-    assertThat(firstUps).hasValue(1);
+    assertThat(presences).hasValue(1);
     assertThat(jvm.status().state()).isEqualTo(TargetState.UP);
     assertThat(jvm.status().samples()).isEqualTo(2);
     assertThat(jvm.isPresent()).isTrue();
+  }
+
+  @Test
+  void otherWorkRunsOnTheTargetsThreadAndCountsAsNoSample() throws Exception {
+    start(FakeDialer.Mood.ANSWERS);
+
+    String thread = jvm.work("look", link -> Thread.currentThread().getName());
+
+    assertThat(thread).isEqualTo("jmx-t");
+    assertThat(jvm.status().samples()).isZero();
+    assertThat(jvm.status().times()).isEmpty();
+  }
+
+  @Test
+  void workForLaterIsDoneWithoutAnybodyWaitingAndDroppedWhileTheTargetIsDown() throws Exception {
+    start(FakeDialer.Mood.ANSWERS);
+    jvm.sample(StandardTables.GC);
+    CompletableFuture<String> done = new CompletableFuture<>();
+
+    jvm.later("listen", link -> done.complete(Thread.currentThread().getName()));
+
+    assertThat(done.get(30, TimeUnit.SECONDS)).isEqualTo("jmx-t");
+    dialer.become(FakeDialer.Mood.BREAKS);
+    assertThatThrownBy(() -> jvm.sample(StandardTables.GC)).isInstanceOf(TargetException.class);
+    AtomicInteger runs = new AtomicInteger();
+    jvm.later("listen", link -> runs.incrementAndGet());
+    dialer.become(FakeDialer.Mood.ANSWERS);
+    jvm.retryNow();
+    Await.until("it is up again", () -> ups.get() == 2);
+    jvm.sample(StandardTables.GC);
+    assertThat(runs).hasValue(0);
+  }
+
+  @Test
+  void workThatTheTargetRefusesCostsItsCallerOnly() throws Exception {
+    start(FakeDialer.Mood.ANSWERS);
+
+    assertThatThrownBy(
+            () ->
+                jvm.work(
+                    "flush",
+                    link -> {
+                      throw new MBeanException(null, "not now");
+                    }))
+        .isInstanceOf(TargetException.class)
+        .hasMessageContaining("flush of t")
+        .hasMessageContaining("not now");
+
+    assertThat(jvm.sample(StandardTables.GC)).hasSize(1);
+    assertThat(dialer.dials).hasValue(1);
+    assertThat(jvm.status().failures()).isEqualTo(1);
+  }
+
+  @Test
+  void theTimeOfEachTableIsNoted() throws Exception {
+    start(FakeDialer.Mood.ANSWERS);
+
+    jvm.sample(StandardTables.GC);
+    jvm.sample(StandardTables.MEMORY);
+
+    assertThat(jvm.status().times())
+        .containsExactly(new WorkTime("JVM_GC", 0, 0), new WorkTime("JVM_MEMORY", 0, 0));
   }
 
   @Test
@@ -89,7 +165,26 @@ final class ConnectedJvmTest {
 
     Await.until("it is up", () -> jvm.status().state() == TargetState.UP);
     assertThat(jvm.sample(StandardTables.GC)).hasSize(1);
-    assertThat(firstUps).hasValue(1);
+    assertThat(presences).hasValue(1);
+  }
+
+  @Test
+  void itIsPresentUntilTheFirstNewAttemptFailsAndAgainWhenItIsUp() throws Exception {
+    start(FakeDialer.Mood.ANSWERS);
+    jvm.sample(StandardTables.GC);
+    dialer.become(FakeDialer.Mood.BREAKS);
+    assertThatThrownBy(() -> jvm.sample(StandardTables.GC)).hasMessageContaining("read broke");
+    assertThat(jvm.isPresent()).isTrue();
+    assertThat(presences).hasValue(1);
+
+    jvm.retryNow();
+    Await.until("it is absent", () -> !jvm.isPresent());
+    Await.until("that is told", () -> presences.get() == 2);
+
+    dialer.become(FakeDialer.Mood.ANSWERS);
+    jvm.retryNow();
+    Await.until("it is present", jvm::isPresent);
+    Await.until("that is told", () -> presences.get() == 3);
   }
 
   @Test
@@ -207,7 +302,7 @@ final class ConnectedJvmTest {
         watchdog,
         time,
         log,
-        firstUps::incrementAndGet);
+        observer);
   }
 
   private CompletableFuture<Object[][]> sampleAsync() {

@@ -1,7 +1,13 @@
 package com.qrv.norvel.monitoring.jmx.target;
 
 import java.io.IOException;
+import java.lang.management.ManagementFactory;
+import java.util.Set;
 import java.util.concurrent.atomic.AtomicInteger;
+import javax.management.MBeanServerConnection;
+import javax.management.NotificationFilter;
+import javax.management.NotificationListener;
+import javax.management.ObjectName;
 
 /** A JVM that answers, hangs until it is cut off, or breaks, as a test wants. */
 final class FakeDialer implements Dialer {
@@ -85,6 +91,28 @@ final class FakeDialer implements Dialer {
     @Override
     public void close() {
       goodbyes.incrementAndGet();
+    }
+
+    @Override
+    public Set<ObjectName> names(ObjectName pattern) {
+      return Set.of();
+    }
+
+    @Override
+    public void addListener(
+        ObjectName bean, NotificationListener listener, NotificationFilter filter) {}
+
+    @Override
+    public void removeListener(ObjectName bean, NotificationListener listener) {}
+
+    @Override
+    public long takeLostNotifications() {
+      return 0;
+    }
+
+    @Override
+    public MBeanServerConnection server() {
+      return ManagementFactory.getPlatformMBeanServer();
     }
 
     @Override

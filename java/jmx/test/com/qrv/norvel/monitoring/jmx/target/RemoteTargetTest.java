@@ -114,7 +114,7 @@ final class RemoteTargetTest {
     assertThat(log.errors()).hasSize(1);
     assertThat(log.errors().get(0)).doesNotContain("gue55").doesNotContain("\n");
     assertThat(jvm.status().lastError()).doesNotContain("gue55");
-    assertThat(jvm.isPresent()).isTrue();
+    assertThat(jvm.isPresent()).isFalse();
   }
 
   @Test
@@ -160,7 +160,7 @@ final class RemoteTargetTest {
             watchdog,
             Clock.SYSTEM,
             log,
-            () -> {});
+            new NoObserver());
     jvm.start();
   }
 }

@@ -5,13 +5,15 @@ package com.qrv.norvel.monitoring.toolkit.agent;
  *
  * <p>A value that its column cannot hold (a number out of range, text for a number) costs its own
  * cell: the cell becomes "not available", and the first such value of each column in a sample is
- * logged with table, column and value. Nothing is rounded or clamped. Text that is too long is cut
+ * logged with table, column and value; of an event table, the first one, the second, the fourth and
+ * so on. Nothing is rounded or clamped. Text that is too long is cut
  * between two characters, silently. A zero character, or half of a surrogate pair, becomes a
  * question mark.
  *
  * <p>Setting by index is the fast way. A column that the table does not have is an error of the
  * program: {@link IndexOutOfBoundsException} or {@link IllegalArgumentException}, which fails the
- * sample. The column that names the subnode is the toolkit's and refused the same way.
+ * sample. The columns that name the subnode and number the events are the toolkit's and refused the
+ * same way.
  */
 public interface Row {
 

@@ -19,6 +19,15 @@ public interface Subnodes {
   boolean register(Subnode subnode);
 
   /**
+   * Registers a known sub-system again, with another affinity or note say. What was collected of it
+   * stays.
+   *
+   * @return false when no such name is registered, which changes nothing
+   * @throws IllegalStateException when too many wait for the agent to come up
+   */
+  boolean renew(Subnode subnode);
+
+  /**
    * Forgets a sub-system and what was collected of it.
    *
    * @return false when no such name is registered

@@ -18,6 +18,9 @@ public final class TableDefinition {
   /** Width of {@link #SUBNODE_COLUMN}, and so the longest name of a subnode, in bytes. */
   public static final int SUBNODE_SIZE = 32;
 
+  /** Name of the column that numbers the events of an event table. */
+  public static final String EVENT_COLUMN = "EVENTSEQ";
+
   private final String name;
   private final List<Column> columns;
   private final int[] offsets;
@@ -26,6 +29,7 @@ public final class TableDefinition {
   private final long deadlineMs;
   private final int cacheSeconds;
   private final int maxRows;
+  private final int maxQueued;
 
   private TableDefinition(Builder builder) {
     if (builder.columns.isEmpty()) {
@@ -48,6 +52,7 @@ public final class TableDefinition {
     deadlineMs = builder.deadlineMs;
     cacheSeconds = builder.cacheSeconds;
     maxRows = builder.maxRows;
+    maxQueued = builder.maxQueued;
   }
 
   /**
@@ -100,7 +105,12 @@ public final class TableDefinition {
     return indexes.containsKey(SUBNODE_COLUMN);
   }
 
-  /** How long a sampler may take, in milliseconds. */
+  /** Whether the table's rows are events, which are pushed, rather than sampled. */
+  public boolean isEvents() {
+    return indexes.containsKey(EVENT_COLUMN);
+  }
+
+  /** How long a sampler, or the handler of situations, may take, in milliseconds. */
   public long deadlineMs() {
     return deadlineMs;
   }
@@ -113,6 +123,11 @@ public final class TableDefinition {
   /** How many rows one sample may have. */
   public int maxRows() {
     return maxRows;
+  }
+
+  /** How many events may wait to be sent. */
+  public int maxQueued() {
+    return maxQueued;
   }
 
   @Override
@@ -131,6 +146,7 @@ public final class TableDefinition {
     private long deadlineMs = 10_000;
     private int cacheSeconds;
     private int maxRows = 100_000;
+    private int maxQueued = 10_000;
 
     private Builder(String name) {
       this.name = Names.checked("table", name);
@@ -147,6 +163,14 @@ public final class TableDefinition {
         throw new IllegalArgumentException(
             "table " + name + ": column " + SUBNODE_COLUMN + " is added by perSubnode()");
       }
+      if (column.name().equals(EVENT_COLUMN)) {
+        throw new IllegalArgumentException(
+            "table " + name + ": column " + EVENT_COLUMN + " is added by events()");
+      }
+      return add(column);
+    }
+
+    private Builder add(Column column) {
       if (indexes.putIfAbsent(column.name(), Integer.valueOf(columns.size())) != null) {
         throw new IllegalArgumentException(
             "table " + name + " already has a column " + column.name());
@@ -165,8 +189,28 @@ public final class TableDefinition {
     }
 
     /**
-     * Sets how long the sampler may take before its sample is answered with a failure. Without this
-     * call, 10 seconds.
+     * Makes this an event table: appends the column {@link #EVENT_COLUMN}, which the toolkit fills
+     * with the number of each event. Such a table has no sampler: the application hands its rows
+     * over. Call it before the first column, and after {@link #perSubnode}.
+     */
+    public Builder events() {
+      return add(Columns.int64(EVENT_COLUMN));
+    }
+
+    /**
+     * Sets how many events may wait to be sent; what comes on top is lost. Together they may have
+     * 16 MiB at most. Without this call, 10,000. Only for an event table.
+     *
+     * @param events 1 to 1,000,000
+     */
+    public Builder maxQueued(int events) {
+      maxQueued = (int) checked("event queue", events, 1, 1_000_000);
+      return this;
+    }
+
+    /**
+     * Sets how long the sampler, or the handler of an event table's situations, may take before the
+     * agent is answered with a failure. Without this call, 10 seconds.
      *
      * @param milliseconds 1 to 3,600,000
      */

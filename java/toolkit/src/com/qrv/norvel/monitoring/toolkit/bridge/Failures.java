@@ -16,6 +16,16 @@ public final class Failures {
     }
   }
 
+  /** The message alone, or the class of a failure that has none. */
+  public static String message(Throwable failure) {
+    try {
+      String message = failure.getMessage();
+      return message == null || message.isEmpty() ? failure.getClass().getName() : message;
+    } catch (Throwable second) {
+      return failure.getClass().getName();
+    }
+  }
+
   /** Class, message and innermost frames of a failure and of its causes, up to a bound. */
   public static String trace(Throwable failure) {
     StringBuilder text = new StringBuilder(describe(failure));

@@ -95,6 +95,73 @@ public final class Keys {
     private SampleReply() {}
   }
 
+  /** Body of the take-action request. */
+  public static final class Action {
+    public static final int NODE = 0;
+    public static final int COMMAND = 1;
+
+    private Action() {}
+  }
+
+  /** Body of the reply to a take-action request. */
+  public static final class ActionReply {
+    public static final int CODE = 2;
+    public static final int MESSAGE = 3;
+
+    private ActionReply() {}
+  }
+
+  /** Body of the web service request. */
+  public static final class Web {
+    public static final int PATH = 0;
+
+    /** The query of a GET, the content of a POST. */
+    public static final int CONTENT = 1;
+
+    public static final int LANGUAGE = 2;
+
+    private Web() {}
+  }
+
+  /** Body of the reply to a web service request. */
+  public static final class WebReply {
+    public static final int CODE = 7;
+    public static final int MEDIA = 8;
+    public static final int CONTENT = 9;
+
+    private WebReply() {}
+  }
+
+  /** Body of the situation request. */
+  public static final class Situation {
+    public static final int TABLE = 0;
+    public static final int CONDITIONS = 1;
+    public static final int SUBNODES = 5;
+    public static final int HISTORY = 6;
+    public static final int AUTOMATION = 7;
+    public static final int NAME = 8;
+    public static final int INTERVAL = 9;
+    public static final int START = 10;
+
+    private Situation() {}
+  }
+
+  /** One condition of a situation request. */
+  public static final class SituationCondition {
+    public static final int COLUMN = 2;
+    public static final int VALUE = 3;
+    public static final int OPERATOR = 11;
+
+    private SituationCondition() {}
+  }
+
+  /** Body of the reply to a situation request. */
+  public static final class SituationReply {
+    public static final int ROWS = 4;
+
+    private SituationReply() {}
+  }
+
   /** Body of the notification that a situation has started or stopped. */
   public static final class SituationState {
     public static final int SITUATION = 0;
@@ -103,7 +170,19 @@ public final class Keys {
     /** An integer, 1 or 0. */
     public static final int STARTED = 2;
 
+    public static final int INTERVAL = 3;
+    public static final int HISTORY = 4;
+    public static final int AUTOMATION = 5;
+
     private SituationState() {}
+  }
+
+  /** Body of the notification that an event table has rows. */
+  public static final class Events {
+    public static final int TABLE = 0;
+    public static final int ROWS = 1;
+
+    private Events() {}
   }
 
   /** Body of the notification that a subnode has appeared. */

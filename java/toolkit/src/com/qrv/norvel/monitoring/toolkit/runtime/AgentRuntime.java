@@ -22,13 +22,19 @@ final class AgentRuntime implements RequestHandler {
   private final ApplicationLife life;
   private final BoundedCalls calls;
   private final Notifications notifications;
+  private final EventSender events;
   private final AgentLog log;
 
   AgentRuntime(
-      ApplicationLife life, BoundedCalls calls, Notifications notifications, AgentLog log) {
+      ApplicationLife life,
+      BoundedCalls calls,
+      Notifications notifications,
+      EventSender events,
+      AgentLog log) {
     this.life = life;
     this.calls = calls;
     this.notifications = notifications;
+    this.events = events;
     this.log = log;
   }
 
@@ -58,20 +64,26 @@ final class AgentRuntime implements RequestHandler {
       case RequestCode.SHUTDOWN:
         return shutdown();
       case RequestCode.SITUATION_STATE_CHANGED:
-        return noteSituation(Fields.of("change of a situation", body));
+        handlers().situations.stateChanged(Fields.of("change of a situation", body));
+        return new HashMap<Integer, Object>();
       case RequestCode.TAKE_ACTION:
-        throw RequestFailedException.ordinary("no action handler is registered");
+        return handlers().actions.serve(Fields.of("take-action request", body));
       case RequestCode.WEB_SERVICE:
-        throw RequestFailedException.ordinary("no web handler is registered");
+        return handlers().pages.serve(Fields.of("web request", body));
       case RequestCode.SITUATION:
-        throw RequestFailedException.ordinary("no situation handler is registered");
+        return handlers().situations.serve(Fields.of("situation request", body));
       default:
         throw RequestFailedException.ordinary("unknown request code " + code);
     }
   }
 
+  private Handlers handlers() throws RequestFailedException {
+    return life.agent().handlers();
+  }
+
   private HashMap<Integer, Object> start() {
     notifications.open();
+    events.open();
     life.started();
     return new HashMap<Integer, Object>();
   }
@@ -79,8 +91,12 @@ final class AgentRuntime implements RequestHandler {
   private HashMap<Integer, Object> sample(Fields body)
       throws RequestFailedException, MalformedMessageException {
     String name = body.text(Keys.Sample.TABLE);
-    SampledTable table = life.agent().find(name);
+    RunningAgent agent = life.agent();
+    SampledTable table = agent.find(name);
     if (table == null) {
+      if (agent.isEventTable(name)) {
+        return sampleReply(new ArrayList<Object>(), 0); // Its rows come by themselves.
+      }
       throw RequestFailedException.ordinary("no table " + name + " is declared");
     }
     IncomingSample request = new IncomingSample(table.layout.table, body);
@@ -116,17 +132,8 @@ final class AgentRuntime implements RequestHandler {
 
   private void stop() {
     calls.stop();
+    events.close();
     notifications.close();
-  }
-
-  private HashMap<Integer, Object> noteSituation(Fields body) throws MalformedMessageException {
-    log.detail(
-        "Situation "
-            + body.text(Keys.SituationState.SITUATION)
-            + " on table "
-            + body.text(Keys.SituationState.TABLE)
-            + (body.integer(Keys.SituationState.STARTED) == 0 ? " stopped" : " started"));
-    return new HashMap<Integer, Object>();
   }
 
   /** Tells the native side to stop, since the answer that should have said so is gone. */

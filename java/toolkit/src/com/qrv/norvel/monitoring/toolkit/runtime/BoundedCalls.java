@@ -49,12 +49,23 @@ final class BoundedCalls {
   void call(String what, String[] keys, long deadlineMs, Task task) throws RequestFailedException {
     Call call = new Call(what, keys, deadlineMs, task, false);
     occupy(call);
-    runAndWait(call);
+    runAndWait(call, executor);
+  }
+
+  /**
+   * As {@link #call}, on other threads. At most so many calls of one name run at once, those that
+   * were given up included.
+   */
+  void callLimited(Executor threads, String what, int max, long deadlineMs, Task task)
+      throws RequestFailedException {
+    Call call = new Call(what, new String[1], deadlineMs, task, false);
+    occupySlot(call, max);
+    runAndWait(call, threads);
   }
 
   /** As {@link #call} without keys, also while the agent stops. */
   void lastCall(String what, long deadlineMs, Task task) throws RequestFailedException {
-    runAndWait(new Call(what, new String[0], deadlineMs, task, true));
+    runAndWait(new Call(what, new String[0], deadlineMs, task, true), executor);
   }
 
   /** Ends every wait, now and from here on. May come more than once. */
@@ -69,11 +80,30 @@ final class BoundedCalls {
     }
   }
 
+  private void occupySlot(Call call, int max) throws RequestFailedException {
+    synchronized (running) {
+      refuseWhenStopping(call);
+      for (int i = 0; i < max; i++) {
+        String slot = call.what + "#" + i;
+        if (!running.containsKey(slot)) {
+          call.keys[0] = slot;
+          running.put(slot, call);
+          return;
+        }
+      }
+    }
+    throw RequestFailedException.ordinary(call.what + ": " + max + " calls of it still run");
+  }
+
+  private void refuseWhenStopping(Call call) throws RequestFailedException {
+    if (stopping) {
+      throw RequestFailedException.ordinary(call.what + ": " + STOPPING);
+    }
+  }
+
   private void occupy(Call call) throws RequestFailedException {
     synchronized (running) {
-      if (stopping) {
-        throw RequestFailedException.ordinary(call.what + ": " + STOPPING);
-      }
+      refuseWhenStopping(call);
       for (int i = 0; i < call.keys.length; i++) {
         Call other = running.get(call.keys[i]);
         if (other != null) {
@@ -98,9 +128,9 @@ final class BoundedCalls {
     }
   }
 
-  private void runAndWait(Call call) throws RequestFailedException {
+  private void runAndWait(Call call, Executor threads) throws RequestFailedException {
     try {
-      executor.execute(call);
+      threads.execute(call);
     } catch (Throwable failure) {
       release(call);
       throw RequestFailedException.ordinary(
@@ -109,7 +139,10 @@ final class BoundedCalls {
     String givenUp = call.waitForEnd();
     if (givenUp != null) {
       log.state(call.what + ": " + givenUp);
-      throw RequestFailedException.ordinary(call.what + ": " + givenUp);
+      String text = call.what + ": " + givenUp;
+      throw call.isLate()
+          ? RequestFailedException.late(text)
+          : RequestFailedException.ordinary(text);
     }
     if (call.failure() != null) {
       throw report(call.what, call.failure());
@@ -141,6 +174,7 @@ final class BoundedCalls {
     private Thread worker; // guarded by this, as what follows
     private boolean abandoned;
     private boolean ended;
+    private boolean late;
     private Throwable failure;
 
     Call(String what, String[] keys, long deadlineMs, Task task, boolean survivesStop) {
@@ -213,6 +247,7 @@ final class BoundedCalls {
         }
         long left = end - clock.nanoTime();
         if (left <= 0) {
+          late = true;
           return abandon("not done within " + deadlineMs + " ms");
         }
         try {
@@ -223,6 +258,10 @@ final class BoundedCalls {
         }
       }
       return null;
+    }
+
+    synchronized boolean isLate() {
+      return late;
     }
 
     synchronized Throwable failure() {

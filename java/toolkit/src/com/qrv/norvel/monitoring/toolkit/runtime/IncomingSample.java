@@ -21,7 +21,7 @@ final class IncomingSample implements SampleRequest {
 
   IncomingSample(TableDefinition table, Fields body) throws MalformedMessageException {
     this.table = table;
-    subnodes = Collections.unmodifiableList(names(body.texts(Keys.Sample.SUBNODES)));
+    subnodes = Collections.unmodifiableList(Blanks.trimEnds(body.texts(Keys.Sample.SUBNODES)));
     filters = Collections.unmodifiableList(filters(body.list(Keys.Sample.FILTERS)));
     history = body.flag(Keys.Sample.HISTORY);
     automation = body.flag(Keys.Sample.AUTOMATION);
@@ -93,18 +93,5 @@ final class IncomingSample implements SampleRequest {
               filter.text(Keys.SampleFilter.COLUMN), filter.text(Keys.SampleFilter.VALUE)));
     }
     return filters;
-  }
-
-  /** Names in columns of a fixed width arrive with the blanks that fill them. */
-  private static ArrayList<String> names(ArrayList<String> padded) {
-    for (int i = 0; i < padded.size(); i++) {
-      String name = padded.get(i);
-      int end = name.length();
-      while (end > 0 && name.charAt(end - 1) == ' ') {
-        end--;
-      }
-      padded.set(i, name.substring(0, end));
-    }
-    return padded;
   }
 }

@@ -18,6 +18,11 @@ final class Notifications {
 
   private static final long CLOSE_NANOS = 1_000_000_000L;
 
+  /** Told after each notification. */
+  interface Listener {
+    void notificationSent();
+  }
+
   private final Transport transport;
   private final Clock clock;
   private final AgentLog log;
@@ -27,6 +32,7 @@ final class Notifications {
   private boolean open;
   private boolean closed;
   private int sending;
+  private volatile Listener listener;
 
   Notifications(Transport transport, Clock clock, AgentLog log) {
     this.transport = transport;
@@ -34,16 +40,29 @@ final class Notifications {
     this.log = log;
   }
 
+  /** Names whom to tell; nobody is told before. */
+  void onSent(Listener told) {
+    listener = told;
+  }
+
   /**
    * Sends a notification, now or when the agent is up.
    *
+   * @return false when it is dropped, since the agent stops
    * @throws IllegalStateException when too many wait already
    */
-  void send(int code, HashMap<Integer, Object> body) {
+  boolean send(int code, HashMap<Integer, Object> body) {
+    boolean taken = sendUnnoticed(code, body);
+    tellListener();
+    return taken;
+  }
+
+  /** As {@link #send}, without telling the listener. */
+  boolean sendUnnoticed(int code, HashMap<Integer, Object> body) {
     HashMap<Integer, Object> envelope = Envelope.notification(code, body);
     synchronized (lock) {
       if (closed) {
-        return;
+        return false;
       }
       if (!open) {
         if (pending.size() == MAX_PENDING) {
@@ -51,7 +70,7 @@ final class Notifications {
               MAX_PENDING + " notifications wait for the agent to come up; no more are taken");
         }
         pending.add(envelope);
-        return;
+        return true;
       }
       sending++;
     }
@@ -60,6 +79,7 @@ final class Notifications {
     } finally {
       sent();
     }
+    return true;
   }
 
   /** Sends what has waited, and lets what follows go out at once. */
@@ -73,6 +93,7 @@ final class Notifications {
       } finally {
         sent();
       }
+      tellListener();
       // Others make notifications meanwhile. They wait too, so that none overtakes an older one.
       batch = nextBatch();
     }
@@ -129,6 +150,13 @@ final class Notifications {
       transport.send(envelope);
     } catch (Throwable failure) {
       log.error("a notification that has waited could not be sent", failure);
+    }
+  }
+
+  private void tellListener() {
+    Listener told = listener;
+    if (told != null) {
+      told.notificationSent();
     }
   }
 

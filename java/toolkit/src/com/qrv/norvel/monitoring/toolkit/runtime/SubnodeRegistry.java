@@ -28,13 +28,17 @@ final class SubnodeRegistry implements Subnodes {
     if (names.contains(subnode.name())) {
       return false;
     }
-    HashMap<Integer, Object> body = new HashMap<Integer, Object>();
-    body.put(Keys.SubnodeRegistered.NAME, subnode.name());
-    body.put(Keys.SubnodeRegistered.AFFINITY, subnode.affinity());
-    body.put(Keys.SubnodeRegistered.INFO, subnode.info());
-    body.put(Keys.SubnodeRegistered.INFO_SUFFIX, subnode.infoSuffix());
-    notifications.send(NotificationCode.SUBNODE_REGISTERED, body);
+    announce(subnode);
     names.add(subnode.name());
+    return true;
+  }
+
+  @Override
+  public synchronized boolean renew(Subnode subnode) {
+    if (!names.contains(subnode.name())) {
+      return false;
+    }
+    announce(subnode);
     return true;
   }
 
@@ -53,5 +57,14 @@ final class SubnodeRegistry implements Subnodes {
   @Override
   public synchronized List<String> registered() {
     return new ArrayList<String>(names);
+  }
+
+  private void announce(Subnode subnode) {
+    HashMap<Integer, Object> body = new HashMap<Integer, Object>();
+    body.put(Keys.SubnodeRegistered.NAME, subnode.name());
+    body.put(Keys.SubnodeRegistered.AFFINITY, subnode.affinity());
+    body.put(Keys.SubnodeRegistered.INFO, subnode.info());
+    body.put(Keys.SubnodeRegistered.INFO_SUFFIX, subnode.infoSuffix());
+    notifications.send(NotificationCode.SUBNODE_REGISTERED, body);
   }
 }

@@ -16,6 +16,7 @@ final class TableLayout {
   private final Column[] columns;
   private final int[] offsets;
   private final int subnodeIndex;
+  private final int eventIndex;
   private final byte[] emptyRow;
 
   TableLayout(TableDefinition table) {
@@ -30,10 +31,16 @@ final class TableLayout {
     }
     subnodeIndex =
         table.isPerSubnode() ? table.indexOf(TableDefinition.SUBNODE_COLUMN) : NO_COLUMN;
+    eventIndex = table.isEvents() ? table.indexOf(TableDefinition.EVENT_COLUMN) : NO_COLUMN;
   }
 
-  boolean isSubnodeColumn(int index) {
-    return index == subnodeIndex;
+  boolean isFilledByToolkit(int index) {
+    return index == subnodeIndex || index == eventIndex;
+  }
+
+  /** Table and column, for messages. */
+  String where(int index) {
+    return "table " + table.name() + ", column " + columns[index].name();
   }
 
   /**
@@ -51,6 +58,11 @@ final class TableLayout {
 
   Column column(int index) {
     return columns[index];
+  }
+
+  /** Numbers a row of an event table. */
+  void putEventNumber(byte[] row, long number) {
+    putInteger(row, eventIndex, number);
   }
 
   void putInteger(byte[] row, int index, long value) {
@@ -86,7 +98,7 @@ final class TableLayout {
     HashMap<Integer, Object> description = new HashMap<Integer, Object>();
     description.put(Keys.Table.NAME, table.name());
     description.put(Keys.Table.COLUMNS, list);
-    description.put(Keys.Table.SITUATION_TRAP, Boolean.FALSE);
+    description.put(Keys.Table.SITUATION_TRAP, Boolean.valueOf(table.isEvents()));
     return description;
   }
 

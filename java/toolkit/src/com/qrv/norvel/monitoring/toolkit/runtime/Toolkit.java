@@ -23,6 +23,11 @@ public final class Toolkit {
 
   private static final int DEFAULT_MAX_THREADS = 256;
 
+  /** How many rows of events may be sent in a second, on average. */
+  private static final String MAX_RATE_PROPERTY = "zel.events.rate";
+
+  private static final int DEFAULT_MAX_RATE = 50_000;
+
   private Toolkit() {}
 
   /** Builds the Java side on a transport, for the application that a system property names. */
@@ -30,13 +35,17 @@ public final class Toolkit {
     TraceSink sink = new RasSink();
     Clock clock = new SystemClock();
     int max = Math.max(1, Integer.getInteger(MAX_THREADS_PROPERTY, DEFAULT_MAX_THREADS));
-    WorkerThreads threads =
+    WorkerThreads samplers =
         new WorkerThreads("zel-app", max, clock, log(sink, WorkerThreads.class));
+    // Threads of their own, so that no number of stuck actions keeps a sample waiting.
+    WorkerThreads handlers =
+        new WorkerThreads("zel-handler", max, clock, log(sink, WorkerThreads.class));
     return assemble(
         transport,
         sink,
         clock,
-        threads,
+        samplers,
+        handlers,
         new DaemonWBProcess(),
         new NamedApplication(System.getProperty(NamedApplication.PROPERTY)));
   }
@@ -45,25 +54,49 @@ public final class Toolkit {
       Transport transport,
       TraceSink sink,
       Clock clock,
-      Executor executor,
+      Executor samplers,
+      Executor handlers,
       ProcessNatives natives,
       ApplicationSource source) {
     AgentLog log = log(sink, AgentRuntime.class);
     Notifications notifications =
         new Notifications(transport, clock, log(sink, Notifications.class));
     AgentRuntime.StopOnFatal fatal = new AgentRuntime.StopOnFatal(notifications, log);
-    BoundedCalls calls = new BoundedCalls(clock, executor, log(sink, BoundedCalls.class), fatal);
+    EventSender events = events(notifications, clock, sink);
+    BoundedCalls calls = new BoundedCalls(clock, samplers, log(sink, BoundedCalls.class), fatal);
     ApplicationLife life =
         new ApplicationLife(
             source,
-            new Agents(sink, notifications, new RunningDaemons(natives, null)),
+            new Agents(
+                sink,
+                notifications,
+                events,
+                handlers(handlers, calls, fatal, sink),
+                new RunningDaemons(natives, null)),
             calls,
-            executor,
+            samplers,
             fatal,
             log(sink, ApplicationLife.class),
             NAME);
-    AgentRuntime runtime = new AgentRuntime(life, calls, notifications, log);
+    AgentRuntime runtime = new AgentRuntime(life, calls, notifications, events, log);
     return new Dispatcher(transport, runtime, log(sink, Dispatcher.class));
+  }
+
+  private static EventSender events(Notifications notifications, Clock clock, TraceSink sink) {
+    int rate = Math.max(1, Integer.getInteger(MAX_RATE_PROPERTY, DEFAULT_MAX_RATE));
+    EventSender events =
+        new EventSender(
+            notifications, clock, new Pace(clock, rate), log(sink, EventSender.class));
+    notifications.onSent(events);
+    return events;
+  }
+
+  private static Handlers handlers(
+      Executor threads, BoundedCalls calls, BoundedCalls.FatalListener fatal, TraceSink sink) {
+    return new Handlers(
+        new Actions(calls, threads, log(sink, Actions.class)),
+        new Pages(calls, threads),
+        new Situations(threads, calls, fatal, log(sink, Situations.class)));
   }
 
   private static AgentLog log(TraceSink sink, Class<?> source) {
@@ -73,11 +106,20 @@ public final class Toolkit {
   private static final class Agents implements ApplicationLife.AgentFactory {
     private final TraceSink sink;
     private final Notifications notifications;
+    private final EventSender events;
+    private final Handlers handlers;
     private final RunningDaemons daemons;
 
-    Agents(TraceSink sink, Notifications notifications, RunningDaemons daemons) {
+    Agents(
+        TraceSink sink,
+        Notifications notifications,
+        EventSender events,
+        Handlers handlers,
+        RunningDaemons daemons) {
       this.sink = sink;
       this.notifications = notifications;
+      this.events = events;
+      this.handlers = handlers;
       this.daemons = daemons;
     }
 
@@ -88,6 +130,8 @@ public final class Toolkit {
           sink,
           log(sink, RunningAgent.class),
           notifications,
+          events,
+          handlers,
           new SubnodeRegistry(notifications),
           daemons);
     }

@@ -133,4 +133,26 @@ class TableDefinitionTest {
     assertThatIllegalArgumentException().isThrownBy(() -> builder.cacheSeconds(1001));
     assertThatIllegalArgumentException().isThrownBy(() -> builder.maxRows(0));
   }
+
+  @Test
+  void numbersTheEventsOfAnEventTable() {
+    TableDefinition table =
+        TableDefinition.builder("T").perSubnode().events().column(Columns.int32("N")).build();
+
+    assertThat(table.isEvents()).isTrue();
+    assertThat(table.columns().get(1).name()).isEqualTo(TableDefinition.EVENT_COLUMN);
+    assertThat(table.columns().get(1).type()).isEqualTo(ColumnType.INT64);
+    assertThat(table.maxQueued()).isEqualTo(10_000);
+  }
+
+  @Test
+  void leavesTheColumnOfNumbersToEventTables() {
+    assertThatIllegalArgumentException()
+        .isThrownBy(() -> TableDefinition.builder("T").column(Columns.int64("EVENTSEQ")))
+        .withMessage("table T: column EVENTSEQ is added by events()");
+    assertThatIllegalArgumentException()
+        .isThrownBy(() -> TableDefinition.builder("T").events().events());
+    assertThatIllegalArgumentException()
+        .isThrownBy(() -> TableDefinition.builder("T").maxQueued(0));
+  }
 }

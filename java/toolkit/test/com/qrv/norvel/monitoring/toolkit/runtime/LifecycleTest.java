@@ -291,6 +291,24 @@ class LifecycleTest {
   }
 
   @Test
+  void registersASubnodeAgainWhenItIsRenewed() {
+    Witness application = new Witness();
+    NativeSide side = NativeSide.inline(application);
+    side.init();
+    side.start();
+
+    assertThat(application.agent.subnodes().renew(Subnode.named("earth"))).isFalse();
+    application.agent.subnodes().register(Subnode.named("earth"));
+    assertThat(application.agent.subnodes().renew(new Subnode("earth", "AFF", "info", "x")))
+        .isTrue();
+
+    List<HashMap<Integer, Object>> sent = side.transport.ofType(2);
+    assertThat(sent).extracting(it -> it.get(1)).containsExactly(10, 10);
+    assertThat(body(sent.get(1)).get(2)).isEqualTo("info");
+    assertThat(application.agent.subnodes().registered()).containsExactly("earth");
+  }
+
+  @Test
   void refusesMoreNotificationsThanMayWait() {
     Witness application = new Witness();
     NativeSide side = NativeSide.inline(application);

@@ -27,6 +27,7 @@ final class NativeSide {
             trace,
             clock,
             executor == null ? threads(clock, trace) : executor,
+            executor == null ? threads(clock, trace) : executor,
             natives,
             source);
   }
@@ -36,7 +37,13 @@ final class NativeSide {
     Clock real = new SystemClock();
     dispatcher =
         Toolkit.assemble(
-            transport, trace, real, threads(real, trace), natives, () -> application);
+            transport,
+            trace,
+            real,
+            threads(real, trace),
+            threads(real, trace),
+            natives,
+            () -> application);
   }
 
   /** With the toolkit's own threads and the clock of the machine. */

@@ -37,6 +37,30 @@ final class RecordingTransport implements Transport {
     return ofType(2).get(0);
   }
 
+  /** Returns the notifications of a code when there are so many of them. */
+  synchronized List<HashMap<Integer, Object>> awaitNotifications(int code, int count)
+      throws InterruptedException {
+    long end = System.nanoTime() + 30_000_000_000L;
+    while (notifications(code).size() < count) {
+      if (System.nanoTime() > end) {
+        throw new AssertionError("fewer than " + count + " notifications " + code + ": " + sent);
+      }
+      wait(1000);
+    }
+    return notifications(code);
+  }
+
+  /** The notifications of a code. */
+  synchronized List<HashMap<Integer, Object>> notifications(int code) {
+    List<HashMap<Integer, Object>> found = new ArrayList<>();
+    for (HashMap<Integer, Object> envelope : ofType(2)) {
+      if (envelope.get(1).equals(code)) {
+        found.add(envelope);
+      }
+    }
+    return found;
+  }
+
   synchronized List<HashMap<Integer, Object>> sent() {
     return new ArrayList<>(sent);
   }

@@ -228,9 +228,6 @@ class RequestsTest {
 
   @ParameterizedTest
   @CsvSource({
-    "3, no action handler is registered",
-    "5, no web handler is registered",
-    "6, no situation handler is registered",
     "8, unknown request code 8",
     "99, unknown request code 99",
     "-7, unknown request code -7"
@@ -244,6 +241,17 @@ class RequestsTest {
     assertThat(answer.get(1)).isEqualTo(code);
     assertThat(body(answer).get(0)).isEqualTo(3);
     assertThat(body(answer).get(1)).isEqualTo(text);
+  }
+
+  @ParameterizedTest
+  @ValueSource(ints = {2, 3, 5, 6})
+  void answersRequestsThatComeBeforeTheApplicationIsConfigured(int code) {
+    NativeSide agent = NativeSide.inline(declaring(it -> {}));
+
+    HashMap<Integer, Object> answer = agent.request(code, sampleBody("COUNTS"));
+
+    assertThat(answer.get(0)).isEqualTo(3);
+    assertThat(body(answer).get(1)).isEqualTo("the application is not configured");
   }
 
   @Test

@@ -1,0 +1,117 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "actions/actions.h"
+#include "actions/command_call.h"
+#include "basic/clock.h"
+#include "config/agent_config.h"
+#include "engine/callback_gate.h"
+#include "engine/engine.h"
+#include "engine/row_object.h"
+#include "engine/subnode_directory.h"
+#include "engine/timer_queue.h"
+#include "engine/worker_lane.h"
+
+namespace fw {
+
+/// Brings commands to the agent: finds the row that a command is about, waits for a worker of the
+/// lane "actions", makes the callback, and keeps what came of it.
+///
+/// A command that still waits when its deadline passes is not run any more. One that runs becomes
+/// Late, and its worker and objects stay with it until the callback returns; another worker stands
+/// in. A desk is made with std::make_shared, because the engine may answer after the last owner
+/// has gone. The text of a command is never traced: it may hold a secret.
+class ActionDesk final : public Actions, public std::enable_shared_from_this<ActionDesk> {
+ public:
+  /// Told when a command has ended or become Late, in that order, on any thread. It must neither
+  /// block nor call the desk.
+  using Notice = std::function<void(const ActionStatus&)>;
+
+  /// What the desk works with. Everything outlives it.
+  struct Surroundings {
+    Clock& clock;
+    TimerQueue& timers;
+    CallbackGate& gate;
+    const SubnodeDirectory& subnodes;
+    Engine& engine;
+  };
+
+  /// `callback` gives the agent's command callback at the time of a command; null: there is none.
+  ActionDesk(const AgentConfig& config, Surroundings surroundings,
+             std::function<CommandCallback()> callback, Notice notice);
+  ActionDesk(const ActionDesk&) = delete;
+  ActionDesk& operator=(const ActionDesk&) = delete;
+  /// Waits for every callback, however long it takes.
+  ~ActionDesk() override = default;
+
+  void run(ActionRequest request, Done done) override;
+  std::vector<ActionStatus> recent() const override;
+
+  /// Answers the commands that wait, and those to come, with "stopping".
+  void refuse();
+
+  /// Ends the workers, waiting at most `bound` for commands in progress and as long for answers.
+  /// Call refuse() before, and stop the engine after.
+  void stop(std::chrono::milliseconds bound);
+
+  LaneStatus lane() const { return lane_.status(); }
+
+ private:
+  struct Run;
+  using RunPtr = std::shared_ptr<Run>;
+
+  std::optional<RequestError> accept(const ActionRequest& request, const Done& done, RunPtr& run);
+  void findRow(const RunPtr& run);
+  void openRow(const RunPtr& run, const ReportResult& result);
+  void queue(const RunPtr& run, std::shared_ptr<RowObject> row);
+  void perform(const RunPtr& run, std::shared_ptr<RowObject> row);
+
+  void finish(const RunPtr& run, const CommandOutcome& outcome);
+  void fail(const RunPtr& run, const std::string& message) { finish(run, {false, 0, message}); }
+  void refuse(const RunPtr& run, const RequestError& error);
+  void expire(const RunPtr& run);
+
+  /// What to say about a command that has ended or become Late.
+  struct Ending {
+    ActionStatus status;
+    Done done;  ///< empty when it has been answered
+  };
+  std::optional<Ending> end(Run& run, const CommandOutcome& outcome);  // needs mutex_
+  void announce(const RunPtr& run, std::optional<Ending>& ending);
+  void tell(const RunPtr& run);
+  void answer(Done done, std::variant<ActionStatus, RequestError> result);
+
+  const ActionConfig& config_;
+  const Surroundings around_;
+  const std::function<CommandCallback()> callback_;
+  const Notice notice_;
+  NodeCommands nodeCommands_;
+
+  class Answers;
+  const std::shared_ptr<Answers> answers_;
+
+  /// Commands that have no worker yet. Counts what waits in the lane, too, for commands that have
+  /// passed their deadline there.
+  const std::shared_ptr<std::atomic<std::uint32_t>> waiting_;
+
+  mutable std::mutex mutex_;
+  std::map<std::uint64_t, RunPtr> runs_;  // guarded by mutex_; those in progress and the last ended
+  std::deque<std::uint64_t> ended_;       // guarded by mutex_; in the order in which they ended
+  std::uint64_t lastId_ = 0;              // guarded by mutex_
+  bool stopping_ = false;                 // guarded by mutex_
+
+  WorkerLane lane_;  // its tasks use all of the above, so it ends first
+};
+
+}  // namespace fw

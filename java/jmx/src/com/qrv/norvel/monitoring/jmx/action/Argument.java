@@ -1,0 +1,61 @@
+package com.qrv.norvel.monitoring.jmx.action;
+
+import java.util.List;
+import java.util.Locale;
+
+/**
+ * One argument of an operation that the configuration allows. Immutable.
+ *
+ * @param name for people
+ * @param type what it becomes for the MBean
+ * @param choices the only texts that are taken; empty: any of the type
+ * @param min the least number that is taken; null without a bound
+ * @param max the greatest number that is taken; null without a bound
+ */
+public record Argument(
+    String name, ArgumentType type, List<String> choices, Double min, Double max) {
+  public Argument {
+    choices = List.copyOf(choices);
+  }
+
+  /**
+   * Turns a word of a command into the MBean's type.
+   *
+   * @throws IllegalArgumentException when it can't be; the message says what was expected
+   */
+  Object valueOf(String word) {
+    if (!choices.isEmpty() && !choices.contains(word)) {
+      throw new IllegalArgumentException(
+          "expected one of " + String.join(", ", choices) + ", not '" + word + "'");
+    }
+    Object value = type.parse(word);
+    if (value == null) {
+      throw new IllegalArgumentException("expected " + type.text() + ", not '" + word + "'");
+    }
+    if (value instanceof Number number) {
+      checkRange(number.doubleValue(), word);
+    }
+    return value;
+  }
+
+  private void checkRange(double number, String word) {
+    if ((min != null && number < min) || (max != null && number > max)) {
+      throw new IllegalArgumentException("expected " + range() + ", not '" + word + "'");
+    }
+  }
+
+  private String range() {
+    if (min == null) {
+      return "at most " + ArgumentType.shown(max);
+    }
+    return max == null
+        ? "at least " + ArgumentType.shown(min)
+        : ArgumentType.shown(min) + " to " + ArgumentType.shown(max);
+  }
+
+  /** As it stands in the list of actions: {@code REGION=eu|us}, {@code DAYS:int}. */
+  String usage() {
+    return name.toUpperCase(Locale.ROOT)
+        + (choices.isEmpty() ? ":" + type.text() : "=" + String.join("|", choices));
+  }
+}

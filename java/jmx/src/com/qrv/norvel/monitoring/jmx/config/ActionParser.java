@@ -1,0 +1,115 @@
+package com.qrv.norvel.monitoring.jmx.config;
+
+import com.qrv.norvel.monitoring.jmx.action.Argument;
+import com.qrv.norvel.monitoring.jmx.action.ArgumentType;
+import com.qrv.norvel.monitoring.jmx.action.Operation;
+import com.qrv.norvel.monitoring.jmx.action.TargetActions;
+import java.util.ArrayList;
+import java.util.HashSet;
+import java.util.List;
+import java.util.Set;
+import org.yaml.snakeyaml.nodes.Node;
+
+/** Reads the actions that people may run. */
+final class ActionParser {
+  private static final int MAX_WORD = 64;
+
+  private final String file;
+
+  ActionParser(String file) {
+    this.file = file;
+  }
+
+  List<Operation> parse(List<Node> elements) throws ConfigException {
+    List<Operation> actions = new ArrayList<>();
+    Set<String> words = new HashSet<>(TargetActions.RESERVED);
+    for (Node element : elements) {
+      actions.add(action(element, words));
+    }
+    return actions;
+  }
+
+  private Operation action(Node node, Set<String> words) throws ConfigException {
+    YamlMap map =
+        new YamlMap(
+            file,
+            "an element of actions",
+            node,
+            "name",
+            "mbean",
+            "operation",
+            "arguments",
+            "description");
+    String word = map.required("name");
+    if (!isWord(word)) {
+      throw map.error(
+          "name",
+          "'name' must be 1 to " + MAX_WORD + " letters, digits, dots, underscores and hyphens");
+    }
+    if (!words.add(word)) {
+      throw map.error("name", "the name '" + word + "' is taken");
+    }
+    String bean = BeanNames.checked(map);
+    List<Argument> arguments = new ArrayList<>();
+    for (Node element : map.list("arguments")) {
+      arguments.add(argument(element));
+    }
+    String description = map.text("description");
+    return new Operation(
+        word, bean, map.required("operation"), arguments, description == null ? "" : description);
+  }
+
+  private Argument argument(Node node) throws ConfigException {
+    YamlMap map =
+        new YamlMap(
+            file, "an element of arguments", node, "name", "type", "choices", "min", "max");
+    String name = map.required("name");
+    ArgumentType type = type(map);
+    List<String> choices = map.texts("choices", List.of());
+    for (String choice : choices) {
+      if (type.parse(choice) == null) {
+        throw map.error("choices", "'" + choice + "' is no " + type.text());
+      }
+    }
+    boolean isNumber =
+        type == ArgumentType.INT || type == ArgumentType.LONG || type == ArgumentType.DOUBLE;
+    if (!isNumber && (map.has("min") || map.has("max"))) {
+      throw map.error(
+          map.has("min") ? "min" : "max", "only a number has 'min' and 'max', not a " + type.text());
+    }
+    Double min = map.number("min");
+    Double max = map.number("max");
+    if (min != null && max != null && min > max) {
+      throw map.error("max", "'max' must be at least 'min'");
+    }
+    return new Argument(name, type, choices, min, max);
+  }
+
+  private static ArgumentType type(YamlMap map) throws ConfigException {
+    String text = map.text("type");
+    if (text == null) {
+      return ArgumentType.STRING;
+    }
+    List<String> known = new ArrayList<>();
+    for (ArgumentType type : ArgumentType.values()) {
+      if (type.text().equals(text)) {
+        return type;
+      }
+      known.add(type.text());
+    }
+    throw map.error("type", "'type' must be one of " + String.join(", ", known));
+  }
+
+  private static boolean isWord(String word) {
+    for (int i = 0; i < word.length(); i++) {
+      char c = word.charAt(i);
+      boolean allowed =
+          (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')
+              || c == '_' || c == '.' || c == '-';
+      if (!allowed) {
+        return false;
+      }
+    }
+    return word.length() <= MAX_WORD;
+  }
+}

@@ -1,0 +1,12 @@
+package com.qrv.norvel.monitoring.jmx.target;
+
+/** Something to do at a target, on the target's own thread. */
+public interface TargetWork<T> {
+  /**
+   * Does it, in as few calls as it can: they share one time limit.
+   *
+   * @throws java.io.IOException when the connection broke; it is dropped
+   * @throws Exception when the target refused; the connection is sound and the caller is told
+   */
+  T on(Link link) throws Exception;
+}
