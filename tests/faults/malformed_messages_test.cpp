@@ -174,7 +174,7 @@ TEST_F(MalformedMessagesTest, NoneLeavesATraceInMemoryOrStopsTheBridge) {
     ASSERT_TRUE(drain());
     ASSERT_THAT(jvm.faults(), IsEmpty());
     ASSERT_EQ(jvm.heldBuffers(), 0U);
-    jvm.forgetDeadReferences();
+    jvm.endLocalFrame();
     framework.forgetRecordsExcept("Message handler ");
   }
 

@@ -45,6 +45,7 @@ void storm::setUpJava(const std::string& home) {
   fakejvm::Jvm& jvm = fakejvm::Jvm::get();
   jvm.reset();
   jvm.isRecording = false;
+  jvm.isCreatedOnce = true;  // a stop that comes late must not start a second one
   jvm.onProcessInbound = [](JNIEnv* env, const ObjectPtr& envelope) {
     if (fakeapp::codeOf(envelope) == 100) {
       perform(env, envelope);

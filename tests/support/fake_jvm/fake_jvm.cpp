@@ -45,8 +45,14 @@ void Jvm::reset() {
   locals_.clear();
 }
 
-void Jvm::forgetDeadReferences() {
+void Jvm::endLocalFrame() {
   std::lock_guard lock(mutex_);
+  const auto self = std::this_thread::get_id();
+  for (Reference& reference : references_) {
+    if (reference.isLive && !reference.isGlobal && reference.owner == self) {
+      drop(reinterpret_cast<jobject>(&reference), false);
+    }
+  }
   while (!references_.empty() && !references_.back().isLive) {
     references_.pop_back();
   }
