@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +16,7 @@
 #include "bridge/zelexc.h"
 #include "live_jvm.h"
 #include "zelreqsample.h"
+#include "zelreqsitstate.h"
 
 namespace {
 
@@ -25,6 +27,7 @@ constexpr double kMegabyte = 1024.0 * 1024.0;
 
 struct Plan {
   int exchanges = 200000;
+  int sends = 0;            ///< one-way messages, spread evenly; the message handler sends them
   bool guarded = true;      ///< with a frame of local references around each exchange
   bool reportOnly = false;  ///< growth is no failure
 };
@@ -85,19 +88,50 @@ void exchangeOnce(LiveJvm& jvm, const Plan& plan, const char* table) {
   jvm.guard().leave(frame);
 }
 
+// One-way sends queue up and leave on the message handler's thread.
+void sendOneWay(int& sent) {
+  ZelReqSitStateChanged message("situation", sent % 2 == 0, false, false, "TABLE", 60);
+  ZelClient::run(message, false);
+  ++sent;
+}
+
+// The message handler may miss a wake-up.
+void waitForSends() {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+  for (;;) {
+    {
+      ZelAutoMutex lock(ZelClient::s_tqMutex);
+      if (ZelClient::s_taskQueue.empty()) {
+        return;
+      }
+    }
+    if (std::chrono::steady_clock::now() > deadline) {
+      throw std::runtime_error("one-way messages are not sent");
+    }
+    ZelClient::s_tqEvent.signal(true);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
 double growth(double first, double most) { return (most - first) / first; }
 
 int soak(LiveJvm& jvm, const Plan& plan) {
   const MemoryProbe probe(jvm.env());
-  std::printf("%s\n%i exchanges\n%10s %10s %10s\n", jvm.version().c_str(), plan.exchanges,
-              "exchanges", "heap MB", "RSS MB");
+  std::printf("%s\n%i exchanges, %i one-way sends\n%10s %10s %10s\n", jvm.version().c_str(),
+              plan.exchanges, plan.sends, "exchanges", "heap MB", "RSS MB");
   Memory first;
   Memory most;
   int done = 0;
+  int sent = 0;
   for (int sample = 1; sample <= kSamples; ++sample) {
     for (; done < plan.exchanges / kSamples * sample; ++done) {
       exchangeOnce(jvm, plan, tableOf(done));
+      if (static_cast<long long>(sent) * plan.exchanges <
+          static_cast<long long>(done) * plan.sends) {
+        sendOneWay(sent);
+      }
     }
+    waitForSends();
     const Memory now = probe.read();
     std::printf("%10i %10.2f %10.2f\n", done, now.heap / kMegabyte, now.resident / kMegabyte);
     std::fflush(stdout);
@@ -140,6 +174,8 @@ bool parse(int argc, char** argv, Plan& plan) {
       plan.reportOnly = true;
     } else if (std::strcmp(argv[i], "--exchanges") == 0 && i + 1 < argc) {
       plan.exchanges = std::atoi(argv[++i]);
+    } else if (std::strcmp(argv[i], "--sends") == 0 && i + 1 < argc) {
+      plan.sends = std::atoi(argv[++i]);
     } else {
       return false;
     }
@@ -152,7 +188,7 @@ bool parse(int argc, char** argv, Plan& plan) {
 int main(int argc, char** argv) {
   Plan plan;
   if (!parse(argc, argv, plan)) {
-    std::fprintf(stderr, "usage: soak [--exchanges N] [--unguarded] [--report-only]\n");
+    std::fprintf(stderr, "usage: soak [--exchanges N] [--sends N] [--unguarded] [--report-only]\n");
     return 2;
   }
   int status = 1;

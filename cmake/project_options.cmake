@@ -21,6 +21,11 @@ if(ZEL_SANITIZE)
   target_link_options(project_options INTERFACE -fsanitize=${ZEL_SANITIZE})
 endif()
 
+if(ZEL_FUZZ)
+  # Coverage for the fuzz targets, which alone link libFuzzer.
+  target_compile_options(project_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 add_library(project_warnings INTERFACE)
 target_compile_options(project_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion

@@ -43,6 +43,12 @@ void Framework::reset() {
   }
 }
 
+void Framework::forgetRecordsExcept(const std::string& kept) {
+  std::lock_guard lock(mutex_);
+  calls_.clear();
+  std::erase_if(trace_, [&](const TraceRecord& record) { return !record.text.starts_with(kept); });
+}
+
 std::vector<std::string> Framework::calls() const {
   std::lock_guard lock(mutex_);
   return calls_;

@@ -54,6 +54,9 @@ class Framework {
   /// Forgets records, answers and hooks; all trace classes off.
   void reset();
 
+  /// Forgets all records but the trace that begins with `kept`, for tests that run for long.
+  void forgetRecordsExcept(const std::string& kept);
+
   // What was recorded.
   std::vector<std::string> calls() const;  ///< "IRA_SetCurrency(2, 4)", in order
   std::vector<std::string> callsOf(const std::string& prefix) const;

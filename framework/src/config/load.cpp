@@ -1,6 +1,7 @@
 #include "config/load.h"
 
 #include <fmt/format.h>
+#include <yaml-cpp/eventhandler.h>
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <vector>
@@ -151,6 +153,37 @@ class FileReader {
   std::map<std::string, YAML::Mark> seen_;
 };
 
+/// Finds the documents of a text, without what stands in them.
+class DocumentStarts : public YAML::EventHandler {
+ public:
+  void OnDocumentStart(const YAML::Mark& mark) override { last = mark; }
+  void OnDocumentEnd() override {}
+  void OnNull(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
+  void OnAlias(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
+  void OnScalar(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
+                const std::string& /*value*/) override {}
+  void OnSequenceStart(const YAML::Mark& /*mark*/, const std::string& /*tag*/,
+                       YAML::anchor_t /*anchor*/, YAML::EmitterStyle::value /*style*/) override {}
+  void OnSequenceEnd() override {}
+  void OnMapStart(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
+                  YAML::EmitterStyle::value /*style*/) override {}
+  void OnMapEnd() override {}
+
+  YAML::Mark last;
+};
+
+/// Where a second document starts, if there is one. Never asks for more than two: the parser finds
+/// documents without end at a stray ",".
+std::optional<YAML::Mark> secondDocument(const std::string& text) {
+  std::istringstream stream(text);
+  YAML::Parser parser(stream);
+  DocumentStarts starts;
+  if (parser.HandleNextDocument(starts) && parser.HandleNextDocument(starts)) {
+    return starts.last;
+  }
+  return std::nullopt;
+}
+
 std::string readFile(const std::string& file, std::string& error) {
   errno = 0;
   std::ifstream in(file, std::ios::binary);
@@ -182,11 +215,11 @@ LoadedConfig parseConfig(const std::string& text, const std::string& file) {
   LoadedConfig loaded;
   FileReader reader(file, loaded.config);
   try {
-    const std::vector<YAML::Node> documents = YAML::LoadAll(text);
-    if (documents.size() > 1) {
-      reader.problems().add(documents[1].Mark(), "expected one document, found another after it");
+    const YAML::Node document = YAML::Load(text);
+    if (const auto second = secondDocument(text)) {
+      reader.problems().add(*second, "expected one document, found another after it");
     }
-    reader.read(documents.empty() ? YAML::Node() : documents.front());
+    reader.read(document);
     reader.checkTogether();
   } catch (const YAML::Exception& error) {
     reader.problems().add(error.mark, "not valid YAML: " + error.msg);

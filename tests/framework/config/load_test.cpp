@@ -182,7 +182,12 @@ TEST(LoadTest, TextThatIsNoYamlIsAnErrorWithItsPlace) {
 }
 
 TEST(LoadTest, ASecondDocumentIsAnError) {
-  EXPECT_EQ(errorsOf("---\na: 1\n"), "f:4:1: expected one document, found another after it");
+  EXPECT_EQ(errorsOf("---\na: 1\n"), "f:3:1: expected one document, found another after it");
+}
+
+TEST(LoadTest, AStrayCommaIsAnErrorAndNoEndlessRowOfDocuments) {
+  EXPECT_NE(parseConfig("#\n,", "f").errors.find("f:2:1: expected one document"),
+            std::string::npos);
 }
 
 TEST(LoadTest, GarbageIsAnErrorAndNothingWorse) {

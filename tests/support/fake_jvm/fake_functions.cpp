@@ -21,6 +21,11 @@ Jvm& jvm() { return Jvm::get(); }
 
 const Jvm::Method& methodOf(jmethodID id) { return *reinterpret_cast<const Jvm::Method*>(id); }
 
+// Describing costs the most of a call.
+std::string shown(const ObjectPtr& object) {
+  return jvm().isRecording ? describe(object) : std::string();
+}
+
 std::string className(jclass type) { return jvm().resolve(type)->text; }
 
 jobject give(const ObjectPtr& object) { return jvm().reference(object, false); }
@@ -64,7 +69,7 @@ jmethodID getStaticMethodId(JNIEnv* env, jclass type, const char* name, const ch
 jobject newGlobalRef(JNIEnv* env, jobject object) {
   jvm().enter(env, "NewGlobalRef");
   const ObjectPtr target = jvm().resolve(object);
-  jvm().record("NewGlobalRef(" + describe(target) + ")");
+  jvm().record("NewGlobalRef(" + shown(target) + ")");
   if (jvm().isRaising("NewGlobalRef") || jvm().givesNull("NewGlobalRef")) {
     return nullptr;
   }
@@ -73,20 +78,20 @@ jobject newGlobalRef(JNIEnv* env, jobject object) {
 
 void deleteGlobalRef(JNIEnv* env, jobject object) {
   jvm().enter(env, "DeleteGlobalRef", true);
-  jvm().record("DeleteGlobalRef(" + describe(jvm().resolve(object)) + ")");
+  jvm().record("DeleteGlobalRef(" + shown(jvm().resolve(object)) + ")");
   jvm().drop(object, true);
 }
 
 void deleteLocalRef(JNIEnv* env, jobject object) {
   jvm().enter(env, "DeleteLocalRef", true);
-  jvm().record("DeleteLocalRef(" + describe(jvm().resolve(object)) + ")");
+  jvm().record("DeleteLocalRef(" + shown(jvm().resolve(object)) + ")");
   jvm().drop(object, false);
 }
 
 jclass getObjectClass(JNIEnv* env, jobject object) {
   jvm().enter(env, "GetObjectClass");
   const ObjectPtr target = jvm().resolve(object);
-  jvm().record("GetObjectClass(" + describe(target) + ")");
+  jvm().record("GetObjectClass(" + shown(target) + ")");
   if (jvm().givesNull("GetObjectClass")) {
     return nullptr;
   }
@@ -96,7 +101,7 @@ jclass getObjectClass(JNIEnv* env, jobject object) {
 jboolean isInstanceOf(JNIEnv* env, jobject object, jclass type) {
   jvm().enter(env, "IsInstanceOf");
   const ObjectPtr target = jvm().resolve(object);
-  jvm().record("IsInstanceOf(" + describe(target) + ", " + className(type) + ")");
+  jvm().record("IsInstanceOf(" + shown(target) + ", " + className(type) + ")");
   if (jvm().isRaising("IsInstanceOf")) {
     return JNI_FALSE;
   }
@@ -106,7 +111,7 @@ jboolean isInstanceOf(JNIEnv* env, jobject object, jclass type) {
 jobject newObject(JNIEnv* env, jclass type, jmethodID ctor, std::va_list args) {
   jvm().enter(env, "NewObject");
   const ObjectPtr object = construct(methodOf(ctor), args);
-  jvm().record("NewObject(" + className(type) + ", " + describe(object) + ")");
+  jvm().record("NewObject(" + className(type) + ", " + shown(object) + ")");
   if (jvm().isRaising("NewObject") || jvm().givesNull("NewObject")) {
     return nullptr;
   }
@@ -117,7 +122,7 @@ Result invoke(JNIEnv* env, const char* operation, jobject self, jmethodID id, st
   jvm().enter(env, operation);
   const Jvm::Method& method = methodOf(id);
   const ObjectPtr target = jvm().resolve(self);
-  jvm().record(std::string(operation) + "(" + describe(target) + ", " + method.id() + ")");
+  jvm().record(std::string(operation) + "(" + shown(target) + ", " + method.id() + ")");
   if (target == nullptr) {
     jvm().fault(method.id() + " was called on null");
     return {};
@@ -186,14 +191,14 @@ jstring newString(JNIEnv* env, const char* text) {
 jsize getStringLength(JNIEnv* env, jstring text) {
   jvm().enter(env, "GetStringUTFLength");
   const ObjectPtr target = jvm().resolve(text);
-  jvm().record("GetStringUTFLength(" + describe(target) + ")");
+  jvm().record("GetStringUTFLength(" + shown(target) + ")");
   return static_cast<jsize>(target->text.size());
 }
 
 const char* getStringChars(JNIEnv* env, jstring text, jboolean* isCopy) {
   jvm().enter(env, "GetStringUTFChars");
   const ObjectPtr target = jvm().resolve(text);
-  jvm().record("GetStringUTFChars(" + describe(target) + (isCopy == nullptr ? ")" : ", copy)"));
+  jvm().record("GetStringUTFChars(" + shown(target) + (isCopy == nullptr ? ")" : ", copy)"));
   if (jvm().isRaising("GetStringUTFChars") || jvm().givesNull("GetStringUTFChars")) {
     return nullptr;
   }
@@ -204,7 +209,7 @@ const char* getStringChars(JNIEnv* env, jstring text, jboolean* isCopy) {
 
 void releaseStringChars(JNIEnv* env, jstring text, const char* characters) {
   jvm().enter(env, "ReleaseStringUTFChars", true);
-  jvm().record("ReleaseStringUTFChars(" + describe(jvm().resolve(text)) + ")");
+  jvm().record("ReleaseStringUTFChars(" + shown(jvm().resolve(text)) + ")");
   jvm().letGo(characters);
   std::free(const_cast<char*>(characters));
 }
@@ -212,7 +217,7 @@ void releaseStringChars(JNIEnv* env, jstring text, const char* characters) {
 jsize getArrayLength(JNIEnv* env, jarray array) {
   jvm().enter(env, "GetArrayLength");
   const ObjectPtr target = jvm().resolve(array);
-  jvm().record("GetArrayLength(" + describe(target) + ")");
+  jvm().record("GetArrayLength(" + shown(target) + ")");
   return static_cast<jsize>(target->text.size());
 }
 
@@ -239,7 +244,7 @@ void setByteArrayRegion(JNIEnv* env, jbyteArray array, jsize start, jsize length
 jbyte* getByteArrayElements(JNIEnv* env, jbyteArray array, jboolean* isCopy) {
   jvm().enter(env, "GetByteArrayElements");
   const ObjectPtr target = jvm().resolve(array);
-  jvm().record("GetByteArrayElements(" + describe(target) + (isCopy == nullptr ? ")" : ", copy)"));
+  jvm().record("GetByteArrayElements(" + shown(target) + (isCopy == nullptr ? ")" : ", copy)"));
   if (jvm().isRaising("GetByteArrayElements") || jvm().givesNull("GetByteArrayElements")) {
     return nullptr;
   }
@@ -251,7 +256,7 @@ jbyte* getByteArrayElements(JNIEnv* env, jbyteArray array, jboolean* isCopy) {
 
 void releaseByteArrayElements(JNIEnv* env, jbyteArray array, jbyte* elements, jint mode) {
   jvm().enter(env, "ReleaseByteArrayElements", true);
-  jvm().record("ReleaseByteArrayElements(" + describe(jvm().resolve(array)) + ", mode " +
+  jvm().record("ReleaseByteArrayElements(" + shown(jvm().resolve(array)) + ", mode " +
                std::to_string(mode) + ")");
   jvm().letGo(elements);
   std::free(elements);

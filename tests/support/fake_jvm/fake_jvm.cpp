@@ -17,6 +17,7 @@ Jvm& Jvm::get() {
 
 void Jvm::reset() {
   std::lock_guard lock(mutex_);
+  isRecording = true;
   createResult = JNI_OK;
   isCreatedOnce = false;
   isCreated_ = false;
@@ -42,6 +43,19 @@ void Jvm::reset() {
   buffers_.clear();
   pending_.clear();
   locals_.clear();
+}
+
+void Jvm::endLocalFrame() {
+  std::lock_guard lock(mutex_);
+  const auto self = std::this_thread::get_id();
+  for (Reference& reference : references_) {
+    if (reference.isLive && !reference.isGlobal && reference.owner == self) {
+      drop(reinterpret_cast<jobject>(&reference), false);
+    }
+  }
+  while (!references_.empty() && !references_.back().isLive) {
+    references_.pop_back();
+  }
 }
 
 std::vector<std::string> Jvm::calls() const {
@@ -155,6 +169,9 @@ ObjectPtr Jvm::pending() {
 }
 
 void Jvm::record(const std::string& text) {
+  if (!isRecording) {
+    return;
+  }
   std::lock_guard lock(mutex_);
   calls_.push_back(text);
 }

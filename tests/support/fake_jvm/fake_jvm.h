@@ -50,6 +50,12 @@ class FAKEJVM_API Jvm {
   /// Forgets records, answers, references and hooks. A thread's environment stays valid.
   void reset();
 
+  /// Frees the calling thread's local references, as the end of a native frame does. Gives back the
+  /// space of those made last, so that a long test stays small; a later use of one is not found.
+  void endLocalFrame();
+
+  bool isRecording = true;  ///< whether calls are recorded, which slows long tests down
+
   // Answers. Set them before the library may ask.
   int createResult = JNI_OK;
   bool isCreatedOnce = false;  ///< as in real JVMs, every further creation gives JNI_EEXIST
@@ -121,7 +127,7 @@ class FAKEJVM_API Jvm {
   mutable std::recursive_mutex mutex_;
   std::vector<std::string> calls_;
   std::vector<std::string> faults_;
-  std::deque<Reference> references_;  // never shrinks: late uses are found
+  std::deque<Reference> references_;  // dead ones stay: late uses are found
   std::map<std::string, ObjectPtr> classes_;
   std::deque<Method> methods_;  // ids stay valid through reset()
   std::vector<Native> natives_;

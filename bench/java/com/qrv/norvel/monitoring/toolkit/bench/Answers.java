@@ -25,6 +25,11 @@ public final class Answers {
 
   private Answers() {}
 
+  /** Whether the message is a request; others go one way. */
+  public static boolean isExpected(Object message) {
+    return ((HashMap<?, ?>) message).get(REQUESTER) != null;
+  }
+
   /** The envelope of the reply. */
   public static HashMap<Integer, Object> to(Object message) {
     HashMap<?, ?> request = (HashMap<?, ?>) message;

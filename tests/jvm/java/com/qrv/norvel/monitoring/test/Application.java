@@ -55,6 +55,7 @@ public final class Application {
       case "error" -> throw new StackOverflowError("out of the server");
       case "exit" -> System.exit((Integer) argument);
       case "malformed" -> malformed(message, (String) argument);
+      case "flood" -> flood(message, (Long) argument, (Integer) get(body, 2));
       case "notify" -> notifyFromAnotherThread(message, (Integer) argument, get(body, 2));
       case "trace" -> {
         RAS1Wrapper.rasTrace((Integer) argument, "app", "Test.java", "perform", "100 % of it");
@@ -95,6 +96,15 @@ public final class Application {
         };
     server.doPutOutbound(odd);
     reply(message, map());
+  }
+
+  /** Sends malformed messages, and last a good reply. */
+  private void flood(Object message, long seed, int count) {
+    MalformedMessages messages = new MalformedMessages(seed);
+    for (int i = 0; i < count; i++) {
+      server.doPutOutbound(messages.next(message));
+    }
+    reply(message, map(0, count));
   }
 
   private void notifyFromAnotherThread(Object message, int code, Object body) {

@@ -7,7 +7,9 @@ import com.qrv.norvel.monitoring.toolkit.workbench.ipc.msg.Server;
 public final class JniServer implements Server {
   @Override
   public void processInbound(Object message) {
-    doPutOutbound(Answers.to(message));
+    if (Answers.isExpected(message)) {
+      doPutOutbound(Answers.to(message));
+    }
   }
 
   private native void doPutOutbound(Object message);
