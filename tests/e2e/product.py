@@ -94,6 +94,15 @@ class Agent:
         with urllib.request.urlopen(self.url + path + query, timeout=DEADLINE) as answer:
             return json.load(answer)
 
+    def post(self, path, content):
+        """Sends JSON with the agent's token; the answer's."""
+        token = (self.home / "var/token").read_text().strip()
+        request = urllib.request.Request(
+            self.url + path, json.dumps(content).encode(),
+            {"Content-Type": "application/json", "Authorization": f"Bearer {token}"})
+        with urllib.request.urlopen(request, timeout=DEADLINE) as answer:
+            return json.load(answer)
+
     def rows(self, table, **query):
         """Values of the rows, one dictionary each."""
         return [row["values"] for row in self.get(f"/api/v1/tables/{table}/rows", **query)["rows"]]

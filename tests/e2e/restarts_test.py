@@ -53,13 +53,13 @@ class RestartsTest(FaultTargetTest):
             os.kill(runtime["PID"], signal.SIGKILL)
 
             def is_another():
-                rows = agent.rows("JVM_RUNTIME", subnode="killed")
+                rows = agent.try_rows("JVM_RUNTIME", subnode="killed")
                 return rows and rows[0]["PID"] != runtime["PID"]
             wait_until(is_another, "rows of another process")
         for _ in range(cuts):
             failures = status_of(agent, "cut")["FAILURES"]
             targets["cut"].command("drop=0")
-            wait_until(lambda: agent.rows("JVM_THREADS", subnode="cut") is not None and
+            wait_until(lambda: agent.try_rows("JVM_THREADS", subnode="cut") is not None and
                        status_of(agent, "cut")["FAILURES"] > failures, "the target is cut")
             targets["cut"].command("drop=off")
             wait_until_up(agent, "cut")

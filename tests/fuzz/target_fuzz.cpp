@@ -27,7 +27,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto unknown = fw::http::checkParameters(target.parameters, {"limit", "where"});
   if (const auto text = fw::http::findParameter(target.parameters, "limit"); !unknown && text) {
     std::optional<fw::http::Problem> problem;
-    const std::uint32_t number = fw::http::parseNumber("limit", *text, 1, 10000, problem);
+    const std::uint64_t number = fw::http::parseNumber("limit", *text, 1, 10000, problem);
     fuzz::check(problem || (number >= 1 && number <= 10000), "a number lies within its bounds");
   }
   return 0;

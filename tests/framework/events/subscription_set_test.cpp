@@ -62,6 +62,7 @@ TEST_F(SubscriptionSetTest, ACloseTakesTheObjectOffTheListAtOnceAndDeletesItOnAW
   startUnsubscribed();
   const auto id = open();
   ASSERT_TRUE(awaitListed(1));
+  ASSERT_TRUE(subscriber->awaitText("opened"));
 
   set->close(id);
 
@@ -76,6 +77,7 @@ TEST_F(SubscriptionSetTest, AnObjectInUseIsDeletedWhenItsLastUseIsGivenBack) {
   startUnsubscribed();
   const auto id = open();
   ASSERT_TRUE(awaitListed(1));
+  ASSERT_TRUE(subscriber->awaitText("opened"));
   vuira* const object = alarms.live().at(0);
   const RES1_Handle handle = object->handle;
   ASSERT_EQ(object->UseHandle(handle), 0);
@@ -174,6 +176,7 @@ TEST_F(SubscriptionSetTest, ATableThatGoesClosesItsSubscriptions) {
   const auto table = view();
   open();
   ASSERT_TRUE(awaitListed(1));
+  ASSERT_TRUE(subscriber->awaitText("opened"));
 
   engine->removeTable(alarms);
 
