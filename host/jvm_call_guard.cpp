@@ -3,6 +3,8 @@
 #include <dlfcn.h>
 #include <jni.h>
 
+#include "thread_frames.h"
+
 namespace host {
 namespace {
 
@@ -29,7 +31,9 @@ JNIEnv* environmentOf(JavaVM& vm) {
     return nullptr;
   }
   // As a daemon: a worker must not keep the virtual machine from ending.
-  if (vm.AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&env), nullptr) != JNI_OK) {
+  char name[] = "zel-worker";
+  JavaVMAttachArgs arguments{kJniVersion, name, nullptr};
+  if (vm.AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&env), &arguments) != JNI_OK) {
     return nullptr;
   }
   thread_local Attachment attachment;
@@ -49,6 +53,7 @@ void JvmCallGuard::open(const std::string& library) noexcept {
   JavaVM* vm = nullptr;
   jsize count = 0;
   if (getCreated != nullptr && getCreated(&vm, 1, &count) == JNI_OK && count > 0) {
+    renewFramesOnAttach(*vm);
     vm_ = vm;
   }
   dlclose(handle);  // the reference that this dlopen took; the library's own stays
@@ -67,11 +72,13 @@ void* JvmCallGuard::enter() noexcept {
     env->ExceptionClear();  // the failure leaves an OutOfMemoryError behind
     return nullptr;
   }
+  holdThreadFrame();
   return env;
 }
 
 void JvmCallGuard::leave(void* token) noexcept {
   if (token != nullptr) {
+    releaseThreadFrame();
     static_cast<JNIEnv*>(token)->PopLocalFrame(nullptr);
   }
 }

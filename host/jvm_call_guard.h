@@ -15,7 +15,8 @@ namespace host {
 /// thread never returns to Java, so nothing would free them before the thread ends, and the Java
 /// heap would fill up. The frame frees them with the callback.
 ///
-/// Threads are attached as daemons, and detached when they end.
+/// Threads are attached as daemons, and detached when they end. Threads of the library that make no
+/// callbacks have their references freed too: see renewFramesOnAttach().
 class JvmCallGuard : public agentfw::host::CallGuard {
  public:
   /// From here on callbacks are guarded, if a virtual machine exists in the process. Call when its

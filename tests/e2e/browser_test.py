@@ -34,7 +34,7 @@ class BrowserTest(unittest.TestCase):
 
         answer = self.agent.post("/api/v1/actions", {"node": "self", "command": "gc"})
 
-        self.assertEqual(answer["returnCode"], 0, answer)
+        self.assertEqual(answer["return_code"], 0, answer)
         wait_until(lambda: any("System.gc()" in text for text in page.texts()), "the collection")
 
 

@@ -46,6 +46,18 @@ TEST_P(JvmCallGuardTest, TheReferencesStayWithoutIt) {
   EXPECT_GT(result.growth, 20 * kMegabyte) << "the measurement would not see a leak";
 }
 
+TEST_P(JvmCallGuardTest, FreesTheReferencesOfEachMessageOnThreadsThatOnlySend) {
+  const Result result = run("sending", "-Xcheck:jni");
+
+  EXPECT_LT(result.growth, kMegabyte);
+}
+
+TEST_P(JvmCallGuardTest, ThreadsThatOnlySendKeepTheirReferencesWithoutIt) {
+  const Result result = run("sending-unguarded", "-Xint");
+
+  EXPECT_GT(result.growth, 20 * kMegabyte) << "the measurement would not see a leak";
+}
+
 TEST_P(JvmCallGuardTest, AttachesItsThreadAsADaemonAndDetachesItAtItsEnd) {
   const Result result = run("guarded", "-Xcheck:jni");
 

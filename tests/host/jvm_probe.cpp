@@ -106,6 +106,9 @@ int probe(JNIEnv& env, const char* library, const char* what, const char* argume
   if (std::strcmp(what, "dump") == 0) {
     return probeDump(env, argument);
   }
+  if (std::strcmp(what, "sending") == 0 || std::strcmp(what, "sending-unguarded") == 0) {
+    return probeSending(env, library, std::atoi(argument), std::strcmp(what, "sending") == 0);
+  }
   if (std::strcmp(what, "guarded") == 0 || std::strcmp(what, "unguarded") == 0) {
     return probeGuard(env, library, std::atoi(argument), std::strcmp(what, "guarded") == 0);
   }

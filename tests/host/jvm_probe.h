@@ -8,3 +8,4 @@
 
 /// Runs callbacks on a worker thread with and without the call guard; returns the exit status.
 int probeGuard(JNIEnv& env, const char* library, int callbacks, bool guarded);
+int probeSending(JNIEnv& env, const char* library, int messages, bool guarded);

@@ -73,3 +73,39 @@ int probeGuard(JNIEnv& env, const char* library, int callbacks, bool guarded) {
               static_cast<int>(threadCount(env) - threadsBefore), static_cast<long long>(growth));
   return 0;
 }
+
+int probeSending(JNIEnv& env, const char* library, int messages, bool guarded) {
+  JavaVM* vm = nullptr;
+  env.GetJavaVM(&vm);
+  static host::JvmCallGuard guard;
+  if (guarded) {
+    guard.open(library);
+  }
+  jlong growth = 0;
+  std::thread sender([&] {
+    JNIEnv* own = nullptr;
+    vm->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&own), nullptr);
+    const jlong before = usedHeap(*own);
+    for (int i = 0; i < messages; ++i) {
+      vm->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&own), nullptr);
+      leaveReferences(*own);
+      void* callback = guard.enter();
+      jobject kept = own->NewByteArray(64);
+      vm->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&own), nullptr);
+      own->GetArrayLength(static_cast<jarray>(kept));  // -Xcheck:jni sees a freed one
+      guard.leave(callback);
+      leaveReferences(*own);
+    }
+    vm->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&own), nullptr);
+    growth = usedHeap(*own) - before;
+    vm->DetachCurrentThread();
+  });
+  sender.join();
+  // A thread that Java knows keeps its references, however often it is attached.
+  jobject kept = env.NewByteArray(64);
+  void* same = nullptr;
+  vm->AttachCurrentThreadAsDaemon(&same, nullptr);
+  env.GetArrayLength(static_cast<jarray>(kept));
+  std::printf("daemon 1, threads left 0, heap growth %lld\n", static_cast<long long>(growth));
+  return 0;
+}

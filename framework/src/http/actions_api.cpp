@@ -29,7 +29,7 @@ ActionRequest readAction(const Request& request, std::optional<Problem>& problem
                                             {textMember("table", kRequired, row.table),
                                              textMember("subnode", kOptional, row.subnode),
                                              textMember("where", kOptional, row.where)}),
-                               choiceMember("codePage", kOptional, {"native", "utf-8"}, codePage)});
+                               choiceMember("code_page", kOptional, {"native", "utf-8"}, codePage)});
   if (!problem && node && hasRow) {
     problem = Problem{400,
                       "bad-member",

@@ -62,13 +62,13 @@ Json toJson(const ActionStatus& action) {
       {"node", action.node},
       {"command", action.command},
       {"state", toText(action.state)},
-      {"returnCode", nullptr},
+      {"return_code", nullptr},
       {"message", action.message},
       {"asked_at", toRfc3339(action.askedAt)},
       {"duration_ms", nullptr},
   };
   if (action.state == ActionStatus::State::Completed) {
-    json["returnCode"] = action.returnCode;
+    json["return_code"] = action.returnCode;
   }
   if (action.duration) {
     json["duration_ms"] = action.duration->count();

@@ -35,12 +35,12 @@ class ActionsApiTest : public ServerFixture {
 
 TEST_F(ActionsApiTest, RunsACommandOnANode) {
   const HttpReply reply =
-      run("{\"command\": \"gc\", \"node\": \"node-a\", \"codePage\": \"utf-8\"}");
+      run("{\"command\": \"gc\", \"node\": \"node-a\", \"code_page\": \"utf-8\"}");
 
   EXPECT_EQ(reply.status, 200);
   const auto json = parse(reply);
   EXPECT_EQ(json["state"], "completed");
-  EXPECT_EQ(json["returnCode"], 4);
+  EXPECT_EQ(json["return_code"], 4);
   EXPECT_EQ(json["message"], "Done.");
   EXPECT_EQ(json["duration_ms"], 12);
   EXPECT_EQ(desk.last.command, "gc");
@@ -68,7 +68,7 @@ TEST_F(ActionsApiTest, TellsACommandThatGoesOn) {
 
   EXPECT_EQ(reply.status, 202);
   EXPECT_EQ(parse(reply)["state"], "late");
-  EXPECT_EQ(parse(reply)["returnCode"], nullptr);
+  EXPECT_EQ(parse(reply)["return_code"], nullptr);
 }
 
 TEST_F(ActionsApiTest, TellsACommandThatCouldNotBeRun) {
@@ -107,7 +107,7 @@ TEST_F(ActionsApiTest, RefusesContentThatItCantUse) {
   } cases[] = {
       {"{}", "urn:zel:problem:missing-member", "command"},
       {"{\"command\": 1}", "urn:zel:problem:bad-member", "command"},
-      {"{\"command\": \"a\", \"codePage\": \"latin1\"}", "urn:zel:problem:bad-member", "codePage"},
+      {"{\"command\": \"a\", \"code_page\": \"latin1\"}", "urn:zel:problem:bad-member", "code_page"},
       {"{\"command\": \"a\", \"codepage\": \"utf-8\"}", "urn:zel:problem:unknown-member",
        "codepage"},
       {"{\"command\": \"a\", \"row\": {}}", "urn:zel:problem:missing-member", "row.table"},
