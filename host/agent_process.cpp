@@ -81,8 +81,10 @@ void AgentProcess::connectFramework() {
   });
   agentfw::host::onReady([this](std::uint16_t port) {
     layExitHandlers();
-    announce(port);
+    // Before the announcement: who reads that may stop the agent at once, and "stopping" must not
+    // overtake "ready".
     notify_.ready();
+    announce(port);
   });
 }
 
