@@ -136,8 +136,8 @@ void Subscription::deleteInTurn() {
       return;
     }
   }
-  inbox_->finish();
   gone_();
+  inbox_->finish();
 }
 
 }  // namespace fw
