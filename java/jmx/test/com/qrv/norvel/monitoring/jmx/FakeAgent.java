@@ -6,7 +6,6 @@ import com.qrv.norvel.monitoring.toolkit.agent.ActionResult;
 import com.qrv.norvel.monitoring.toolkit.agent.Agent;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentInfo;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentLog;
-import com.qrv.norvel.monitoring.toolkit.agent.Column;
 import com.qrv.norvel.monitoring.toolkit.agent.Daemons;
 import com.qrv.norvel.monitoring.toolkit.agent.EventTable;
 import com.qrv.norvel.monitoring.toolkit.agent.Filter;
@@ -152,10 +151,9 @@ public final class FakeAgent implements Agent {
     return rows.all;
   }
 
-  private static final class Rows implements RowSink, Row {
+  private static final class Rows implements RowSink {
     private final TableDefinition table;
     private final List<Map<String, Object>> all = new ArrayList<>();
-    private Map<String, Object> current;
 
     Rows(TableDefinition table) {
       this.table = table;
@@ -163,52 +161,20 @@ public final class FakeAgent implements Agent {
 
     @Override
     public Row row() {
-      current = new HashMap<>();
-      all.add(current);
-      return this;
+      return begin();
     }
 
     @Override
     public Row row(String subnode) {
-      row();
-      current.put(TableDefinition.SUBNODE_COLUMN, subnode);
-      return this;
+      Row row = begin();
+      all.get(all.size() - 1).put(TableDefinition.SUBNODE_COLUMN, subnode);
+      return row;
     }
 
-    @Override
-    public Row set(int index, long value) {
-      current.put(table.column(index).name(), value);
-      return this;
-    }
-
-    @Override
-    public Row set(int index, String value) {
-      current.put(table.column(index).name(), value);
-      return this;
-    }
-
-    @Override
-    public Row set(Column column, long value) {
-      current.put(column.name(), value);
-      return this;
-    }
-
-    @Override
-    public Row set(Column column, String value) {
-      current.put(column.name(), value);
-      return this;
-    }
-
-    @Override
-    public Row unavailable(int index) {
-      current.remove(table.column(index).name());
-      return this;
-    }
-
-    @Override
-    public Row unavailable(Column column) {
-      current.remove(column.name());
-      return this;
+    private Row begin() {
+      Map<String, Object> cells = new HashMap<>();
+      all.add(cells);
+      return new RecordingRow(table, cells);
     }
   }
 

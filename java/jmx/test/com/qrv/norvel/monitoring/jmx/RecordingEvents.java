@@ -1,9 +1,7 @@
 package com.qrv.norvel.monitoring.jmx;
 
-import com.qrv.norvel.monitoring.toolkit.agent.Column;
 import com.qrv.norvel.monitoring.toolkit.agent.EventTable;
 import com.qrv.norvel.monitoring.toolkit.agent.EventWriter;
-import com.qrv.norvel.monitoring.toolkit.agent.Row;
 import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
 import java.util.ArrayList;
 import java.util.LinkedHashMap;
@@ -42,7 +40,7 @@ public final class RecordingEvents implements EventTable {
   public synchronized boolean offer(String subnode, EventWriter event) {
     Map<String, Object> cells = new LinkedHashMap<>();
     cells.put(TableDefinition.SUBNODE_COLUMN, subnode);
-    event.write(new Cells(cells));
+    event.write(new RecordingRow(definition, cells));
     events.add(cells);
     return true;
   }
@@ -75,45 +73,5 @@ public final class RecordingEvents implements EventTable {
   @Override
   public boolean isArmed() {
     return true;
-  }
-
-  private final class Cells implements Row {
-    private final Map<String, Object> cells;
-
-    Cells(Map<String, Object> cells) {
-      this.cells = cells;
-    }
-
-    @Override
-    public Row set(int index, long value) {
-      cells.put(definition.column(index).name(), value);
-      return this;
-    }
-
-    @Override
-    public Row set(int index, String value) {
-      cells.put(definition.column(index).name(), value);
-      return this;
-    }
-
-    @Override
-    public Row set(Column column, long value) {
-      return set(definition.indexOf(column.name()), value);
-    }
-
-    @Override
-    public Row set(Column column, String value) {
-      return set(definition.indexOf(column.name()), value);
-    }
-
-    @Override
-    public Row unavailable(int index) {
-      return this;
-    }
-
-    @Override
-    public Row unavailable(Column column) {
-      return this;
-    }
   }
 }

@@ -276,7 +276,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     long start = clock.millis();
     begin(times.call(), false);
     String error = null;
-    String refused = null;
+    String cause = null;
     T result = null;
     try {
       result = job.run(link);
@@ -285,12 +285,13 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
         error = FaultText.of(e);
       } else {
         // The connection is sound; the JVM refuses this, or sends what is not accepted.
-        refused = job.key() + " of " + name() + ": " + FaultText.of(e);
+        cause = FaultText.of(e);
       }
     }
     if (!finish(error)) {
       return;
     }
+    String refused = cause == null ? null : job.key() + " of " + name() + ": " + cause;
     boolean isNews = false;
     synchronized (this) {
       jobs.remove(job.key());
@@ -299,7 +300,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
         retry.succeeded();
       } else {
         book.failed(refused);
-        isNews = job.isAlone() && book.isNewRefusal(refused);
+        isNews = job.isAlone() && book.isNewRefusal(cause);
       }
     }
     if (isNews) {

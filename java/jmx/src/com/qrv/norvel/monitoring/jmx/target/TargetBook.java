@@ -65,10 +65,13 @@ final class TargetBook {
     return isNew;
   }
 
-  /** Whether a refusal is another one than the last that this was asked of. */
-  boolean isNewRefusal(String refusal) {
-    boolean isNew = !refusal.equals(lastRefusal);
-    lastRefusal = refusal;
+  /**
+   * Whether work that nobody waits for is refused for another cause than the last time. The work's
+   * name does not count: it has a number.
+   */
+  boolean isNewRefusal(String cause) {
+    boolean isNew = !cause.equals(lastRefusal);
+    lastRefusal = cause;
     return isNew;
   }
 

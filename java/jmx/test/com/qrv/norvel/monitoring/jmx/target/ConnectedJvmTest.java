@@ -101,6 +101,25 @@ final class ConnectedJvmTest {
   }
 
   @Test
+  void aRefusalThatNobodyWaitsForIsLoggedOnceHoweverOftenItIsRepeated() throws Exception {
+    start(FakeDialer.Mood.ANSWERS);
+    jvm.sample(StandardTables.GC);
+
+    for (int i = 1; i <= 3; i++) {
+      jvm.later(
+          "listen #" + i,
+          link -> {
+            throw new MBeanException(null, "not allowed");
+          });
+    }
+    Await.until("all are refused", () -> jvm.status().failures() == 3);
+    jvm.sample(StandardTables.GC);
+
+    assertThat(log.errors()).hasSize(1);
+    assertThat(log.errors().get(0)).contains("listen #1 of t").contains("not allowed");
+  }
+
+  @Test
   void workThatTheTargetRefusesCostsItsCallerOnly() throws Exception {
     start(FakeDialer.Mood.ANSWERS);
 
