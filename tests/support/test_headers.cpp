@@ -1,0 +1,2 @@
+// The program that the tests' precompiled headers are made for.
+int main() {}
