@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <condition_variable>
 #include <utility>
 
 #include "actions/command_check.h"
@@ -65,38 +64,13 @@ struct ActionDesk::Run {
   State told = State::Waiting;  // guarded by telling
 };
 
-/// Answers that are on their way to those who asked.
-class ActionDesk::Answers {
- public:
-  void begin() {
-    const std::lock_guard lock(mutex_);
-    ++count_;
-  }
-
-  void end() {
-    const std::lock_guard lock(mutex_);
-    --count_;
-    none_.notify_all();
-  }
-
-  bool waitNone(std::chrono::milliseconds bound) {
-    std::unique_lock lock(mutex_);
-    return none_.wait_for(lock, bound, [this] { return count_ == 0; });
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable none_;
-  std::uint32_t count_ = 0;  // guarded by mutex_
-};
-
 ActionDesk::ActionDesk(const AgentConfig& config, Surroundings surroundings,
                        std::function<CommandCallback()> callback, Notice notice)
     : config_(config.actions),
       around_(surroundings),
       callback_(std::move(callback)),
       notice_(std::move(notice)),
-      answers_(std::make_shared<Answers>()),
+      answers_(std::make_shared<PendingAnswers>()),
       waiting_(std::make_shared<std::atomic<std::uint32_t>>(0)),
       // A stand-in is for a stuck command only: `actions.workers` is what the agent may be asked to
       // run at a time.

@@ -14,6 +14,7 @@
 
 #include "actions/actions.h"
 #include "actions/command_call.h"
+#include "actions/pending_answers.h"
 #include "basic/clock.h"
 #include "config/agent_config.h"
 #include "engine/callback_gate.h"
@@ -98,8 +99,7 @@ class ActionDesk final : public Actions, public std::enable_shared_from_this<Act
   const Notice notice_;
   NodeCommands nodeCommands_;
 
-  class Answers;
-  const std::shared_ptr<Answers> answers_;
+  const std::shared_ptr<PendingAnswers> answers_;
 
   /// Commands that have no worker yet. Counts what waits in the lane, too, for commands that have
   /// passed their deadline there.
