@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "engine/reports.h"
-#include "events/journal.h"
+#include "journal/journal.h"
 
 /// A running agent that a test makes up. Answers reports on a thread of its own, as the real one
 /// does, or holds them until it is told to go on. Set the public members before it is used.

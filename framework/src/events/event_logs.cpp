@@ -8,17 +8,17 @@ namespace fw {
 
 namespace {
 
-/// Writes the events of one table into its log and into the journal.
+/// Writes the events of one table into its log, and tells of those that it took.
 class LogWriter final : public Subscriber {
  public:
-  LogWriter(std::shared_ptr<EventLog> log, Journal& journal)
-      : log_(std::move(log)), journal_(journal) {}
+  LogWriter(std::shared_ptr<EventLog> log, std::shared_ptr<const EventLogs::Notice> notice)
+      : log_(std::move(log)), notice_(std::move(notice)) {}
 
   void onOpened(const std::string& problem) override { log_->setSubscribed(problem.empty()); }
 
   void onRows(const PushedRows& pushed) override {
     for (EventBatch& batch : log_->add(pushed)) {
-      journal_.add(std::move(batch));
+      (*notice_)(std::move(batch));
     }
   }
 
@@ -26,7 +26,7 @@ class LogWriter final : public Subscriber {
 
  private:
   const std::shared_ptr<EventLog> log_;
-  Journal& journal_;
+  const std::shared_ptr<const EventLogs::Notice> notice_;
 };
 
 }  // namespace
@@ -46,7 +46,7 @@ void EventLogs::onTableReady(const TableSet::View& table) {
     logs_[table.info->name] = {table.entry->manager, log};
   }
   if (config_.subscribe) {
-    subscriptions_.open(table, kSubscription, {}, std::make_shared<LogWriter>(log, journal_));
+    subscriptions_.open(table, kSubscription, {}, std::make_shared<LogWriter>(log, notice_));
   }
 }
 

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "config/agent_config.h"
@@ -12,23 +14,28 @@
 #include "engine/table_observer.h"
 #include "events/event_feed.h"
 #include "events/event_log.h"
-#include "events/journal.h"
 #include "events/subscription_set.h"
 
 namespace fw {
 
 /// The logs of all event tables. It subscribes to every one of them, unless `events.subscribe` says
-/// no, and tells the journal of what comes in. Any thread may call; nothing blocks.
+/// no, and tells of what comes in. Any thread may call; nothing blocks.
 class EventLogs final : public EventFeed, public TableObserver {
  public:
   /// What the agent hears as the situation's name of the subscriptions made here. Names that people
   /// give can't begin with "*".
   static constexpr const char* kSubscription = "*EVENTS";
 
-  /// Everything outlives the logs; the workers of `subscriptions` use the journal.
+  /// Told of events that a log has taken, on a worker of the subscriptions. It must not block.
+  using Notice = std::function<void(EventBatch)>;
+
+  /// Everything outlives the logs, and the workers of `subscriptions` use the notice.
   EventLogs(const EventsConfig& config, const Engine& engine, SubscriptionSet& subscriptions,
-            Journal& journal)
-      : config_(config), engine_(engine), subscriptions_(subscriptions), journal_(journal) {}
+            Notice notice)
+      : config_(config),
+        engine_(engine),
+        subscriptions_(subscriptions),
+        notice_(std::make_shared<const Notice>(std::move(notice))) {}
   EventLogs(const EventLogs&) = delete;
   EventLogs& operator=(const EventLogs&) = delete;
 
@@ -49,7 +56,7 @@ class EventLogs final : public EventFeed, public TableObserver {
   const EventsConfig& config_;
   const Engine& engine_;
   SubscriptionSet& subscriptions_;
-  Journal& journal_;
+  const std::shared_ptr<const Notice> notice_;  // shared with the subscribers
 
   mutable std::mutex mutex_;
   std::map<std::string, Kept> logs_;  // guarded by mutex_; by table name

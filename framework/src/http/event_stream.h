@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "events/journal.h"
+#include "journal/journal.h"
 #include "http/live_body.h"
 #include "http/row_json.h"
 

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <vector>
 
-#include "events/journal.h"
+#include "journal/journal.h"
 #include "http/live_body.h"
 
 namespace fw::http {

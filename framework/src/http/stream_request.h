@@ -5,7 +5,7 @@
 #include <variant>
 #include <vector>
 
-#include "events/journal.h"
+#include "journal/journal.h"
 #include "http/event_stream.h"
 #include "http/problem.h"
 #include "http/target.h"

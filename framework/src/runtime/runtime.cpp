@@ -74,7 +74,8 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
                   [this](SituationStatus status) { journal_.add(std::move(status)); }),
       engine_(config.engine, clock, timers_, gate_, subnodes_),
       subscriptions_(config.engine, config.events, clock, timers_, gate_),
-      eventLogs_(config.events, engine_, subscriptions_, journal_),
+      eventLogs_(config.events, engine_, subscriptions_,
+                 [this](EventBatch batch) { journal_.add(std::move(batch)); }),
       actions_(std::make_shared<ActionDesk>(
           config, ActionDesk::Surroundings{clock, timers_, gate_, subnodes_, engine_},
           [this] { return commandCallback(); },

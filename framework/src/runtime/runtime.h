@@ -18,7 +18,7 @@
 #include "engine/timer_queue.h"
 #include "engine/worker_lane.h"
 #include "events/event_logs.h"
-#include "events/journal.h"
+#include "journal/journal.h"
 #include "events/subscription_set.h"
 #include "runtime/identity.h"
 #include "runtime/service.h"

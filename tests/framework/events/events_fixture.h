@@ -6,7 +6,7 @@
 
 #include "event_rows.h"
 #include "events/event_logs.h"
-#include "events/journal.h"
+#include "journal/journal.h"
 #include "events/subscription_set.h"
 #include "framework/engine/engine_fixture.h"
 #include "recording_subscriber.h"
@@ -35,7 +35,8 @@ class EventsTest : public EngineTest {
   void start() {
     EngineTest::start();
     set.emplace(config, events, clock, timers, gate);
-    logs.emplace(events, *engine, *set, journal);
+    logs.emplace(events, *engine, *set,
+                 [this](EventBatch batch) { journal.add(std::move(batch)); });
     engine->addObserver(*set);
     engine->addObserver(*logs);
   }

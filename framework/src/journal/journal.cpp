@@ -1,4 +1,4 @@
-#include "events/journal.h"
+#include "journal/journal.h"
 
 #include <fmt/format.h>
 
