@@ -137,9 +137,9 @@ def send(address, text, end):
 class Campaign:
     """Sends junk from several threads; sums up what came of it."""
 
-    def __init__(self, address, seed, parallel):
+    def __init__(self, address, token, seed, parallel):
         self.address = address
-        self.source = junk_requests.JunkRequests(seed, f"{address[0]}:{address[1]}")
+        self.source = junk_requests.JunkRequests(seed, f"{address[0]}:{address[1]}", token)
         self.lock = threading.Lock()
         self.left = 0
         self.outcomes = collections.defaultdict(collections.Counter)
@@ -182,7 +182,8 @@ def run(product, options):
         agent.subnode_of(agent.process.pid)
         good.start()
         slow.start()
-        campaign = Campaign(address, options.seed, options.parallel)
+        campaign = Campaign(address, (agent.home / "var/token").read_text().strip(),
+                            options.seed, options.parallel)
         begin = time.monotonic()
         warm = max(1, options.count // 10)
         campaign.run(warm)

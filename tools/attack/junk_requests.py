@@ -4,25 +4,35 @@ import random
 
 CRLF = b"\r\n"
 GOOD_PATHS = (b"/api/v1/agent", b"/api/v1/tables", b"/api/v1/tables/JVM_MEMORY/rows?subnode=self",
-              b"/api/v1/subnodes", b"/healthz", b"/readyz", b"/")
+              b"/api/v1/subnodes", b"/healthz", b"/readyz", b"/", b"/api/v1/services",
+              b"/api/v1/tables/JVM_GC_EVENT/events?since=0", b"/api/v1/situations",
+              b"/api/v1/actions")
+GOOD_BODIES = (
+    b'{"name": "HIGH", "table": "JVM_MEMORY", "where": "HEAP_USED > 1", "subnodes": ["self"], '
+    b'"interval": 60}',
+    b'{"name": "GC", "table": "JVM_GC_EVENT", "where": "", "subnodes": [], "interval": null}',
+    b'{"command": "none of these", "node": "self", "code_page": "utf-8"}',
+    b'{"command": "none", "row": {"table": "JVM_MEMORY", "subnode": "self", '
+    b'"where": "HEAP_USED > 1"}}')
 
 
 class JunkRequests:
-    """Makes them one by one; `host` is what a good request names."""
+    """Makes them one by one; `host` is what a good request names, `token` what it shows."""
 
-    def __init__(self, seed, host):
+    def __init__(self, seed, host, token):
         self.chance = random.Random(seed)
         self.host = host.encode()
+        self.token = token.encode()
         self.kinds = (self.request_line, self.headers, self.length, self.chunks, self.encoding,
                       self.nul, self.huge, self.query, self.mutation, self.noise,
-                      self.other_protocol, self.pipeline, self.cut_short)
+                      self.other_protocol, self.pipeline, self.cut_short, self.change, self.stream)
 
     def next(self):
         """Gives (kind, bytes, how to end): ends are "read", "close", "half" and "reset"."""
         kind = self.chance.choice(self.kinds)
         made = kind()
         end = "read"
-        if kind == self.cut_short:
+        if kind in (self.cut_short, self.stream):
             end = self.chance.choice(("close", "half", "reset"))
         return kind.__name__, made, end
 
@@ -149,6 +159,41 @@ class JunkRequests:
     def pipeline(self):
         good = b"".join(self.good() for _ in range(self.chance.randint(1, 20)))
         return good + self.pick(b"", self.mutation(), self.noise(), self.request_line())
+
+    def change(self):
+        """Content that gets past the token."""
+        good = bytearray(self.chance.choice(GOOD_BODIES))
+        for _ in range(self.chance.randint(1, 4)):
+            good[self.chance.randrange(len(good))] = self.chance.choice(b'{}[]",:\\0x\x00\xff e-')
+        body = self.pick(
+            bytes(good), bytes(good[:self.chance.randint(0, len(good))]),
+            self.chance.choice(GOOD_BODIES).replace(b'"', self.pick(b"'", b"", b'""')),
+            b"", b"null",
+            b"[" * 5000, b'{"a":' * 5000, b'{"name": "A", "name": "B"}', b'{"name": 1e999}',
+            b'{"name": "\\ud800", "table": "\\u0000"}', b'{"name": "\xc0\x80\xf5"}',
+            b'{"name": "A", "table": "JVM_MEMORY", "interval": -99999999999999999999}',
+            b'{"name": "A", "table": "JVM_MEMORY", "subnodes": [' + b'"s",' * 5000 + b'"s"]}',
+            b'{"command": "' + b"x" * 5000 + b'"}', b'{"command": "' + b'\\"' * 2000 + b'"}',
+            b'{"none": {}}', b'{"command": {}, "node": []}', self.bytes(2000))
+        line = self.pick(b"POST /api/v1/situations", b"POST /api/v1/actions",
+                         b"DELETE /api/v1/situations/HIGH", b"DELETE /api/v1/situations/%00",
+                         b"POST /service/none/at", b"POST /api/v1/agent", b"PUT /api/v1/actions")
+        media = self.pick(b"application/json", b"application/json", b"application/json",
+                          b"text/plain", b"application/json; charset=latin-1", b"")
+        token = self.pick(self.token, self.token, self.token, self.token[1:], b"")
+        return self.good(line + b" HTTP/1.1",
+                         (b"Authorization: Bearer " + token, b"Content-Type: " + media,
+                          b"Content-Length: %d" % len(body)), body)
+
+    def stream(self):
+        """Followers of the live stream, who leave in one way or another."""
+        position = self.pick(b"0-0", b"1-1", b"18446744073709551615-18446744073709551615", b"-",
+                             b"1", b"1-", b"-1", b"99999999999999999999-1", b"1-1-1", b"", b"\xff",
+                             b"9" * 3000)
+        query = self.pick(b"", b"?kind=event", b"?kind=none", b"?table=NONE", b"?after=" + position,
+                          b"?kind=event&kind=action&table=JVM_GC_EVENT", b"?kind=" + b"x" * 500)
+        headers = self.pick((), (b"Last-Event-ID: " + position,))
+        return self.good(b"GET /api/v1/stream" + query + b" HTTP/1.1", headers)
 
     def cut_short(self):
         request = self.pick(self.good(), self.length(), self.chunks(), self.pipeline())

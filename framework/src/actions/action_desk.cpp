@@ -302,7 +302,7 @@ void ActionDesk::expire(const RunPtr& run) {
   std::optional<Ending> ending;
   {
     const std::lock_guard lock(mutex_);
-    if (run->status.state == State::Running) {
+    if (!run->isOver && run->status.state == State::Running) {
       run->status.state = State::Late;
       run->status.message = fmt::format("The command has not ended within {} ms.", deadline);
       ending = Ending{run->status, std::exchange(run->done, nullptr)};

@@ -32,7 +32,8 @@ namespace fw {
 /// A command that still waits when its deadline passes is not run any more. One that runs becomes
 /// Late, and its worker and objects stay with it until the callback returns; another worker stands
 /// in. A desk is made with std::make_shared, because the engine may answer after the last owner
-/// has gone. The text of a command is never traced: it may hold a secret.
+/// has gone. The text of a command is never traced: the trace is kept for long and passed on, while
+/// a reader of the list has to be on this machine.
 class ActionDesk final : public Actions, public std::enable_shared_from_this<ActionDesk> {
  public:
   /// Told when a command has ended or become Late, in that order, on any thread. It must neither

@@ -90,11 +90,13 @@ void addEngine(std::vector<Setting>& all) {
   all.push_back(duration("engine.coalesce_age", MEMBER(engine.coalesceAge), 0ms, 1h,
                          "Reports share a sample that is not older than this."));
   all.push_back(duration("engine.drain_bound", MEMBER(engine.drainBound), 0ms, 1min,
-                         "Wait for collectors that are running when the agent stops."));
+                         "Wait for collectors that are running when the agent stops; the whole stop "
+                         "takes at most ZEL_STOP_LIMIT seconds (20)."));
   all.push_back(integer("engine.sample_workers", MEMBER(engine.sampleWorkers), 1, 256,
-                        "Collectors that run at a time."));
+                        "Collectors that run at a time, as long as none is slow."));
   all.push_back(integer("engine.stuck_workers", MEMBER(engine.stuckWorkers), 0, 1'000,
-                        "Workers that may take the place of stuck ones."));
+                        "Workers that may be added while work waits for more than 50 ms, or while "
+                        "others are stuck."));
   all.push_back(integer("engine.row_limit", MEMBER(engine.rowLimit), 1, 10'000'000,
                         "Rows of one sample; more are counted and left out."));
   all.push_back(integer("engine.queue_limit", MEMBER(engine.queueLimit), 1, 1'000'000,
@@ -130,8 +132,8 @@ void addEvents(std::vector<Setting>& all) {
   all.push_back(size("events.keep_bytes", MEMBER(events.keepBytes), 64 * kKiB, kGiB,
                      "Room for the events of one table that are kept."));
   all.push_back(size("events.queue_bytes", MEMBER(events.queueBytes), 64 * kKiB, kGiB,
-                     "Room for events of one table that wait to be handled; more are counted and "
-                     "dropped."));
+                     "Room for the events of one subscription that wait to be handled; more are "
+                     "counted and dropped."));
   all.push_back(integer("events.journal", MEMBER(events.journal), 1, 1'000'000,
                         "Entries of the journal that are kept: events, subnodes that come and go, "
                         "situations and actions."));

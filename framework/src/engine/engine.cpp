@@ -312,9 +312,10 @@ bool Engine::closeSubnode(const std::string& raw, std::chrono::milliseconds boun
     all = channel->waitIdle(countdown.left()) && all;
   }
   const std::lock_guard lock(mutex_);
-  std::erase_if(channels_, [&](const auto& each) {
-    return each.first.second == raw && each.second->isClosed() &&
-           each.second->waitReturned(kNoTime) && each.second->waitIdle(kNoTime);
+  // Those too that could not go with their own subnode: it may never come back.
+  std::erase_if(channels_, [](const auto& each) {
+    return each.second->isClosed() && each.second->waitReturned(kNoTime) &&
+           each.second->waitIdle(kNoTime);
   });
   return all;
 }

@@ -74,8 +74,11 @@ std::uint64_t EventLog::lossBefore(const char* row) {
   const auto* const number = std::get_if<std::int64_t>(&value);
   std::uint64_t gap = 0;
   if (number != nullptr) {
-    if (lastAtSource_ && *number > *lastAtSource_) {
-      gap = static_cast<std::uint64_t>(*number) - static_cast<std::uint64_t>(*lastAtSource_) - 1;
+    // A source numbers from 1, so a log that begins later has lost what came before. One whose
+    // numbers fall has begun anew.
+    const std::int64_t before = *number > lastAtSource_ ? lastAtSource_ : 0;
+    if (*number > before) {
+      gap = static_cast<std::uint64_t>(*number - before) - 1;
     }
     lastAtSource_ = *number;
   }

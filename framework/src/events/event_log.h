@@ -63,7 +63,7 @@ class EventLog {
   std::uint64_t bytes_ = 0;                   // of the batches
   std::uint64_t firstKept_ = 1;               // a batch's first rows may be beyond the limit
   std::uint64_t lastSeq_ = 0;                 // the number of the newest row
-  std::optional<std::int64_t> lastAtSource_;  // the source's number of the newest row
+  std::int64_t lastAtSource_ = 0;  // the source's number of the newest row; 0 before the first
   std::uint64_t knownLost_ = 0;               // lost after the newest row, as the agent knows
   std::uint64_t lost_ = 0;
   bool subscribed_ = false;

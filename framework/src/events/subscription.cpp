@@ -66,8 +66,9 @@ void Subscription::openInTurn() {
     RAS1_PRINT("ERROR: %s gets no events of %s: %s", name_.c_str(), table_.info->name.c_str(),
                problem.c_str());
   }
-  inbox_->opened(problem);
-  if (object_ != nullptr) {
+  if (object_ == nullptr) {
+    inbox_->opened(problem);
+  } else {
     HandleTable::instance().watch(object_->handle, [weak = weak_from_this()](RES1_Handle) {
       if (const auto self = weak.lock(); self != nullptr && self->offList_) {
         self->postDelete();
@@ -100,6 +101,9 @@ void Subscription::link() {
     manager.requests.append(object_.get());
     linked_ = object_.get();
   }
+  // The agent pushes under the same lock: the subscriber hears of nothing before this, and misses
+  // nothing after it.
+  inbox_->opened("");
 }
 
 void Subscription::unlink() {

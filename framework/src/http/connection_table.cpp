@@ -206,10 +206,11 @@ void ConnectionTable::sweepRequest(Connection& entry, Clock::MonotonicTime now, 
 void ConnectionTable::sweepStream(Connection& entry, Clock::MonotonicTime now, Due& due) {
   RAS1_FUNCTION();
   const tcp_info info = infoOf(entry.socket);
-  if (info.tcpi_state != kEstablished) {
+  const bool hasLeft = info.tcpi_state != kEstablished;
+  if (hasLeft) {
     // The library does not watch a suspended connection, so it does not see that the client left.
+    // One that has only closed its side may still have to be cut: the end waits for what is unsent.
     due.left.push_back(entry.stream);
-    return;
   }
   if (info.tcpi_bytes_acked != entry.bytesTaken || !hasUntaken(entry.socket)) {
     entry.bytesTaken = info.tcpi_bytes_acked;
@@ -222,7 +223,7 @@ void ConnectionTable::sweepStream(Connection& entry, Clock::MonotonicTime now, D
     due.left.push_back(entry.stream);
     return;
   }
-  if (now - entry.lastBeat >= deadlines_.heartbeat) {
+  if (!hasLeft && now - entry.lastBeat >= deadlines_.heartbeat) {
     entry.lastBeat = now;
     due.beats.push_back(entry.stream);
   }

@@ -45,7 +45,7 @@ Json toJson(const SituationStatus& situation) {
       {"interval", nullptr},          {"state", toText(situation.state)},
       {"true", situation.isTrue},     {"since", toRfc3339(situation.since)},
       {"matches", situation.matches}, {"true_for", situation.trueFor},
-      {"problem", nullptr},
+      {"samples_missed", situation.missed}, {"problem", nullptr},
   };
   if (request.interval.count() != 0) {
     json["interval"] = request.interval.count();

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "http/json_text.h"
+#include "journal/journal.h"
 
 namespace fw::http {
 
@@ -71,7 +72,9 @@ void EventsBody::appendHead(std::string& out) const {
   appendMember(out, "returned", std::uint64_t{page_.events.size()});
   appendMember(out, "limit", std::uint64_t{extent_.limit});
   appendMember(out, "truncated", extent_.truncated);
-  appendMember(out, "next", extent_.next);
+  appendMember(out, "reset", extent_.reset);
+  out += ",\"next\":";
+  appendJsonString(out, JournalPosition{extent_.epoch, extent_.next}.toText());
   out += ",\"columns\":";
   appendColumns(out, *page_.table);
   out += ",\"events\":[";

@@ -15,7 +15,9 @@ class EventsBody final : public BodySource {
  public:
   struct Extent {
     std::uint32_t limit = 0;  ///< what was asked for
+    std::uint64_t epoch = 0;  ///< of the numbers: those of two runs of the agent differ in it
     std::uint64_t next = 0;   ///< where a request for what follows begins
+    bool reset = false;       ///< what was asked for can't be gone on with: the oldest come first
     bool truncated = false;   ///< whether `limit` cut events off
   };
 

@@ -14,6 +14,7 @@
 #include "http/problem.h"
 #include "http/request_problem.h"
 #include "http/rest_api.h"
+#include "journal/journal.h"
 #include "tables/condition.h"
 #include "tables/value.h"
 #include "tables/where_parser.h"
@@ -26,6 +27,7 @@ constexpr std::uint64_t kMaxSeq = std::numeric_limits<std::int64_t>::max();
 
 struct Question {
   std::uint64_t since = 0;
+  std::optional<std::uint64_t> epoch;  ///< of `since`
   std::uint32_t limit = RestApi::kDefaultLimit;
   std::string where;
   std::optional<std::string> subnode;
@@ -37,7 +39,12 @@ std::variant<Question, Problem> parse(const std::vector<Parameter>& parameters) 
   Question question;
   std::optional<Problem> problem;
   if (const auto since = findParameter(parameters, "since")) {
-    question.since = parseNumber("since", *since, 0, kMaxSeq, problem);
+    if (const auto position = JournalPosition::parse(*since)) {
+      question.since = position->number;
+      question.epoch = position->epoch;
+    } else {
+      question.since = parseNumber("since", *since, 0, kMaxSeq, problem);
+    }
   }
   if (const auto limit = findParameter(parameters, "limit"); limit && !problem) {
     question.limit =
@@ -76,21 +83,35 @@ std::optional<RequestError> filter(EventPage& page, const Question& question) {
 
 }  // namespace
 
-Response answerEvents(const Agent& agent, const Request& request) {
+Response answerEvents(Agent& agent, const Request& request) {
   const std::string& path = request.target.path;
   auto parsed = parse(request.target.parameters);
   if (const auto* problem = std::get_if<Problem>(&parsed)) {
     return problemResponse(*problem, path);
   }
-  const auto& question = std::get<Question>(parsed);
+  auto& question = std::get<Question>(parsed);
+  EventsBody::Extent extent;
+  extent.limit = question.limit;
+  extent.epoch = agent.journal().last().epoch;
+  if (question.epoch.value_or(extent.epoch) != extent.epoch) {
+    // The number is of an earlier run of the agent; this one began at 1 again.
+    question.since = 0;
+    extent.reset = true;
+  }
   // One more than asked for tells whether there are more; a filter has to see them all.
   const std::uint32_t asked = question.isFiltered() ? RestApi::kMaxLimit + 1 : question.limit + 1;
-  auto found = agent.eventFeed().events(request.target.segments[3], question.since, asked);
+  const std::string& table = request.target.segments[3];
+  auto found = agent.eventFeed().events(table, question.since, asked);
+  if (const auto* page = std::get_if<EventPage>(&found);
+      page != nullptr && question.since > page->lastSeq) {
+    extent.reset = true;
+    found = agent.eventFeed().events(table, 0, asked);
+  }
   if (const auto* error = std::get_if<RequestError>(&found)) {
     return problemResponse(toProblem(*error), path);
   }
   auto& page = std::get<EventPage>(found);
-  EventsBody::Extent extent{question.limit, page.lastSeq, false};
+  extent.next = page.lastSeq;
   if (page.events.size() >= asked) {
     page.events.pop_back();
     extent.next = page.events.back().seq;

@@ -7,6 +7,6 @@
 namespace fw::http {
 
 /// Answers a request for the recent events of a table.
-Response answerEvents(const Agent& agent, const Request& request);
+Response answerEvents(Agent& agent, const Request& request);
 
 }  // namespace fw::http

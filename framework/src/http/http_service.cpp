@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -7,6 +6,7 @@
 #include "basic/clock.h"
 #include "config/agent_config.h"
 #include "http/http_server.h"
+#include "http/server_options.h"
 #include "http/rest_api.h"
 #include "http/service_registry.h"
 #include "http/service_site.h"
@@ -16,26 +16,6 @@
 namespace fw {
 
 namespace {
-
-/// What a service may take on top of its deadline, so that its own answer for it comes first.
-constexpr std::chrono::seconds kAnswerMargin{5};
-
-http::ServerOptions toOptions(const AgentConfig& agentConfig) {
-  const HttpConfig& config = agentConfig.http;
-  http::ServerOptions options;
-  options.port = config.port;
-  options.connections = {config.maxConnections, config.maxConnectionsPerAddress};
-  options.connectionMemory = config.connectionMemory;
-  options.idleTimeout = std::chrono::ceil<std::chrono::seconds>(config.idleTimeout);
-  options.deadlines.receive = config.requestDeadline;
-  options.deadlines.answer =
-      std::max(options.deadlines.answer, agentConfig.services.deadline + kAnswerMargin);
-  options.limits.body = config.bodyLimit;
-  // The library's own refusal of what does not fit into its memory is bare; these say more.
-  options.limits.headers = config.connectionMemory / 2;
-  options.limits.target = config.connectionMemory / 4;
-  return options;
-}
 
 /// The REST API and the agent's services on one server.
 class HttpService final : public Service {
@@ -50,7 +30,7 @@ class HttpService final : public Service {
               api_) {}
 
   std::string start() override {
-    http::ServerOptions options = toOptions(config_);
+    http::ServerOptions options = http::serverOptions(config_);
     if (!config_.home.empty()) {  // without a home nothing can be changed
       http::Token token = http::loadToken(config_.home);
       if (!token.error.empty()) {

@@ -32,7 +32,9 @@ class ServiceJob {
   /// The deadline has passed.
   void expire() {
     RAS1_FUNCTION();
-    expired_ = true;
+    if (answered_.exchange(true)) {
+      return;
+    }
     ++service_->late;
     RAS1_PRINT("WARN: service %s has no answer in time to %s", service_->name.c_str(),
                target_.c_str());
@@ -45,7 +47,7 @@ class ServiceJob {
 
   /// On a worker.
   void run(CallbackGate& gate) {
-    if (expired_) {
+    if (answered_) {
       return;
     }
     int result = 0;
@@ -56,7 +58,9 @@ class ServiceJob {
     if (response.status == 502) {
       ++service_->failed;
     }
-    responder_->send(std::move(response));
+    if (!answered_.exchange(true)) {
+      responder_->send(std::move(response));
+    }
   }
 
  private:
@@ -86,7 +90,7 @@ class ServiceJob {
   const std::string target_;
   const std::shared_ptr<ServiceCall> call_;
   const std::shared_ptr<Responder> responder_;
-  std::atomic<bool> expired_{false};
+  std::atomic<bool> answered_{false};  // or about to be
 };
 
 }  // namespace

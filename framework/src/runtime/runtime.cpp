@@ -81,9 +81,11 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
           [this] { return commandCallback(); },
           [this](const ActionStatus& status) { journal_.add(status); })),
       loaderLane_("loader", {1, 0, 0, config.engine.stuckAfter}, clock, timers_),
+      // A stand-in is for a stuck callback only: `services.workers` is what the agent may be asked
+      // to answer at a time.
       serviceLane_("services",
                    {config.services.workers, config.engine.stuckWorkers, config.services.queueLimit,
-                    config.engine.stuckAfter},
+                    config.engine.stuckAfter, config.engine.stuckAfter},
                    clock, timers_),
       before_(setTableRegistrar(this)),
       beforeRuntime_(currentRuntime.exchange(this)) {

@@ -25,12 +25,9 @@ bool SituationState::sampled(const std::string& shown, std::uint64_t passing, Cl
     return false;
   }
   status_.matches += passing;
-  if (passing > 0) {
-    trueFor_.insert(shown);
-  } else {
-    trueFor_.erase(shown);
-  }
-  return settle(now);
+  const bool changed = passing > 0 ? trueFor_.insert(shown).second : trueFor_.erase(shown) > 0;
+  settle(now);
+  return changed;
 }
 
 bool SituationState::pushed(std::uint64_t passing) {
@@ -45,8 +42,9 @@ bool SituationState::drop(const std::string& shown, Clock::WallTime now) {
   if (status_.state == State::Disarming) {
     return false;
   }
-  trueFor_.erase(shown);
-  return settle(now);
+  const bool changed = trueFor_.erase(shown) > 0;
+  settle(now);
+  return changed;
 }
 
 bool SituationState::disarm(Clock::WallTime now) {
@@ -60,14 +58,12 @@ bool SituationState::disarm(Clock::WallTime now) {
   return true;
 }
 
-bool SituationState::settle(Clock::WallTime now) {
+void SituationState::settle(Clock::WallTime now) {
   const bool isTrue = !trueFor_.empty();
-  if (isTrue == status_.isTrue) {
-    return false;
+  if (isTrue != status_.isTrue) {
+    status_.isTrue = isTrue;
+    status_.since = now;
   }
-  status_.isTrue = isTrue;
-  status_.since = now;
-  return true;
 }
 
 SituationStatus SituationState::status() const {

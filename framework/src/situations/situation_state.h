@@ -36,7 +36,7 @@ class SituationState {
   SituationStatus status() const;
 
  private:
-  bool settle(Clock::WallTime now);
+  void settle(Clock::WallTime now);
 
   SituationStatus status_;
   std::set<std::string> trueFor_;  ///< shown names, the empty one included

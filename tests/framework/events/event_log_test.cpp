@@ -63,9 +63,18 @@ TEST_F(EventLogTest, AGapInTheNumbersOfTheSourceIsALossJustBeforeARow) {
   EXPECT_EQ(log.page(0, 100).lost, 3U);
 }
 
-TEST_F(EventLogTest, TheFirstNumberIsNoLoss) {
-  EXPECT_EQ(shown(log.add(pushOf({1000}))), "1+1");
-  EXPECT_EQ(log.page(0, 100).lost, 0U);
+TEST_F(EventLogTest, WhatTheSourceSentBeforeTheFirstEventIsLost) {
+  EXPECT_EQ(shown(log.add(pushOf({1000}))), "-999 1+1");
+  EXPECT_EQ(log.page(0, 100).lost, 999U);
+}
+
+TEST_F(EventLogTest, ASourceThatBeginsAnewMayHaveLostItsFirstEvents) {
+  log.add(pushOf({7}));
+  EXPECT_EQ(shown(log.add(pushOf({3}))), "-2 2+1");
+}
+
+TEST_F(EventLogTest, NumbersThatAreNoneOfASourceAreNoLoss) {
+  EXPECT_EQ(shown(log.add(pushOf({-5, -4}))), "1+2");
 }
 
 TEST_F(EventLogTest, ASmallerNumberTellsThatTheSourceBeganAnew) {
@@ -73,7 +82,7 @@ TEST_F(EventLogTest, ASmallerNumberTellsThatTheSourceBeganAnew) {
 
   EXPECT_EQ(shown(log.add(pushOf({1, 2}))), "3+2");
   EXPECT_EQ(shown(log.add(pushOf({4}))), "-1 5+1");
-  EXPECT_EQ(log.page(0, 100).lost, 1U);
+  EXPECT_EQ(log.page(0, 100).lost, 7U);
 }
 
 TEST_F(EventLogTest, ARowWithoutNumberIsNeitherLossNorBeginning) {

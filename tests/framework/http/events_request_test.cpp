@@ -45,6 +45,11 @@ class EventsRequestTest : public ServerFixture {
     return all;
   }
 
+  /// As the answer gives it, to go on after event `seq`.
+  std::string position(std::uint64_t seq) {
+    return JournalPosition{agent.journal().last().epoch, seq}.toText();
+  }
+
   FakeEventFeed feed;
 };
 
@@ -60,7 +65,7 @@ TEST_F(EventsRequestTest, GivesEventsWithTheirRows) {
   EXPECT_EQ(json["subscribed"], true);
   EXPECT_EQ(json["returned"], 5);
   EXPECT_EQ(json["truncated"], false);
-  EXPECT_EQ(json["next"], 5);
+  EXPECT_EQ(json["next"], position(5));
   EXPECT_EQ(json["columns"][1], (nlohmann::json{{"name", "USED"}, {"type", "int64"}}));
   EXPECT_EQ(json["events"][1],
             (nlohmann::json{{"seq", 2},
@@ -75,11 +80,34 @@ TEST_F(EventsRequestTest, GoesOnWhereTheLastAnswerEnded) {
 
   EXPECT_EQ(numbers(first), (std::vector<std::uint64_t>{1, 2}));
   EXPECT_EQ(first["truncated"], true);
-  EXPECT_EQ(first["next"], 2);
+  EXPECT_EQ(first["next"], position(2));
   EXPECT_EQ(numbers(second), (std::vector<std::uint64_t>{3, 4}));
-  EXPECT_EQ(second["next"], 4);
+  EXPECT_EQ(second["next"], position(4));
   EXPECT_EQ(numbers(third), (std::vector<std::uint64_t>{5}));
   EXPECT_EQ(third["truncated"], false);
+}
+
+TEST_F(EventsRequestTest, GoesOnAfterThePositionOfAnAnswer) {
+  const auto json = parse(get(std::string(kEvents) + "?since=" + position(3)));
+
+  EXPECT_EQ(numbers(json), (std::vector<std::uint64_t>{4, 5}));
+  EXPECT_EQ(json["reset"], false);
+}
+
+TEST_F(EventsRequestTest, APositionOfAnotherRunOfTheAgentBeginsAtTheOldestEvent) {
+  const auto json = parse(get(std::string(kEvents) + "?since=1-3"));
+
+  EXPECT_EQ(numbers(json), (std::vector<std::uint64_t>{1, 2, 3, 4, 5}));
+  EXPECT_EQ(json["reset"], true);
+  EXPECT_EQ(json["next"], position(5));
+}
+
+TEST_F(EventsRequestTest, ANumberBeyondTheNewestEventBeginsAtTheOldestEvent) {
+  const auto json = parse(get(std::string(kEvents) + "?since=6"));
+
+  EXPECT_EQ(numbers(json), (std::vector<std::uint64_t>{1, 2, 3, 4, 5}));
+  EXPECT_EQ(json["reset"], true);
+  EXPECT_EQ(parse(get(std::string(kEvents) + "?since=5"))["reset"], false);
 }
 
 TEST_F(EventsRequestTest, LimitsThoseThatPassTheFilter) {
@@ -89,11 +117,11 @@ TEST_F(EventsRequestTest, LimitsThoseThatPassTheFilter) {
 
   EXPECT_EQ(numbers(some), (std::vector<std::uint64_t>{2, 3}));
   EXPECT_EQ(some["truncated"], true);
-  EXPECT_EQ(some["next"], 3);
+  EXPECT_EQ(some["next"], position(3));
   EXPECT_EQ(numbers(ofNode), (std::vector<std::uint64_t>{2, 4}));
-  EXPECT_EQ(ofNode["next"], 5);
+  EXPECT_EQ(ofNode["next"], position(5));
   EXPECT_EQ(none["events"], nlohmann::json::array());
-  EXPECT_EQ(none["next"], 5);
+  EXPECT_EQ(none["next"], position(5));
 }
 
 TEST_F(EventsRequestTest, StreamsManyEvents) {

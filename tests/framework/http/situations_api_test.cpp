@@ -44,6 +44,7 @@ TEST_F(SituationsApiTest, ListsAndShowsThem) {
   desk.list[1].isTrue = true;
   desk.list[1].trueFor = {"node-a"};
   desk.list[1].matches = 7;
+  desk.list[1].missed = 3;
   desk.list[1].problem = "node-b is offline.";
 
   const auto list = parse(get("/api/v1/situations"))["situations"];
@@ -56,6 +57,7 @@ TEST_F(SituationsApiTest, ListsAndShowsThem) {
   EXPECT_EQ(one["true"], true);
   EXPECT_EQ(one["true_for"], nlohmann::json{"node-a"});
   EXPECT_EQ(one["matches"], 7);
+  EXPECT_EQ(one["samples_missed"], 3);
   EXPECT_EQ(one["problem"], "node-b is offline.");
 }
 

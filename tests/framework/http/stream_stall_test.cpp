@@ -121,6 +121,23 @@ TEST_F(StreamStallTest, CutsAClientThatTakesNothing) {
   EXPECT_EQ(server->counters().requestsLate, 0u);
 }
 
+TEST_F(StreamStallTest, CutsAClientThatTakesNothingAndHasClosedItsSide) {
+  const auto stuck = listen();
+  for (std::uint64_t i = 1; i <= 5'000; ++i) {
+    add(i);
+  }
+  ASSERT_EQ(shutdown(stuck->connection().descriptor(), SHUT_WR), 0);
+
+  const auto bound = std::chrono::steady_clock::now() + 20s;
+  while (server->counters().streamsCut == 0 && std::chrono::steady_clock::now() < bound) {
+    time.advance(61s);
+    std::this_thread::sleep_for(1ms);
+  }
+
+  EXPECT_EQ(server->counters().streamsCut, 1u);
+  EXPECT_TRUE(stuck->connection().waitClosed());
+}
+
 TEST_F(StreamStallTest, StopsWithAClientThatTakesNothing) {
   const auto stuck = listen();
   for (std::uint64_t i = 1; i <= 5'000; ++i) {

@@ -57,7 +57,7 @@ class TestService final : public Service {
 /// A runtime with a server and an agent that the test makes up; its main loop runs on a thread.
 class RuntimeTest : public testing::Test {
  protected:
-  RuntimeTest() {
+  explicit RuntimeTest(Clock& time = Clock::system()) : clock(time) {
     config.product = {"ZJX", "JVM monitoring", "7.1"};
     config.instance = "jmx";
     config.host = "alpha";
@@ -77,7 +77,8 @@ class RuntimeTest : public testing::Test {
   }
 
   void make() {
-    runtime.emplace(config, Clock::system(), host, [this](const ServiceContext&) {
+    runtime.emplace(config, clock, host, [this](const ServiceContext& context) {
+      surroundings.emplace(context);
       return std::make_unique<TestService>(service, serviceFailure);
     });
   }
@@ -112,10 +113,12 @@ class RuntimeTest : public testing::Test {
   // The seam takes plain functions; one test runs at a time.
   static inline std::function<int()> s_loader;
 
+  Clock& clock;
   AgentConfig config;
   HostLink host;
   ServiceLog service;
   std::string serviceFailure;
+  std::optional<ServiceContext> surroundings;  ///< what the server gets, once it is made
   test::Door door;
   test::TestTable table{"T", test::packed({{"ORIGINNODE", ColumnType::Chars, 0, 32},
                                            {"N", ColumnType::Int32, 0, 4}})};

@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "runtime_fixture.h"
+#include "support/manual_clock.h"
 #include "tables/status.h"
 
 namespace fw {
@@ -220,6 +221,30 @@ TEST_F(RuntimeTest, WhatTheAgentPushesIsFedToReadersUntilItStops) {
   EXPECT_EQ(alarms.push({alarms.row({2L})}), 0);
   EXPECT_EQ(lastSeq(), 1U);
   runtime.reset();
+}
+
+class RuntimeServiceLaneTest : public RuntimeTest {
+ protected:
+  RuntimeServiceLaneTest() : RuntimeTest(time) {}
+
+  static inline ManualClock time;
+};
+
+TEST_F(RuntimeServiceLaneTest, NoMoreServiceCallbacksRunAtATimeThanConfigured) {
+  config.services.workers = 1;
+  startAndAwaitReady();
+  std::atomic<bool> second{false};
+
+  surroundings->lane.post("first", [this] { door.pass(); });
+  surroundings->lane.post("second", [&] { second = true; });
+  ASSERT_TRUE(door.awaitWaiting(1));
+  time.advance(config.engine.stuckAfter - 1ms);
+  surroundings->timers.fireDue();
+  EXPECT_EQ(surroundings->lane.status().threads, 1U) << "a slow callback is not a stuck one";
+
+  time.advance(1ms);
+  surroundings->timers.fireDue();
+  EXPECT_TRUE(test::eventually([&] { return second.load(); })) << "another stands in for it";
 }
 
 }  // namespace

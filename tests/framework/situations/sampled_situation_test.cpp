@@ -102,7 +102,8 @@ TEST_F(SampledSituationTest, ItBecomesTrueAndFalseWithItsSamples) {
 
   EXPECT_FALSE(statusOf("Busy").isTrue);
   EXPECT_EQ(statusOf("Busy").matches, 4U);
-  EXPECT_EQ(told(), (Texts{"Busy armed", "Busy armed true one", "Busy armed"}));
+  EXPECT_EQ(told(), (Texts{"Busy armed", "Busy armed true one", "Busy armed true one two",
+                           "Busy armed true two", "Busy armed"}));
 }
 
 TEST_F(SampledSituationTest, SinceIsWhenItBecameTrue) {
