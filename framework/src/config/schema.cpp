@@ -90,8 +90,8 @@ void addEngine(std::vector<Setting>& all) {
   all.push_back(duration("engine.coalesce_age", MEMBER(engine.coalesceAge), 0ms, 1h,
                          "Reports share a sample that is not older than this."));
   all.push_back(duration("engine.drain_bound", MEMBER(engine.drainBound), 0ms, 1min,
-                         "Wait for collectors that are running when the agent stops; the whole stop "
-                         "takes at most ZEL_STOP_LIMIT seconds (20)."));
+                         "Wait for collectors that are running when the agent stops; the whole "
+                         "stop takes at most ZEL_STOP_LIMIT seconds (20)."));
   all.push_back(integer("engine.sample_workers", MEMBER(engine.sampleWorkers), 1, 256,
                         "Collectors that run at a time, as long as none is slow."));
   all.push_back(integer("engine.stuck_workers", MEMBER(engine.stuckWorkers), 0, 1'000,

@@ -65,7 +65,7 @@ void EventSituation::open(const std::string& subnode) {
   opened.id = subscriptions_.open(table_, state_.request().name, std::move(predicate),
                                   std::make_shared<Listener>(weak_from_this(), subnode));
   if (!opened.id) {
-    opened.problem = "The agent is stopping.";
+    opened.problem = "The table has been removed, or the agent is stopping.";
   }
 }
 

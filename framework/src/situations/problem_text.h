@@ -16,6 +16,9 @@ class ProblemText {
     }
   }
 
+  /// What is added from now on is counted only.
+  bool isFull() const { return count_ >= kShown; }
+
   std::string text() const {
     return count_ <= kShown ? text_ : fmt::format("{} And {} more.", text_, count_ - kShown);
   }

@@ -187,8 +187,10 @@ std::string SampledSituation::problem() const {
   }
   if (!ended_) {
     for (const std::string& name : absent) {
-      problems.add(shared_.subnodes.whyNot(name).value_or(
-          fmt::format("Subnode '{}' is not registered.", name)));
+      // To ask is a walk over all subnodes.
+      problems.add(problems.isFull() ? name
+                                     : shared_.subnodes.whyNot(name).value_or(fmt::format(
+                                           "Subnode '{}' is not registered.", name)));
     }
   }
   return problems.text();

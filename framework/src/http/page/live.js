@@ -6,6 +6,7 @@ const kKept = 50;
 
 const events = [];  // newest first: {time, table, node, text}
 let source = null;
+let position = '';  // of the last message, to go on after it
 
 function summary(values) {
   return Object.entries(values)
@@ -42,7 +43,8 @@ function setState(state, words) {
 /** Begins to listen; `onSubnode` is called when a subnode comes, goes or changes. */
 export function listen(onSubnode) {
   if (source) source.close();
-  source = new EventSource('/api/v1/stream?kind=event&kind=subnode');
+  const after = position && `&after=${encodeURIComponent(position)}`;
+  source = new EventSource(`/api/v1/stream?kind=event&kind=subnode${after}`);
   source.addEventListener('open', () => setState('live', 'live'));
   source.addEventListener('error', () => {
     // The browser comes back by itself unless the agent refused it, as when all streams are taken.
@@ -50,7 +52,11 @@ export function listen(onSubnode) {
     setState('failed', refused ? 'no stream to be had' : 'reconnecting');
     if (refused) setTimeout(() => listen(onSubnode), 10000);
   });
-  source.addEventListener('event', (message) => {
+  const hear = (kind, handle) => source.addEventListener(kind, (message) => {
+    position = message.lastEventId || position;
+    handle(message);
+  });
+  hear('event', (message) => {
     const batch = JSON.parse(message.data);
     for (const event of batch.events.slice(-kKept)) {
       keep({time: event.time, table: batch.table, node: event.values.ORIGINNODE,
@@ -58,11 +64,11 @@ export function listen(onSubnode) {
     }
     show();
   });
-  source.addEventListener('missed', (message) => {
+  hear('missed', (message) => {
     const {missed, reset} = JSON.parse(message.data);
     keep({time: new Date().toISOString(), table: '', node: '',
       text: reset ? 'The agent was started again.' : `${missed} entries were missed.`});
     show();
   });
-  source.addEventListener('subnode', onSubnode);
+  hear('subnode', onSubnode);
 }
