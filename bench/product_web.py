@@ -1,11 +1,14 @@
 """Web pages of the application with 32 clients, beside the bare HTTP library with the same bytes.
 
 Bare server and agent take turns, so that what else the machine does hits both; a round's ratio is
-the agent's answers per second over those of the bare server just before it.
+the agent's answers per second over those of the bare server just before it. The processor time that
+a server takes for an answer depends less on what else the machine does.
 """
 
 import contextlib
 import json
+import os
+import pathlib
 import re
 import socket
 import statistics
@@ -56,38 +59,50 @@ def bare_server(folder, answer):
             port = int(server.stdout.readline())
             if without_date(raw_answer(port, "/")) != without_date(answer):
                 raise SystemExit("the bare server gives another answer than the agent")
-            yield port
+            yield server, port
         finally:
             server.stdin.close()
             server.wait(30)
             server.stdout.close()
 
 
-def load(folder, port, path, seconds):
+def processor_seconds(process):
+    """User and system time of a process."""
+    fields = pathlib.Path(f"/proc/{process.pid}/stat").read_text().rpartition(") ")[2].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+def load(folder, process, port, path, seconds):
+    """What the clients tell, with the server's processor time for an answer."""
+    before = processor_seconds(process)
     done = subprocess.run(
         [folder / "http_load", str(port), path, str(CLIENTS), str(int(1000 * seconds))],
         stdout=subprocess.PIPE, text=True, check=True)
-    return json.loads(done.stdout)
+    result = json.loads(done.stdout)
+    result["cpu_us"] = 1e6 * (processor_seconds(process) - before) / result["answers"]
+    return result
 
 
 def compare(options, agent, name, path):
     """Measures a page of the agent beside the bare server."""
     folder = build_folder(options)
     port = agent.connection.port
-    load(folder, port, path, options.seconds)  # until what is hot has been compiled
+    load(folder, agent.process, port, path, options.seconds)  # until what is hot has been compiled
     answer = raw_answer(port, path)
     bare, own = [], []
-    with bare_server(folder, answer) as bare_port:
+    with bare_server(folder, answer) as (server, bare_port):
         for _ in range(options.runs):
-            bare.append(load(folder, bare_port, "/", options.seconds))
-            own.append(load(folder, port, path, options.seconds))
+            bare.append(load(folder, server, bare_port, "/", options.seconds))
+            own.append(load(folder, agent.process, port, path, options.seconds))
     ratios = sorted(a["per_second"] / b["per_second"] for a, b in zip(own, bare))
     median = lambda runs, key: statistics.median(run[key] for run in runs)
     size = len(answer.partition(b"\r\n\r\n")[2])
-    print(f"{name:30} {size:6} bytes {median(own, 'per_second'):8.0f}/s"
-          f" p50 {median(own, 'p50_us'):6.0f} us p99 {median(own, 'p99_us'):6.0f} us,"
-          f" bare {median(bare, 'per_second'):8.0f}/s,"
-          f" ratio {statistics.median(ratios):.2f} ({ratios[0]:.2f} to {ratios[-1]:.2f})")
+    print(f"{name} ({size} bytes): ratio {statistics.median(ratios):.2f}"
+          f" ({ratios[0]:.2f} to {ratios[-1]:.2f})")
+    for what, runs in (("agent", own), ("bare", bare)):
+        print(f"  {what:6} {median(runs, 'per_second'):8.0f}/s, half within"
+              f" {median(runs, 'p50_us'):6.0f} us, 99 % within {median(runs, 'p99_us'):6.0f} us,"
+              f" {median(runs, 'cpu_us'):5.1f} us of processor time each")
 
 
 def measure(options):
