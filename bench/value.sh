@@ -1,14 +1,17 @@
 #!/usr/bin/env bash
-# Measures what a value costs on its way into the framework, with every Java virtual machine that is
-# installed: from an application of the toolkit, and with rows made before. Arguments: the build
-# folder, then options of Google Benchmark. See README.md.
-set -euo pipefail
-here=$(cd "$(dirname "$0")" && pwd)
-. "$here/jvms.sh"
+# What a value costs on its way into the framework, in every Java virtual machine found: from an
+# application of the toolkit, and with rows made before.
+#   bench/value.sh [BUILD FOLDER] [OPTIONS OF Google Benchmark]
+set -uo pipefail
+source "$(dirname "$0")/jvms.sh"
 
-build=$(build_folder "${1:-}")
-shift || true
+build=$(build_folder "${1:-}") || exit 2
+shift $(($# > 0 ? 1 : 0))
+failed=0
 for library in $(jvm_libraries); do
-  ZEL_LIBJVM=$library "$build/bench/value_bench" "$@"
-  ZEL_LIBJVM=$library "$build/bench/value_bench" --prepared "$@"
+  echo "== $library"
+  for rows in "" --prepared; do
+    ZEL_LIBJVM=$library "$build/bench/value_bench" $rows "$@" || failed=$((failed + 1))
+  done
 done
+exit $((failed > 0))
