@@ -2,7 +2,7 @@
 
     bench/product.py --root ROOT start [--runs N]     exec to "ready" and to the first rows
     bench/product.py --root ROOT latency [--runs N]   end of a collection to the live stream
-    bench/product.py --root ROOT events [--runs N]    from an application to the live stream
+    bench/product.py --root ROOT events [--seconds S] from an application to the live stream
     bench/product.py --root ROOT web [--runs N]       an application's page, beside the bare server
 
 ROOT is an installation; ./run makes one in out/. Prints medians and the worst; fails only when

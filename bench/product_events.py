@@ -135,7 +135,8 @@ def round_of(options, home, name, readers=1, deaf=0, rate=None, settings=""):
                    {"command": f"emit {int(1000 * options.seconds)}"})
         wait_until_quiet(agent, clients)
         for client in clients:
-            client.rate = client.events / (client.last_at - client.first_at)
+            # One message has no duration.
+            client.rate = client.events / max(client.last_at - client.first_at, 0.001)
         # A loss is told with the event that follows it.
         agent.post("/api/v1/actions", {"command": "emit 0"})
         row = wait_until_quiet(agent, clients)
