@@ -155,10 +155,11 @@ def measure(options):
     tell_machine()
     small_queue = "events: {queue_bytes: 64KiB}\n"
     for home in java_homes():
-        print(f"JDK {java_version(home)}, events for {options.seconds} s; all numbers agree")
+        print(f"JDK {java_version(home)}, events for {options.seconds} s")
         round_of(options, home, "one client")
         round_of(options, home, "two, and one that reads nothing", 2, 1)
         round_of(options, home, "one client, 200,000 a second", rate=200_000)
         round_of(options, home, "one client, without a pace", rate=UNPACED)
         round_of(options, home, "the three clients, without a pace", 2, 1, UNPACED)
         round_of(options, home, "small queue, without a pace", rate=UNPACED, settings=small_queue)
+    print("All numbers agree.")
