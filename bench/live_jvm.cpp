@@ -13,7 +13,7 @@
 #include "bridge/jni/zeljvm.h"
 #include "bridge/zelclient.h"
 #include "bridge/zelexc.h"
-#include "support/fake_framework.h"
+#include "live_framework.h"
 #include "zelagent.h"
 
 namespace {
@@ -51,9 +51,7 @@ std::string makeRoot() {
 void endProcess(int status, void* root) {
   const std::string& home = *static_cast<std::string*>(root);
   if (status != 0) {
-    for (const std::string& message : fake::Framework::get().messages()) {
-      std::fprintf(stderr, "%s\n", message.c_str());
-    }
+    live::showTrace();
     for (const auto& log : files::directory_iterator(home + "/logs")) {
       std::ifstream file(log.path());
       std::fputs(std::string(std::istreambuf_iterator<char>(file), {}).c_str(), stderr);
@@ -67,34 +65,29 @@ void endProcess(int status, void* root) {
 
 }  // namespace
 
-LiveJvm::LiveJvm() {
+LiveJvm::LiveJvm(const std::string& classPath, const std::string& options) {
   const std::string root = makeRoot();
   mallopt(M_ARENA_MAX, 2);  // as in the agent's process
   files::create_directories(root + "/agents/zb/config");
   files::create_directories(root + "/logs");
   files::current_path(root + "/agents/zb");
   std::ofstream("config/zbwb.properties")
-      << BENCH_JAR << "\n-agentpath:" << BENCH_ZELJRE << kOptions;
+      << (classPath.empty() ? BENCH_JAR : classPath) << "\n-agentpath:" << BENCH_ZELJRE << kOptions
+      << options;
   on_exit(endProcess, new std::string(root));
   ZelAgent::s_prodCode = "ZB";
   ZelAgent::s_instId = "bench";
-  fake::Framework::get().env["ZEL_LIBJVM"] = libjvm();
+  live::setVariable("ZEL_LIBJVM", libjvm());
   try {
     ZelClient::getInstance();
   } catch (const ZelException&) {
     throw std::runtime_error("the virtual machine does not start");
   }
-  // A record that comes later would look like one of an exchange.
-  fake::Framework::get().waitForMessage("Message handler started");
+  live::awaitStart();
   guard_.open(libjvm());
 }
 
 JNIEnv& LiveJvm::env() const { return *ZelJvm::attach(); }
-
-std::size_t LiveJvm::frameworkCalls() {
-  const fake::Framework& framework = fake::Framework::get();
-  return framework.calls().size() + framework.trace().size();
-}
 
 std::string LiveJvm::version() const {
   JNIEnv& jni = env();

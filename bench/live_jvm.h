@@ -12,9 +12,10 @@
 /// shows what was traced and what the virtual machine said.
 class LiveJvm {
  public:
-  /// Starts the virtual machine that ZEL_LIBJVM names, with the agent's options. Throws
+  /// Starts the virtual machine that ZEL_LIBJVM names, with the agent's options and more of them,
+  /// one per line. Without a class path it runs the application of prepared answers. Throws
   /// std::runtime_error.
-  LiveJvm();
+  explicit LiveJvm(const std::string& classPath = "", const std::string& options = "");
   LiveJvm(const LiveJvm&) = delete;
   LiveJvm& operator=(const LiveJvm&) = delete;
 
@@ -24,7 +25,7 @@ class LiveJvm {
   /// What stands around a callback: a frame of local references.
   host::JvmCallGuard& guard() { return guard_; }
 
-  /// Calls that the library made to the framework, and records it traced, up to now.
+  /// Calls that the library made to the recording fake, and records it traced, up to now.
   static std::size_t frameworkCalls();
 
   /// The virtual machine's name and version.

@@ -2,6 +2,8 @@
 
     bench/product.py --root ROOT start [--runs N]     exec to "ready" and to the first rows
     bench/product.py --root ROOT latency [--runs N]   end of a collection to the live stream
+    bench/product.py --root ROOT events [--seconds S] from an application to the live stream
+    bench/product.py --root ROOT web [--runs N]       an application's page, beside the bare server
 
 ROOT is an installation; ./run makes one in out/. Prints medians and the worst; fails only when
 something does not work.
@@ -9,7 +11,9 @@ something does not work.
 
 import argparse
 import http.client
+import importlib
 import json
+import os
 import pathlib
 import re
 import shutil
@@ -24,7 +28,7 @@ import time
 class Agent:
     """An agent on a fresh home; its times count from just before exec."""
 
-    def __init__(self, root, jmx=""):
+    def __init__(self, root, jmx="", prepare=None, environment=None):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="zel-bench."))
         for name in ("bin", "lib", "share"):
             (self.folder / name).symlink_to(root / name)
@@ -32,10 +36,13 @@ class Agent:
         (self.home / "var").mkdir(parents=True)
         shutil.copytree(root / "share/zel/config/jmx", self.home / "config")
         (self.home / "config/jmx.yaml").write_text("local: {enabled: false}\n" + jmx)
+        if prepare:
+            prepare(self.home / "config")
         self.began = time.monotonic()
         self.process = subprocess.Popen(
             [root / "bin/zelagent", "--home", self.home, "--port", "0"],
-            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
+            env=dict(os.environ, **(environment or {})))
         line = self.process.stdout.readline()
         self.ready = time.monotonic() - self.began
         ready = re.match(r"Zel is ready: http://127\.0\.0\.1:(\d+)/", line)
@@ -126,9 +133,14 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--root", required=True, type=pathlib.Path)
-    parser.add_argument("what", choices=("start", "latency"))
+    parser.add_argument("what", choices=("start", "latency", "events", "web"))
     parser.add_argument("--runs", type=int, default=20)
+    parser.add_argument("--build", type=pathlib.Path, help="for events and web: the build folder")
+    parser.add_argument("--seconds", type=float, default=5, help="of events and web: a round")
     options = parser.parse_args()
+    if options.what in ("events", "web"):
+        importlib.import_module(f"product_{options.what}").measure(options)
+        return 0
     {"start": start, "latency": latency}[options.what](options.root.resolve(), options.runs)
     return 0
 

@@ -38,6 +38,9 @@ void Exchange::end() {
 }
 
 Responder::~Responder() {
+  if (answered_) {
+    return;
+  }
   exchange_->respond(problemResponse({500,
                                       "no-answer",
                                       "The agent has no answer",

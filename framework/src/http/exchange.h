@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -63,10 +64,14 @@ class Responder {
   ~Responder();
 
   /// From any thread; only the first answer counts.
-  void send(Response&& response) { exchange_->respond(std::move(response)); }
+  void send(Response&& response) {
+    answered_ = true;
+    exchange_->respond(std::move(response));
+  }
 
  private:
   const std::shared_ptr<Exchange> exchange_;
+  std::atomic<bool> answered_{false};
 };
 
 }  // namespace fw::http

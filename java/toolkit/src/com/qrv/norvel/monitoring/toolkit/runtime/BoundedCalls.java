@@ -59,7 +59,18 @@ final class BoundedCalls {
   void callLimited(Executor threads, String what, int max, long deadlineMs, Task task)
       throws RequestFailedException {
     Call call = new Call(what, new String[1], deadlineMs, task, false);
-    occupySlot(call, max);
+    occupySlot(call, max, false);
+    runAndWait(call, threads);
+  }
+
+  /**
+   * As {@link #callLimited}, but waits for its turn within the deadline while one of the calls that
+   * run may still end in time.
+   */
+  void callInTurn(Executor threads, String what, int max, long deadlineMs, Task task)
+      throws RequestFailedException {
+    Call call = new Call(what, new String[1], deadlineMs, task, false);
+    occupySlot(call, max, true);
     runAndWait(call, threads);
   }
 
@@ -74,25 +85,48 @@ final class BoundedCalls {
     synchronized (running) {
       stopping = true;
       waiting = new ArrayList<Call>(running.values());
+      running.notifyAll();
     }
     for (int i = 0; i < waiting.size(); i++) {
       waiting.get(i).wakeWaiter();
     }
   }
 
-  private void occupySlot(Call call, int max) throws RequestFailedException {
+  private void occupySlot(Call call, int max, boolean waits) throws RequestFailedException {
     synchronized (running) {
-      refuseWhenStopping(call);
-      for (int i = 0; i < max; i++) {
-        String slot = call.what + "#" + i;
-        if (!running.containsKey(slot)) {
-          call.keys[0] = slot;
-          running.put(slot, call);
-          return;
+      boolean mayCome = true;
+      while (mayCome) {
+        refuseWhenStopping(call);
+        mayCome = false;
+        for (int i = 0; i < max; i++) {
+          String slot = call.what + "#" + i;
+          Call other = running.get(slot);
+          if (other == null) {
+            call.keys[0] = slot;
+            running.put(slot, call);
+            return;
+          }
+          mayCome |= waits && !other.abandoned;
         }
+        mayCome = mayCome && waitForChange(call);
       }
     }
     throw RequestFailedException.ordinary(call.what + ": " + max + " calls of it still run");
+  }
+
+  /** Waits until other calls have changed. Under the lock of running. False: no time is left. */
+  private boolean waitForChange(Call call) {
+    long left = call.end() - clock.nanoTime();
+    if (left <= 0) {
+      return false;
+    }
+    try {
+      clock.await(running, left);
+      return true;
+    } catch (InterruptedException interrupt) {
+      Thread.currentThread().interrupt();
+      return false;
+    }
   }
 
   private void refuseWhenStopping(Call call) throws RequestFailedException {
@@ -125,6 +159,7 @@ final class BoundedCalls {
       for (int i = 0; i < call.keys.length; i++) {
         running.remove(call.keys[i], call);
       }
+      running.notifyAll();
     }
   }
 
@@ -138,6 +173,9 @@ final class BoundedCalls {
     }
     String givenUp = call.waitForEnd();
     if (givenUp != null) {
+      synchronized (running) {
+        running.notifyAll(); // Who waits for this call's place waits no more.
+      }
       log.state(call.what + ": " + givenUp);
       String text = call.what + ": " + givenUp;
       throw call.isLate()
@@ -172,7 +210,7 @@ final class BoundedCalls {
     private final boolean survivesStop;
     private final long begin = clock.nanoTime();
     private Thread worker; // guarded by this, as what follows
-    private boolean abandoned;
+    private volatile boolean abandoned; // set under the lock of this
     private boolean ended;
     private boolean late;
     private Throwable failure;
@@ -183,6 +221,10 @@ final class BoundedCalls {
       this.deadlineMs = deadlineMs;
       this.task = task;
       this.survivesStop = survivesStop;
+    }
+
+    long end() {
+      return begin + deadlineMs * NANOS_PER_MILLI;
     }
 
     long ageMs() {
@@ -240,12 +282,11 @@ final class BoundedCalls {
 
     /** Returns null when the task has ended, otherwise why nobody waits for it any more. */
     synchronized String waitForEnd() {
-      long end = begin + deadlineMs * NANOS_PER_MILLI;
       while (!ended) {
         if (stopping && !survivesStop) {
           return abandon(STOPPING);
         }
-        long left = end - clock.nanoTime();
+        long left = end() - clock.nanoTime();
         if (left <= 0) {
           late = true;
           return abandon("not done within " + deadlineMs + " ms");

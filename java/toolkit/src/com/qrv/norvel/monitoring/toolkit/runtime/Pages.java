@@ -57,7 +57,7 @@ final class Pages {
     }
     Answer answer =
         new Answer(page.handler, new WebRequest(page.prefix, path, content, language));
-    calls.callLimited(
+    calls.callInTurn(
         threads, "page " + page.prefix, Agent.MAX_CALLS, page.deadlineMs, answer);
     return reply(answer.response);
   }

@@ -6,15 +6,18 @@ import static com.qrv.norvel.monitoring.toolkit.runtime.NativeSide.soon;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatIllegalArgumentException;
 
+import com.qrv.norvel.monitoring.toolkit.agent.Agent;
 import com.qrv.norvel.monitoring.toolkit.agent.MediaType;
 import com.qrv.norvel.monitoring.toolkit.agent.WebHandler;
 import com.qrv.norvel.monitoring.toolkit.agent.WebRequest;
 import com.qrv.norvel.monitoring.toolkit.agent.WebResponse;
 import java.nio.charset.StandardCharsets;
+import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.List;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.CountDownLatch;
+import java.util.concurrent.Semaphore;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -24,7 +27,7 @@ import org.junit.jupiter.params.provider.ValueSource;
 /** Web requests to the application. */
 class PagesTest {
   private WebRequest seen;
-  private final CountDownLatch entered = new CountDownLatch(1);
+  private final Semaphore entered = new Semaphore(0);
   private final CountDownLatch release = new CountDownLatch(1);
 
   @AfterEach
@@ -182,10 +185,11 @@ class PagesTest {
                       "/stuck",
                       2000,
                       request -> {
-                        entered.countDown();
+                        entered.release();
                         release.await();
                         return WebResponse.text("late");
                       });
+                  it.web("/deaf", 2000, request -> deaf());
                   it.web("/", request -> WebResponse.text("well"));
                 }));
     side.init();
@@ -196,7 +200,7 @@ class PagesTest {
   void failsAStuckPageAtItsDeadlineAndServesTheOthers() throws Exception {
     NativeSide side = stuck();
     CompletableFuture<HashMap<Integer, Object>> answer = side.later(5, webBody("/stuck"));
-    entered.await();
+    entered.acquire();
     assertThat(content(get(side, "/"))).isEqualTo("well");
 
     side.clock.advanceMs(2000);
@@ -205,13 +209,73 @@ class PagesTest {
     assertThat(body(soon(answer)).get(1)).isEqualTo("page /stuck: not done within 2000 ms");
   }
 
+  /** Goes on for good, whoever interrupts it. */
+  private WebResponse deaf() {
+    entered.release();
+    while (true) {
+      try {
+        release.await();
+        return WebResponse.text("late");
+      } catch (InterruptedException interrupt) {
+        continue;
+      }
+    }
+  }
+
+  private List<CompletableFuture<HashMap<Integer, Object>>> occupy(NativeSide side, String path)
+      throws InterruptedException {
+    List<CompletableFuture<HashMap<Integer, Object>>> answers = new ArrayList<>();
+    for (int i = 0; i < Agent.MAX_CALLS; i++) {
+      answers.add(side.later(5, webBody(path)));
+    }
+    entered.acquire(Agent.MAX_CALLS);
+    return answers;
+  }
+
   @Test
-  void answersRequestsThatWaitWhenShutdownComes() throws Exception {
+  void letsARequestWaitForItsTurn() throws Exception {
     NativeSide side = stuck();
-    CompletableFuture<HashMap<Integer, Object>> answer = side.later(5, webBody("/stuck"));
-    entered.await();
+    occupy(side, "/stuck");
+    side.clock.advanceMs(1000);
+    CompletableFuture<HashMap<Integer, Object>> next = side.later(5, webBody("/stuck"));
+    side.clock.awaitRounds(20);
+    assertThat(next).isNotDone();
+    assertThat(entered.availablePermits()).isZero();
+
+    release.countDown();
+
+    assertThat(content(soon(next))).isEqualTo("late");
+  }
+
+  @Test
+  void refusesARequestWhoseTurnMayNeverCome() throws Exception {
+    NativeSide side = stuck();
+    List<CompletableFuture<HashMap<Integer, Object>>> answers = occupy(side, "/deaf");
+    side.clock.advanceMs(1000);
+    CompletableFuture<HashMap<Integer, Object>> next = side.later(5, webBody("/deaf"));
+    side.clock.awaitRounds(20);
+
+    side.clock.advanceMs(1000); // the time of those that run, not of the one that waits
+
+    assertThat(body(soon(next)).get(1)).isEqualTo("page /deaf: 4 calls of it still run");
+    for (CompletableFuture<HashMap<Integer, Object>> answer : answers) {
+      assertThat(body(soon(answer)).get(1)).isEqualTo("page /deaf: not done within 2000 ms");
+    }
+    assertThat(body(get(side, "/deaf")).get(1)).isEqualTo("page /deaf: 4 calls of it still run");
+  }
+
+  @ParameterizedTest
+  @ValueSource(ints = {1, Agent.MAX_CALLS + 1})
+  void answersRequestsThatWaitWhenShutdownComes(int count) throws Exception {
+    NativeSide side = stuck();
+    List<CompletableFuture<HashMap<Integer, Object>>> answers = new ArrayList<>();
+    for (int i = 0; i < count; i++) {
+      answers.add(side.later(5, webBody("/stuck")));
+    }
+    entered.acquire(Math.min(count, Agent.MAX_CALLS));
 
     side.request(4, null);
+    CompletableFuture<HashMap<Integer, Object>> answer = answers.get(count - 1);
 
     assertThat(body(soon(answer)).get(1)).isEqualTo("page /stuck: the agent is stopping");
   }
