@@ -12,8 +12,8 @@ inline constexpr std::size_t kMaxDescriptors = 4096;
 void resetInheritedSignals() noexcept;
 
 /// Lowers the soft limit on open descriptors to `most`, if it is higher. Starting a daemon closes
-/// every descriptor number that the limit allows, and that is a long loop under a limit of a
-/// billion.
+/// every descriptor number that the limit allows, which is a long loop under a limit of a billion
+/// where the kernel can't close a range of them in one call.
 void capDescriptors(std::size_t most) noexcept;
 
 /// Lets threads share few malloc arenas: the many threads of a virtual machine would otherwise hold

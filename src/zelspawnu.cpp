@@ -119,10 +119,23 @@ bool redirect(int descriptor, const char* file, int flags) {
   return true;
 }
 
-[[noreturn]] void becomeDaemon(const char* path, const char** argv, const char** envp) {
-  for (long descriptor = sysconf(_SC_OPEN_MAX) - 1; descriptor > STDERR_FILENO; --descriptor) {
-    close(static_cast<int>(descriptor));
+// Closes every possible descriptor but the standard ones. The limit may be a million, and a call
+// for each of them would take longer than all the rest of a daemon's start, so one call closes them
+// all; kernels before 5.9 don't have it, and some sandboxes forbid it.
+void closeDescriptors() {
+  constexpr int kFirst = STDERR_FILENO + 1;
+  const int last = static_cast<int>(sysconf(_SC_OPEN_MAX) - 1);
+  if (last < kFirst ||
+      close_range(unsigned{kFirst}, static_cast<unsigned>(last), /*flags=*/0) == 0) {
+    return;
   }
+  for (int descriptor = last; descriptor >= kFirst; --descriptor) {
+    close(descriptor);
+  }
+}
+
+[[noreturn]] void becomeDaemon(const char* path, const char** argv, const char** envp) {
+  closeDescriptors();
   if (setsid() < 0) {
     reportDaemonError("setsid", errno, "");
     _exit(0);

@@ -20,6 +20,10 @@ command -v clang++ > /dev/null || {
 cmake --preset fuzz > /dev/null || exit 2
 cmake --build build/fuzz --parallel "$(nproc)" --target "${targets[@]/%/_fuzz}" || exit 2
 
+statOf() {
+  sed -n "s/^stat::$1: *//p" "$folder/log"
+}
+
 failed=0
 for target in "${targets[@]}"; do
   folder=build/fuzz/found/$target
@@ -28,8 +32,9 @@ for target in "${targets[@]}"; do
     -rss_limit_mb=2048 -print_final_stats=1 -dict="tests/fuzz/dict/$target.dict" \
     -artifact_prefix="$folder/" "$folder/corpus" "tests/fuzz/corpus/$target" \
     > "$folder/log" 2>&1; then
-    runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$folder/log")
-    echo "$target: $runs executions in $seconds s, nothing found"
+    runs=$(statOf number_of_executed_units)
+    peak=$(statOf peak_rss_mb)
+    echo "$target: $runs executions in $seconds s, at most $peak MB, nothing found"
   else
     tail -n 40 "$folder/log"
     echo "$target: FAILED (log: $folder/log)"

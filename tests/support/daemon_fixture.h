@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -24,6 +25,8 @@
 class DaemonTest : public testing::Test {
  protected:
   void SetUp() override {
+    // A child has a copy of what is not written yet, and some sanitizers write it at its end.
+    std::fflush(stdout);
     framework.reset();
     calls.reset();
     fake::capDescriptors();

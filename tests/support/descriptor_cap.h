@@ -7,7 +7,7 @@
 namespace fake {
 
 /// Lowers this process's limit of descriptors. A daemon closes every possible one, which takes
-/// minutes where the limit is high.
+/// minutes where the limit is high and the kernel can't close a range in one call.
 inline void capDescriptors() {
   rlimit limit{};
   getrlimit(RLIMIT_NOFILE, &limit);

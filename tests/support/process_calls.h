@@ -34,7 +34,10 @@ class ProcessCalls {
     dup2FailsFor = -1;
     isNoting = false;
     reapedStatus = -1;
+    openMax = 0;
+    closeRangeFails = false;
     notes_->count.store(0);
+    notes_->closes.store(0);
   }
 
   void note(const char* call, const char* argument) {
@@ -51,16 +54,23 @@ class ProcessCalls {
     return {notes_->texts, notes_->texts + std::min<int>(notes_->count.load(), Notes::kMost)};
   }
 
+  /// Calls of close() in this process and its children.
+  int closes() const { return notes_->closes.load(); }
+  void countClose() { ++notes_->closes; }
+
   bool forkFails = false;    ///< with EAGAIN
   bool setsidFails = false;  ///< with EPERM
   int dup2FailsFor = -1;     ///< the target that fails, with EBUSY
   bool isNoting = false;
-  int reapedStatus = -1;  ///< of the child that waitpid() gave last
+  long openMax = 0;              ///< what sysconf() tells of the descriptors, unless it is 0
+  bool closeRangeFails = false;  ///< with ENOSYS, as on an old kernel
+  int reapedStatus = -1;         ///< of the child that waitpid() gave last
 
  private:
   struct Notes {
     static constexpr int kMost = 64;
     std::atomic<int> count;
+    std::atomic<int> closes;
     char texts[kMost][512];
   };
 
@@ -112,6 +122,25 @@ int open(const char* file, int flags, ...) {
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(args, mode_t) : 0;
   va_end(args);
   return fake::realCall<int(const char*, int, ...)>("open")(file, flags, mode);
+}
+
+long sysconf(int name) {
+  const long openMax = fake::ProcessCalls::get().openMax;
+  return name == _SC_OPEN_MAX && openMax != 0 ? openMax
+                                              : fake::realCall<long(int)>("sysconf")(name);
+}
+
+int close(int descriptor) {
+  fake::ProcessCalls::get().countClose();
+  return fake::realCall<int(int)>("close")(descriptor);
+}
+
+int close_range(unsigned first, unsigned last, int flags) noexcept {
+  if (fake::ProcessCalls::get().closeRangeFails) {
+    errno = ENOSYS;
+    return -1;
+  }
+  return fake::realCall<int(unsigned, unsigned, int)>("close_range")(first, last, flags);
 }
 
 pid_t waitpid(pid_t id, int* status, int options) {

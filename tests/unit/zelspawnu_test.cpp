@@ -6,6 +6,7 @@
 
 #include "support/daemon_fixture.h"
 
+using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -57,6 +58,36 @@ TEST_F(ZelSpawnTest, ADaemonHasASessionOfItsOwnAndOnlyItsStandardStreams) {
   EXPECT_THAT(facts("umask"), ElementsAre("0"));
   EXPECT_TRUE(waitForEnd(err, "probe's error\n"));
   EXPECT_THAT(framework.messages(), IsEmpty());
+  close(open);
+}
+
+TEST_F(ZelSpawnTest, TheLimitSaysWhichDescriptorsADaemonLoses) {
+  const int open = ::open("/dev/null", O_RDONLY);
+  dup2(open, 49);
+  dup2(open, 50);
+  calls.openMax = 50;
+
+  for (const bool isOldKernel : {false, true}) {
+    calls.closeRangeFails = isOldKernel;
+    std::filesystem::remove(out);
+    spawn(PROBE);
+    EXPECT_THAT(facts("descriptor"), AllOf(Contains("50"), Not(Contains("49"))));
+  }
+
+  for (const int descriptor : {open, 49, 50}) {
+    close(descriptor);
+  }
+}
+
+TEST_F(ZelSpawnTest, AHighLimitDoesNotDelayADaemon) {
+  const int open = ::open("/dev/null", O_RDONLY);
+  calls.openMax = 1'000'000;
+  const int before = calls.closes();
+
+  spawn(PROBE);
+
+  EXPECT_THAT(facts("descriptor"), ElementsAre("0", "1", "2"));
+  EXPECT_LT(calls.closes() - before, 100);
   close(open);
 }
 

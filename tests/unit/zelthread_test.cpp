@@ -206,6 +206,8 @@ void* reportDetachState(void* argument) {
 
 TEST_F(ZelThreadTest, AStartedThreadIsDetached) {
   static Detached report;  // the thread may outlive the test
+  report.started.store(false);
+  report.state.store(-1);
   unsigned long id = 0;
 
   zelThreadStart(&id, reportDetachState, &report);

@@ -268,7 +268,12 @@ void Engine::finish(const std::shared_ptr<Report>& report) {
     ++answered_;
   }
   timers_.cancel(running.timer);
-  answer([report, done = std::move(running.done)] { done(report->assemble()); });
+  // The report is let go first: who has its answer does not wait for a sample any more.
+  answer([held = report, done = std::move(running.done)]() mutable {
+    ReportResult result = held->assemble();
+    held.reset();
+    done(std::move(result));
+  });
 }
 
 void Engine::answer(const std::function<void()>& answer) {

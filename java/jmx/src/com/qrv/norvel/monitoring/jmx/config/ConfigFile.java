@@ -1,7 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.config;
 
 import java.io.IOException;
-import java.nio.charset.StandardCharsets;
+import java.io.InputStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
 
@@ -31,17 +31,21 @@ public final class ConfigFile {
 
   static JmxConfig read(Path path) throws ConfigException {
     byte[] content;
-    try {
-      content = Files.readAllBytes(path);
+    try (InputStream in = Files.newInputStream(path)) {
+      content = in.readNBytes(YamlText.MAX_BYTES + 1);
     } catch (IOException e) {
       throw new ConfigException(path + ": the configuration file can't be read: " + e);
     }
+    return parse(path.toString(), content);
+  }
+
+  /** @param file names the file in messages */
+  static JmxConfig parse(String file, byte[] content) throws ConfigException {
     // A file of comments says nothing, and the YAML library costs more to load than a first sample.
     if (isBlank(content)) {
       return JmxConfig.defaults();
     }
-    return new ConfigParser(path.toString())
-        .parse(new String(content, StandardCharsets.UTF_8));
+    return new ConfigParser(file).parse(YamlText.compose(file, content));
   }
 
   /** Whether there is nothing but white space and comment lines. */

@@ -5,20 +5,14 @@ import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
 import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
 import com.qrv.norvel.monitoring.jmx.target.RemoteAddress;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
-import java.io.StringReader;
 import java.util.ArrayList;
 import java.util.HashSet;
 import java.util.List;
 import java.util.Set;
-import org.yaml.snakeyaml.LoaderOptions;
-import org.yaml.snakeyaml.Yaml;
-import org.yaml.snakeyaml.constructor.SafeConstructor;
-import org.yaml.snakeyaml.error.MarkedYAMLException;
-import org.yaml.snakeyaml.error.YAMLException;
 import org.yaml.snakeyaml.nodes.Node;
 import org.yaml.snakeyaml.nodes.Tag;
 
-/** Turns the text of a configuration file into a {@link JmxConfig}, or says what is wrong. */
+/** Turns the nodes of a configuration file into a {@link JmxConfig}, or says what is wrong. */
 final class ConfigParser {
   private static final int MAX_NAME = 32;
 
@@ -29,8 +23,8 @@ final class ConfigParser {
     this.file = file;
   }
 
-  JmxConfig parse(String text) throws ConfigException {
-    Node root = compose(text);
+  /** @param root of the file; null when it is empty */
+  JmxConfig parse(Node root) throws ConfigException {
     JmxConfig defaults = JmxConfig.defaults();
     if (root == null || root.getTag() == Tag.NULL) {
       return defaults;
@@ -59,22 +53,6 @@ final class ConfigParser {
     List<NotificationRule> notifications =
         new NotificationParser(file).parse(top.list("notifications"));
     return new JmxConfig(local, remote, calls, maxTargets, actions, daemons, notifications);
-  }
-
-  private Node compose(String text) throws ConfigException {
-    try {
-      LoaderOptions options = new LoaderOptions();
-      options.setMaxAliasesForCollections(10);
-      options.setNestingDepthLimit(10);
-      return new Yaml(new SafeConstructor(options)).compose(new StringReader(text));
-    } catch (MarkedYAMLException e) {
-      if (e.getProblemMark() == null) {
-        throw new ConfigException(file + ": " + e.getProblem());
-      }
-      throw YamlMap.error(file, e.getProblemMark(), "it is not valid YAML: " + e.getProblem());
-    } catch (YAMLException e) {
-      throw new ConfigException(file + ": it is not valid YAML: " + e.getMessage());
-    }
   }
 
   private JmxConfig.Local local(Node node, JmxConfig.Local defaults) throws ConfigException {
@@ -153,7 +131,7 @@ final class ConfigParser {
         host,
         map.integer("port", 1, 65_535, 0),
         map.text("user"),
-        map.text("passwordFile"));
+        map.path("passwordFile"));
   }
 
   private static void checkUrl(YamlMap map, String url) throws ConfigException {

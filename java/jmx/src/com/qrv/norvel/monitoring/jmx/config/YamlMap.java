@@ -1,5 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.config;
 
+import java.nio.file.InvalidPathException;
+import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.LinkedHashMap;
@@ -94,6 +96,16 @@ final class YamlMap {
     return value == null ? null : text(value, "'" + key + "'");
   }
 
+  /** The text as the system's file names have it, or null without the key. */
+  String path(String key) throws ConfigException {
+    String text = text(key);
+    try {
+      return text == null ? null : Path.of(text).toString();
+    } catch (InvalidPathException e) {
+      throw error(key, "'" + key + "' can't be the name of a file here: " + e.getReason());
+    }
+  }
+
   /** The text; a mistake without the key. */
   String required(String key) throws ConfigException {
     String text = text(key);
@@ -154,7 +166,12 @@ final class YamlMap {
     if (!isText || ((ScalarNode) value).getValue().isEmpty()) {
       throw error(value, name + " must be a text");
     }
-    return ((ScalarNode) value).getValue();
+    String text = ((ScalarNode) value).getValue();
+    // An escape can name either; the system's calls would end a text at the first.
+    if (text.codePoints().anyMatch(c -> c == 0 || Character.getType(c) == Character.SURROGATE)) {
+      throw error(value, name + " must be a text without U+0000 and without halves of characters");
+    }
+    return text;
   }
 
   List<String> texts(String key, List<String> otherwise) throws ConfigException {
@@ -190,7 +207,6 @@ final class YamlMap {
   }
 
   static ConfigException error(String file, Mark mark, String message) {
-    return new ConfigException(
-        file + ":" + (mark.getLine() + 1) + ":" + (mark.getColumn() + 1) + ": " + message);
+    return ConfigException.at(file, mark.getLine() + 1, mark.getColumn() + 1, message);
   }
 }

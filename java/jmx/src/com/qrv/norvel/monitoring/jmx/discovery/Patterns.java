@@ -1,51 +1,63 @@
 package com.qrv.norvel.monitoring.jmx.discovery;
 
-import java.util.ArrayList;
 import java.util.List;
-import java.util.regex.Pattern;
 
 /**
  * Names that are included unless they are excluded. In a pattern {@code *} stands for any text and
  * {@code ?} for one character; a pattern matches whole names.
  */
 public final class Patterns {
-  private final List<Pattern> include;
-  private final List<Pattern> exclude;
+  private final List<int[]> include;
+  private final List<int[]> exclude;
 
   public Patterns(List<String> include, List<String> exclude) {
-    this.include = compile(include);
-    this.exclude = compile(exclude);
+    this.include = codePoints(include);
+    this.exclude = codePoints(exclude);
   }
 
   public boolean accept(String name) {
-    return matches(include, name) && !matches(exclude, name);
+    int[] characters = name.codePoints().toArray();
+    return matches(include, characters) && !matches(exclude, characters);
   }
 
-  private static boolean matches(List<Pattern> patterns, String name) {
-    for (Pattern pattern : patterns) {
-      if (pattern.matcher(name).matches()) {
+  private static List<int[]> codePoints(List<String> globs) {
+    return globs.stream().map(glob -> glob.codePoints().toArray()).toList();
+  }
+
+  private static boolean matches(List<int[]> globs, int[] name) {
+    for (int[] glob : globs) {
+      if (matches(glob, name)) {
         return true;
       }
     }
     return false;
   }
 
-  private static List<Pattern> compile(List<String> globs) {
-    List<Pattern> patterns = new ArrayList<>();
-    for (String glob : globs) {
-      StringBuilder regex = new StringBuilder();
-      for (int i = 0; i < glob.length(); i++) {
-        char c = glob.charAt(i);
-        if (c == '*') {
-          regex.append(".*");
-        } else if (c == '?') {
-          regex.append('.');
-        } else {
-          regex.append(Pattern.quote(String.valueOf(c)));
-        }
+  /**
+   * Where the texts differ, only the last star takes one character more: what the stars before it
+   * took need not change. So the time is bounded by the product of the lengths.
+   */
+  private static boolean matches(int[] glob, int[] name) {
+    int at = 0;
+    int star = -1;
+    int afterStar = 0; // in the name: behind what the last star took
+    for (int i = 0; i < name.length; ) {
+      if (at < glob.length && glob[at] == '*') {
+        star = at++;
+        afterStar = i;
+      } else if (at < glob.length && (glob[at] == '?' || glob[at] == name[i])) {
+        at++;
+        i++;
+      } else if (star >= 0) {
+        at = star + 1;
+        i = ++afterStar;
+      } else {
+        return false;
       }
-      patterns.add(Pattern.compile(regex.toString(), Pattern.DOTALL));
     }
-    return patterns;
+    while (at < glob.length && glob[at] == '*') {
+      at++;
+    }
+    return at == glob.length;
   }
 }

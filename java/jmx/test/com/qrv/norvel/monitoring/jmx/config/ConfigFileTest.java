@@ -9,6 +9,7 @@ import com.qrv.norvel.monitoring.jmx.action.Operation;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
 import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
 import java.io.IOException;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.HashMap;
@@ -156,6 +157,16 @@ final class ConfigFileTest {
       Arguments.of("notifications:\n- {mbean: 'a:b=c'}\n", "the key 'table' is missing"),
       Arguments.of("local: [\n", "it is not valid YAML"),
       Arguments.of("a: b: c\n", ":1:5: it is not valid YAML"),
+      Arguments.of("local: {\n  include: [\"\\U00110000\"]}\n", ":2:16: it is not valid YAML"),
+      Arguments.of("%YAML 99999999999.1\n---\n{}\n", ":1:18: it is not valid YAML"),
+      Arguments.of("local: \0\n", ":1:8: the character U+0000 can't stand in the file"),
+      Arguments.of("local:\n  include: [\"a\\0\"]\n",
+          ":2:13: each element of 'include' must be a text without U+0000"),
+      Arguments.of("remote:\n- {name: a, host: h, port: 1, user: u, passwordFile: \"\\udc00\"}\n",
+          ":2:54: 'passwordFile' must be a text without"),
+      Arguments.of("a: &a [[[[[[[[[[[[b]]]]]]]]]]]]\n", "it is not valid YAML: Nesting Depth"),
+      Arguments.of("a: &a [b]\nc: [*a,*a,*a,*a,*a,*a,*a,*a,*a,*a,*a,*a]\n",
+          ":2:38: it is not valid YAML: Number of aliases"),
       Arguments.of("!!javax.script.ScriptEngineManager []\n", ":1:1: the file must be a map"),
     };
   }
@@ -167,6 +178,34 @@ final class ConfigFileTest {
         .isInstanceOf(ConfigException.class)
         .hasMessageContaining("jmx.yaml:")
         .hasMessageContaining(message);
+  }
+
+  @Test
+  void aByteThatIsNoUtf8HasAPlace() throws IOException {
+    Path file = directory.resolve("jmx.yaml");
+    Files.write(file, "local: {}\n# gr\u00fc\u00df".getBytes(StandardCharsets.ISO_8859_1));
+
+    assertThatThrownBy(() -> ConfigFile.read(file))
+        .isInstanceOf(ConfigException.class)
+        .hasMessageContaining("jmx.yaml:2:5: a byte here is not UTF-8");
+  }
+
+  @Test
+  void aMistakeIsToldInOneLineOfBoundedLength() {
+    String key = "\"a\\n" + "b".repeat(100_000) + "\"";
+
+    assertThatThrownBy(() -> read("local: {? " + key + " : 1}\n"))
+        .isInstanceOf(ConfigException.class)
+        .hasMessageContaining(":1:11: unknown key 'a?bbb")
+        .hasMessageEndingWith("Known keys: enabled, intervalSeconds, include, exclude")
+        .satisfies(e -> assertThat(e.getMessage()).hasSizeLessThan(1000));
+  }
+
+  @Test
+  void aHugeFileIsNotReadWhole() {
+    assertThatThrownBy(() -> read("a".repeat(YamlText.MAX_BYTES + 1)))
+        .isInstanceOf(ConfigException.class)
+        .hasMessageContaining("jmx.yaml:1:1: the file is larger than 2097152 bytes");
   }
 
   @Test
