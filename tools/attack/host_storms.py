@@ -29,11 +29,11 @@ CAUSES = ("term", "term+hup", "application", "critical", "error")
 class Plan:
     """What befalls one agent: causes and their moments, in seconds after its start."""
 
-    def __init__(self, chance):
+    def __init__(self, chance, stretch):
         kind = chance.choice(("alone", "several", "at once", "all at once"))
         count = {"alone": 1, "all at once": len(CAUSES)}.get(kind, chance.randint(2, len(CAUSES)))
         causes = chance.sample(CAUSES, count)
-        span = chance.choice((START, LOAD, LOAD))
+        span = [stretch * end for end in chance.choice((START, LOAD, LOAD))]
         common = chance.uniform(*span)
         self.kind = kind
         self.moments = {cause: common if kind.endswith("at once") else chance.uniform(*span)
@@ -95,9 +95,9 @@ def send_signals(process, plan, start):
             signals.send(process, name == "term+hup")
 
 
-def run(product, hostile, number, java, seed):
+def run(product, hostile, number, java, options):
     """One agent's life; gives (plan, whether it was loaded, status, duration of its end, text)."""
-    plan = Plan(random.Random(f"{seed}/{java.name}/{number}"))
+    plan = Plan(random.Random(f"{options.seed}/{java.name}/{number}"), options.stretch)
     start = time.time()
     agent = hostile.hostile_agent(java_home=java, stops=plan.from_inside(start), wait=False,
                                   environment=signals.STOP_LIMIT, jmx="local: {enabled: false}\n")
@@ -127,6 +127,8 @@ def main():
     product_path.add_options(parser, 100, "storms")
     parser.add_argument("--jars", default="build/dev/tests/e2e",
                         help="folder of the hostile application (default: build/dev/tests/e2e)")
+    parser.add_argument("--stretch", type=float, default=1.0,
+                        help="stretches the moments, for an agent that starts slowly")
     options = parser.parse_args()
     product_path.use(options.root, options.jars)
     import hostile  # found only now, as the next
@@ -139,7 +141,7 @@ def main():
     for java in javas:
         begin = time.monotonic()
         with concurrent.futures.ThreadPoolExecutor(options.parallel) as pool:
-            lives = list(pool.map(lambda number: run(product, hostile, number, java, options.seed),
+            lives = list(pool.map(lambda number: run(product, hostile, number, java, options),
                                   range(options.count)))
         for number, (plan, _, status, _, text) in enumerate(lives):
             if status not in plan.meant():
