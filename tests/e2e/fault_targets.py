@@ -57,7 +57,12 @@ def status_of(agent, name):
 
 
 def wait_until_up(agent, name):
-    return wait_until(lambda: status_of(agent, name)["STATE"] == "up", f"{name} is up")
+    def is_up():
+        # The target's row tells it a moment before its subnode is there.
+        subnode = agent.subnode(name)
+        return (status_of(agent, name)["STATE"] == "up"
+                and subnode is not None and subnode["state"] == "online")
+    return wait_until(is_up, f"{name} is up")
 
 
 def threads_of(agent):

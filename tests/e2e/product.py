@@ -1,5 +1,6 @@
 """The installed product in the hands of a test: an agent on a home of its own, and target JVMs."""
 
+import http.client
 import json
 import os
 import pathlib
@@ -72,9 +73,9 @@ class Agent:
             [*start_with, ROOT / "bin/zelagent", "--home", self.home, "--port", "0"],
             stdout=subprocess.PIPE, stderr=self.errors, text=True, env=variables)
         if wait:
-            self._await_ready()
+            self.await_ready()
 
-    def _await_ready(self):
+    def await_ready(self):
         line = self.process.stdout.readline()
         ready = re.fullmatch(r"Zel is ready: (http://127\.0\.0\.1:\d+)/\n", line)
         if not ready:
@@ -96,10 +97,17 @@ class Agent:
 
     def post(self, path, content):
         """Sends JSON with the agent's token; the answer's."""
+        return self._change("POST", path, json.dumps(content).encode())
+
+    def delete(self, path):
+        return self._change("DELETE", path, None)
+
+    def _change(self, method, path, content):
         token = (self.home / "var/token").read_text().strip()
         request = urllib.request.Request(
-            self.url + path, json.dumps(content).encode(),
-            {"Content-Type": "application/json", "Authorization": f"Bearer {token}"})
+            self.url + path, content,
+            {"Content-Type": "application/json", "Authorization": f"Bearer {token}"},
+            method=method)
         with urllib.request.urlopen(request, timeout=DEADLINE) as answer:
             return json.load(answer)
 
@@ -174,8 +182,10 @@ class Target:
 class Load:
     """Clients that ask for rows without pause until they are stopped."""
 
-    def __init__(self, agent, clients=8):
+    def __init__(self, agent, clients=8, ask=lambda agent: agent.rows("JVM_MEMPOOL",
+                                                                      subnode="self")):
         self.agent = agent
+        self.ask = ask
         self.answers = 0
         self.ended = threading.Event()
         self.threads = [threading.Thread(target=self._ask) for _ in range(clients)]
@@ -185,9 +195,9 @@ class Load:
     def _ask(self):
         while not self.ended.is_set():
             try:
-                self.agent.rows("JVM_MEMPOOL", subnode="self")
+                self.ask(self.agent)
                 self.answers += 1
-            except (OSError, ValueError, KeyError):  # the agent stops, as it was told to
+            except (OSError, ValueError, KeyError, http.client.HTTPException):  # the agent stops, as it was told to
                 if self.agent.process.poll() is not None:
                     return
 

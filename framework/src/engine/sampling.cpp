@@ -7,6 +7,7 @@
 
 #include "agentfw/ras1.h"
 #include "tables/vuira_state.h"
+#include "trace/complaint_watch.h"
 
 RAS1_UNIT("SAMPLING");
 
@@ -41,7 +42,12 @@ Sample takeSample(vuira& object, Clock& clock, const TableInfo& info, TableMeter
                   const std::string& label) {
   VuiraState::beginCallback(object);
   const auto began = clock.monotonic();
+  const trace::ComplaintWatch watch;
   object.TakeSample();
+  // A sample without rows is a good one, unless the agent has complained meanwhile.
+  if (!VuiraState::of(object).hasSeenRows && watch.heardAny()) {
+    throw std::runtime_error(fmt::format("The collector failed: {}", watch.lastForPeople()));
+  }
   Sample sample;
   sample.takenAt = clock.wall();
   sample.takenAtMono = clock.monotonic();

@@ -66,6 +66,7 @@ void VuiraState::beginCallback(vuira& object) {
   state.nextFilter = 0;
   state.nextSubnode = 0;
   state.rowsLost = 0;
+  state.hasSeenRows = false;
   object.rowCount = 0;
 }
 
@@ -142,6 +143,7 @@ int vuira::InsertRow(char* row) {
   if (rowSize == 0) {
     return fw::kRcNoRowSize;
   }
+  state->hasSeenRows = true;
   const std::uint32_t rowLimit = state->detail.rowLimit;
   if (rowCount >= rowLimit) {
     if (++state->rowsLost == 1) {
@@ -164,6 +166,7 @@ int vuira::InsertRow(char* row) {
 }
 
 int vuira::CheckForException(char* row) {
+  state->hasSeenRows = true;
   for (const fw::Condition& condition : state->detail.thresholds) {
     const fw::Column& column = condition.column();
     if (!condition.hasValue(row)) {

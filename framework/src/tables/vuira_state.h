@@ -28,4 +28,5 @@ struct VuiraState {
   std::size_t nextFilter = 0;
   std::size_t nextSubnode = 0;
   std::uint64_t rowsLost = 0;  ///< rows of this callback, or of this push, that did not fit
+  bool hasSeenRows = false;    ///< whether this callback has tested or inserted any row
 };

@@ -9,6 +9,7 @@
 #include <exception>
 #include <string>
 
+#include "trace/complaint_watch.h"
 #include "trace/record.h"
 #include "trace/trace.h"
 #include "trace/trace_file.h"
@@ -84,7 +85,11 @@ std::uint32_t RAS1_Sync(const RAS1_Entry* entry) {
 void RAS1_Printf(const RAS1_Entry* entry, std::uint32_t line, const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  traced([&] { Trace::instance().write(*entry, line, formatArguments(format, arguments)); });
+  traced([&] {
+    const std::string text = formatArguments(format, arguments);
+    fw::trace::ComplaintWatch::hear(*entry, text);
+    Trace::instance().write(*entry, line, text);
+  });
   va_end(arguments);
 }
 

@@ -11,8 +11,8 @@ public interface RowSink {
    * belongs to the request's one subnode. The row before it is finished thereby: the returned
    * object is always the same.
    *
-   * @throws IllegalStateException when the deadline has passed, when the table's row limit is
-   *     reached, or when the request names several subnodes
+   * @throws IllegalStateException when the deadline has passed or the sampler has returned, when
+   *     the table's row limit is reached, or when the request names several subnodes
    */
   Row row();
 

@@ -40,13 +40,21 @@ public final class Failures {
   }
 
   private static void appendFrames(StringBuilder text, Throwable failure) {
-    StackTraceElement[] stack = failure.getStackTrace();
+    StackTraceElement[] stack = framesOf(failure);
     int shown = Math.min(stack.length, MAX_FRAMES);
     for (int i = 0; i < shown; i++) {
       text.append("\n\tat ").append(stack[i]);
     }
     if (shown < stack.length) {
       text.append("\n\t... ").append(stack.length - shown).append(" more");
+    }
+  }
+
+  private static StackTraceElement[] framesOf(Throwable failure) {
+    try {
+      return failure.getStackTrace();
+    } catch (Throwable second) {
+      return new StackTraceElement[0];
     }
   }
 

@@ -34,8 +34,9 @@ final class SampleRows implements RowSink {
     closed = true;
   }
 
-  /** The rows, once the sampler has ended. */
+  /** The rows, once the sampler has ended. Refuses further ones: a sampler may keep the sink. */
   ArrayList<Object> finish() {
+    closed = true;
     bad.summarize();
     return rows;
   }
@@ -65,7 +66,7 @@ final class SampleRows implements RowSink {
   private Row add(byte[] start) {
     if (closed) {
       throw new IllegalStateException(
-          "table " + layout.table.name() + ": too late, the sample has been given up");
+          "table " + layout.table.name() + ": too late, the sample is over");
     }
     if (rows.size() >= layout.table.maxRows()) {
       throw new IllegalStateException(

@@ -196,6 +196,16 @@ class SampleRowsTest {
     assertThatIllegalStateException().isThrownBy(rows::row).withMessageContaining("too late");
   }
 
+  @Test
+  void refusesRowsOnceTheSamplerHasEnded() throws Exception {
+    SampleRows rows = rows(TableDefinition.builder("T").column(NUMBER));
+    rows.row().set(NUMBER, 1);
+
+    assertThat(rows.finish()).hasSize(1);
+
+    assertThatIllegalStateException().isThrownBy(rows::row).withMessageContaining("too late");
+  }
+
   private SampleRows rows(TableDefinition.Builder builder, String... subnodes) throws Exception {
     TableDefinition table = builder.build();
     IncomingSample request =

@@ -114,6 +114,14 @@ class TraceLogTest {
   }
 
   @Test
+  void tellsOfAnErrorThatCanNotBeTold() {
+    log.error("it failed", new Unspeakable());
+
+    assertThat(trace.messages()).hasSize(1);
+    assertThat(trace.messages().get(0)).contains("it failed").contains("Unspeakable");
+  }
+
+  @Test
   void writesToStandardErrorWithoutTheNativeSide() {
     AgentLog real = new TraceLog(new RasSink(), "ZJX", TraceLogTest.class);
 
@@ -126,6 +134,31 @@ class TraceLogTest {
             });
 
     assertThat(output).contains("ERROR: first").contains("second").doesNotContain("third");
+  }
+
+  /** None of its operations works. */
+  private static final class Unspeakable extends Error {
+    private static final long serialVersionUID = 1L;
+
+    @Override
+    public String getMessage() {
+      throw new IllegalStateException("no message");
+    }
+
+    @Override
+    public StackTraceElement[] getStackTrace() {
+      throw new StackOverflowError("no frames");
+    }
+
+    @Override
+    public synchronized Throwable getCause() {
+      throw new LinkageError("no cause");
+    }
+
+    @Override
+    public String toString() {
+      throw new OutOfMemoryError("no text");
+    }
   }
 
   private static String standardErrorOf(Runnable action) {
