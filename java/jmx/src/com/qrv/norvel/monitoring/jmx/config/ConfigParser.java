@@ -5,18 +5,19 @@ import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
 import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
 import com.qrv.norvel.monitoring.jmx.target.RemoteAddress;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
-import java.io.StringReader;
 import java.util.ArrayList;
 import java.util.HashSet;
 import java.util.List;
 import java.util.Set;
 import org.yaml.snakeyaml.LoaderOptions;
-import org.yaml.snakeyaml.Yaml;
-import org.yaml.snakeyaml.constructor.SafeConstructor;
+import org.yaml.snakeyaml.composer.Composer;
 import org.yaml.snakeyaml.error.MarkedYAMLException;
 import org.yaml.snakeyaml.error.YAMLException;
 import org.yaml.snakeyaml.nodes.Node;
 import org.yaml.snakeyaml.nodes.Tag;
+import org.yaml.snakeyaml.parser.ParserImpl;
+import org.yaml.snakeyaml.reader.StreamReader;
+import org.yaml.snakeyaml.resolver.Resolver;
 
 /** Turns the text of a configuration file into a {@link JmxConfig}, or says what is wrong. */
 final class ConfigParser {
@@ -66,7 +67,10 @@ final class ConfigParser {
       LoaderOptions options = new LoaderOptions();
       options.setMaxAliasesForCollections(10);
       options.setNestingDepthLimit(10);
-      return new Yaml(new SafeConstructor(options)).compose(new StringReader(text));
+      // What the library's front door does, without loading all that makes and writes objects.
+      return new Composer(
+              new ParserImpl(new StreamReader(text), options), new Resolver(), options)
+          .getSingleNode();
     } catch (MarkedYAMLException e) {
       if (e.getProblemMark() == null) {
         throw new ConfigException(file + ": " + e.getProblem());
