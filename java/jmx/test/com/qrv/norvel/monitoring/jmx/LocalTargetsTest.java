@@ -97,6 +97,7 @@ final class LocalTargetsTest {
       healthy.sample(StandardTables.MEMORY);
 
       stopped.signal("STOP");
+      Await.until("it stands still", stopped::isStopped);
       assertThatThrownBy(() -> sick.sample(StandardTables.MEMORY))
           .isInstanceOf(TargetException.class)
           .hasMessageContaining("no answer in time");
