@@ -4,9 +4,11 @@
     bench/product.py --root ROOT latency [--runs N]   end of a collection to the live stream
     bench/product.py --root ROOT events [--seconds S] from an application to the live stream
     bench/product.py --root ROOT web [--runs N]       an application's page, beside the bare server
+    bench/product.py --root ROOT targets [--count N] [--seconds N] [--rounds N] [--tables A,B]
+                                                      CPU and memory for many targets
 
-ROOT is an installation; ./run makes one in out/. Prints medians and the worst; fails only when
-something does not work.
+ROOT is an installation; ./run makes one in out/. JAVA_HOME, or the search path, says which Java.
+Prints medians and the worst; fails only when something does not work.
 """
 
 import argparse
@@ -24,11 +26,13 @@ import sys
 import tempfile
 import time
 
+import targets
+
 
 class Agent:
     """An agent on a fresh home; its times count from just before exec."""
 
-    def __init__(self, root, jmx="", prepare=None, environment=None):
+    def __init__(self, root, jmx="", prepare=None, environment=None, java_options=()):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="zel-bench."))
         for name in ("bin", "lib", "share"):
             (self.folder / name).symlink_to(root / name)
@@ -38,6 +42,8 @@ class Agent:
         (self.home / "config/jmx.yaml").write_text("local: {enabled: false}\n" + jmx)
         if prepare:
             prepare(self.home / "config")
+        with open(self.home / "config/zjxwb.properties", "a") as options:
+            options.writelines(option + "\n" for option in java_options)
         self.began = time.monotonic()
         self.process = subprocess.Popen(
             [root / "bin/zelagent", "--home", self.home, "--port", "0"],
@@ -54,6 +60,16 @@ class Agent:
         self.connection.request("GET", path)
         answer = self.connection.getresponse()
         return answer.status, answer.read()
+
+    def post(self, path, content):
+        token = (self.home / "var/token").read_text().strip()
+        self.connection.request(
+            "POST", path, json.dumps(content),
+            {"Authorization": f"Bearer {token}", "Content-Type": "application/json"})
+        answer = self.connection.getresponse()
+        body = answer.read()
+        if answer.status not in (200, 201):
+            raise SystemExit(f"{path}: {answer.status} {body!r}")
 
     def first_rows(self, subnode):
         """Seconds from exec to the first rows of a subnode."""
@@ -129,19 +145,42 @@ def latency(root, runs):
         agent.close()
 
 
+def many_targets(root, options):
+    idle = targets.IdleTargets(root, options.count)
+    try:
+        agent = Agent(root, idle.jmx_yaml(), options.java_option)
+        try:
+            targets.measure(agent, idle, options.tables.split(","), options)
+        finally:
+            agent.close()
+    finally:
+        idle.close()
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--root", required=True, type=pathlib.Path)
-    parser.add_argument("what", choices=("start", "latency", "events", "web"))
+    parser.add_argument("what", choices=("start", "latency", "events", "web", "targets"))
     parser.add_argument("--runs", type=int, default=20)
     parser.add_argument("--build", type=pathlib.Path, help="for events and web: the build folder")
-    parser.add_argument("--seconds", type=float, default=5, help="of events and web: a round")
+    parser.add_argument("--seconds", type=float, help="of one measurement (default: 5, targets 60)")
+    parser.add_argument("--count", type=int, default=50, help="targets")
+    parser.add_argument("--tables", default=",".join(targets.TABLES))
+    parser.add_argument("--warm-up", type=int, default=90, help="seconds, for targets")
+    parser.add_argument("--rounds", type=int, default=3, help="measurements of targets")
+    parser.add_argument("--java-option", action="append", default=[],
+                        help="one more option of the agent's virtual machine")
     options = parser.parse_args()
+    if options.seconds is None:
+        options.seconds = 60 if options.what == "targets" else 5
+    root = options.root.resolve()
     if options.what in ("events", "web"):
         importlib.import_module(f"product_{options.what}").measure(options)
-        return 0
-    {"start": start, "latency": latency}[options.what](options.root.resolve(), options.runs)
+    elif options.what == "targets":
+        many_targets(root, options)
+    else:
+        {"start": start, "latency": latency}[options.what](root, options.runs)
     return 0
 
 

@@ -4,6 +4,7 @@ import com.qrv.norvel.monitoring.jmx.action.TargetActions;
 import com.qrv.norvel.monitoring.jmx.config.ConfigFile;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
+import com.qrv.norvel.monitoring.jmx.net.RmiPreload;
 import com.qrv.norvel.monitoring.jmx.notify.Notifications;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
@@ -33,6 +34,9 @@ public final class JmxApplication implements Application {
   public void configure(Agent agent) throws Exception {
     JmxConfig config = ConfigFile.load();
     EventLog log = new TraceLog(agent.log(JmxApplication.class));
+    if (!config.remote().isEmpty()) {
+      RmiPreload.begin(config.calls().timeoutMillis(), log);
+    }
     String product = agent.info().productCode();
     SelfJvm self = new SelfJvm("agent " + product, Clock.SYSTEM);
     TargetFactory factory = new JmxTargetFactory(config.calls(), Clock.SYSTEM, log);

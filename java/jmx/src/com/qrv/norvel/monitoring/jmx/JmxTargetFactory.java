@@ -6,6 +6,7 @@ import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
 import com.qrv.norvel.monitoring.jmx.target.ConnectedJvm;
 import com.qrv.norvel.monitoring.jmx.target.Dialer;
+import com.qrv.norvel.monitoring.jmx.target.LinkTimes;
 import com.qrv.norvel.monitoring.jmx.target.LocalDialer;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.target.RemoteAddress;
@@ -61,7 +62,7 @@ final class JmxTargetFactory implements TargetFactory {
           return now != null && now.isSameAs(process) && now.isAttachable();
         };
     Dialer dialer =
-        new LocalDialer(name, process.pid(), isAttachable, calls.timeoutMillis(), log);
+        new LocalDialer(name, process.pid(), isAttachable, times(), log);
     TargetIdentity identity =
         new TargetIdentity(
             name, TargetKind.LOCAL, mainClass, process.pid(), "attach:" + process.pid());
@@ -77,12 +78,16 @@ final class JmxTargetFactory implements TargetFactory {
     Path passwordFile = remote.passwordFile() == null ? null : Path.of(remote.passwordFile());
     Dialer dialer =
         new RemoteDialer(
-            remote.name(), address, remote.user(), passwordFile, calls.timeoutMillis(), log);
+            remote.name(), address, remote.user(), passwordFile, times(), log);
     TargetIdentity identity =
         new TargetIdentity(
             remote.name(), TargetKind.REMOTE, remote.name(), TargetStatus.UNKNOWN, address.url());
     // A connection takes several round trips: the registry, the server, the authentication.
     return connected(identity, dialer, 2L * calls.timeoutMillis(), targets);
+  }
+
+  private LinkTimes times() {
+    return new LinkTimes(calls.timeoutMillis(), calls.seldomSeconds() * 1000L, clock);
   }
 
   private MonitoredJvm connected(

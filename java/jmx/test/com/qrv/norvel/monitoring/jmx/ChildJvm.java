@@ -1,6 +1,8 @@
 package com.qrv.norvel.monitoring.jmx;
 
+import java.io.File;
 import java.io.IOException;
+import java.nio.file.Files;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -41,6 +43,18 @@ public final class ChildJvm implements AutoCloseable {
 
   public boolean isAlive() {
     return process.isAlive();
+  }
+
+  /** Whether every thread of it stands still; a signal takes a while on a busy machine. */
+  boolean isStopped() throws IOException {
+    File[] threads = new File("/proc/" + pid() + "/task").listFiles();
+    for (File thread : threads) {
+      String stat = Files.readString(thread.toPath().resolve("stat"));
+      if (stat.charAt(stat.lastIndexOf(')') + 2) != 'T') {
+        return false;
+      }
+    }
+    return true;
   }
 
   public void signal(String name) throws IOException, InterruptedException {

@@ -97,6 +97,7 @@ final class LocalTargetsTest {
       healthy.sample(StandardTables.MEMORY);
 
       stopped.signal("STOP");
+      Await.until("it stands still", stopped::isStopped);
       assertThatThrownBy(() -> sick.sample(StandardTables.MEMORY))
           .isInstanceOf(TargetException.class)
           .hasMessageContaining("no answer in time");
@@ -137,7 +138,7 @@ final class LocalTargetsTest {
     JmxConfig.Local local =
         new JmxConfig.Local(
             true, 1, Collections.singletonList("*ChildJvm$Main"), new ArrayList<>());
-    JmxConfig.Calls calls = new JmxConfig.Calls(CALL_MILLIS, 200, 1000, 30);
+    JmxConfig.Calls calls = new JmxConfig.Calls(CALL_MILLIS, 200, 1000, 30, 10);
     JmxConfig config = new JmxConfig(local, new ArrayList<>(), calls, 10, List.of(), List.of(), List.of());
     targets =
         new Targets(

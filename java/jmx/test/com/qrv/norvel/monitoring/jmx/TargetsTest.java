@@ -20,6 +20,7 @@ import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
 import java.util.TreeMap;
+import java.util.concurrent.atomic.AtomicInteger;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 
@@ -108,6 +109,29 @@ final class TargetsTest {
     assertThat(log.errors()).hasSize(1);
   }
 
+  @Test
+  void newBeansAreLookedForOnceAMinute() throws Exception {
+    ManualClock clock = new ManualClock();
+    factory.clock = clock;
+    factory.run(7, "com.shop.Main");
+    start(10);
+    Await.until("it is found", () -> factory.jvm("Main:7") != null);
+    FakeJvm jvm = factory.jvm("Main:7");
+    jvm.reach();
+    Await.until("it is shown", () -> subnodes.registered().contains("Main:7"));
+    targets.up(jvm);
+    assertThat(jvm.asked.get()).as("listening begins at once").isEqualTo(1);
+
+    clock.advance(59_999);
+    jvm.lose();
+    Await.until("another round is over", () -> !subnodes.registered().contains("Main:7"));
+    assertThat(jvm.asked.get()).isEqualTo(1);
+
+    clock.advance(1);
+    jvm.reach();
+    Await.until("new beans are looked for", () -> jvm.asked.get() == 2);
+  }
+
   private void start(int limit) {
     JmxConfig.Local local =
         new JmxConfig.Local(true, 1, Collections.singletonList("*"), new ArrayList<>());
@@ -115,7 +139,7 @@ final class TargetsTest {
         new JmxConfig(
             local,
             new ArrayList<>(),
-            new JmxConfig.Calls(1000, 100, 100, 30),
+            new JmxConfig.Calls(1000, 100, 100, 30, 10),
             limit,
             List.of(),
             List.of(),
@@ -132,6 +156,7 @@ final class TargetsTest {
     private final Map<Long, String> commands = new TreeMap<>();
     private final Map<String, FakeJvm> made = new HashMap<>();
     private boolean failing;
+    private volatile Clock clock = Clock.SYSTEM;
 
     synchronized void run(long pid, String command) {
       commands.put(pid, command);
@@ -151,7 +176,7 @@ final class TargetsTest {
 
     @Override
     public Clock clock() {
-      return Clock.SYSTEM;
+      return clock;
     }
 
     @Override
@@ -198,6 +223,7 @@ final class TargetsTest {
     private final Targets targets;
     private volatile boolean reached;
     private volatile boolean closed;
+    private final AtomicInteger asked = new AtomicInteger(); // work that nobody waits for
 
     FakeJvm(String name, long pid, Targets targets) {
       this.name = name;
@@ -252,7 +278,9 @@ final class TargetsTest {
     }
 
     @Override
-    public void later(String key, TargetWork<?> work) {}
+    public void later(String key, TargetWork<?> work) {
+      asked.incrementAndGet();
+    }
 
     @Override
     public <T> T work(String key, TargetWork<T> work) {

@@ -36,14 +36,28 @@ public record JmxConfig(
   public record Remote(
       String name, String url, String host, int port, String user, String passwordFile) {}
 
-  /** Times of calls on JVMs. */
+  /**
+   * Times of calls on JVMs.
+   *
+   * @param seldomSeconds how old a value may be that hardly changes; 0 reads all for each sample
+   */
   public record Calls(
-      int timeoutMillis, int retryMinMillis, int retryMaxMillis, int heartbeatSeconds) {}
+      int timeoutMillis,
+      int retryMinMillis,
+      int retryMaxMillis,
+      int heartbeatSeconds,
+      int seldomSeconds) {}
 
   /** What holds without a file. */
   public static JmxConfig defaults() {
     return new JmxConfig(
-        defaultLocal(), new ArrayList<>(), new Calls(3000, 1000, 30_000, 30), 200, List.of(), List.of(), List.of());
+        defaultLocal(),
+        new ArrayList<>(),
+        new Calls(3000, 1000, 30_000, 30, 10),
+        200,
+        List.of(),
+        List.of(),
+        List.of());
   }
 
   static Local defaultLocal() {

@@ -11,12 +11,16 @@ import java.util.logging.Logger;
  * of them only when its classes are loaded.
  */
 public final class RmiSetup {
+  private static final int MAX_DEPTH = 64;
+  private static final int MAX_COUNT = 1_000_000;
+
   /**
    * What a monitored JVM may send: open data, the exceptions and the stubs of the protocol. A value
    * of any other class costs its attribute, and no code of that class runs here.
    */
   static final String FILTER =
-      "maxdepth=64;maxrefs=1000000;maxarray=1000000;maxbytes=67108864;"
+      "maxdepth=" + MAX_DEPTH + ";maxrefs=" + MAX_COUNT + ";maxarray=" + MAX_COUNT
+          + ";maxbytes=67108864;"
           + "java.lang.*;java.lang.management.*;java.lang.reflect.Proxy;"
           + "java.math.*;java.util.*;java.util.concurrent.atomic.*;java.io.*;"
           + "java.net.ConnectException;java.net.SocketException;java.net.SocketTimeoutException;"
@@ -66,7 +70,9 @@ public final class RmiSetup {
     RMISocketFactory.setSocketFactory(made);
     // One that was given at the start of the process is the operator's own choice and stays.
     if (ObjectInputFilter.Config.getSerialFilter() == null) {
-      ObjectInputFilter.Config.setSerialFilter(ObjectInputFilter.Config.createFilter(FILTER));
+      ObjectInputFilter patterns = ObjectInputFilter.Config.createFilter(FILTER);
+      ObjectInputFilter.Config.setSerialFilter(
+          new RememberedFilter(patterns, MAX_DEPTH, MAX_COUNT));
     }
     // The connectors write their failures to standard error; each target reports its own.
     CONNECTOR_LOG.setLevel(Level.OFF);

@@ -114,7 +114,7 @@ public final class TrackedSockets extends RMISocketFactory {
   }
 
   /** A socket that leaves the book when it closes. */
-  private final class Tracked extends Socket {
+  private final class Tracked extends WarmSocket {
     private final String endpoint;
 
     Tracked(String endpoint) {

@@ -16,4 +16,12 @@ public interface BeanSource {
    *     use; a single broken attribute never throws
    */
   Object[][] read(String beans, String[] attributes) throws IOException;
+
+  /**
+   * As {@link #read(String, String[])}, but what is read {@link Rhythm#SELDOM} may have an earlier
+   * value.
+   */
+  default Object[][] read(BeanReads reads) throws IOException {
+    return read(reads.beans(), reads.attributes());
+  }
 }

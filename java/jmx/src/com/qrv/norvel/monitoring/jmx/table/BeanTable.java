@@ -13,6 +13,7 @@ public final class BeanTable {
   private final String beans;
   private final List<BeanColumn> columns;
   private final String[] attributes;
+  private final BeanReads reads;
   private final int[] attributeOfColumn;
 
   private BeanTable(Builder builder) {
@@ -31,6 +32,12 @@ public final class BeanTable {
       attributeOfColumn[i] = at;
     }
     attributes = distinct.toArray(new String[0]);
+    Rhythm[] rhythms = new Rhythm[attributes.length];
+    for (int i = 0; i < rhythms.length; i++) {
+      rhythms[i] =
+          builder.seldom.contains(attributes[i]) ? Rhythm.SELDOM : Rhythm.EACH_SAMPLE;
+    }
+    reads = new BeanReads(beans, attributes, rhythms, builder.seldomValue);
   }
 
   /** Starts the declaration of a table whose rows are the beans that {@code beans} names. */
@@ -73,7 +80,7 @@ public final class BeanTable {
    * @throws IOException when the source failed as a whole
    */
   public Object[][] read(BeanSource source, String title) throws IOException {
-    Object[][] values = source.read(beans, attributes);
+    Object[][] values = source.read(reads);
     Object[][] rows = new Object[values.length][];
     for (int bean = 0; bean < values.length; bean++) {
       Object[] row = new Object[attributeOfColumn.length];
@@ -91,6 +98,8 @@ public final class BeanTable {
     private final String name;
     private final String beans;
     private final List<BeanColumn> columns = new ArrayList<>();
+    private final List<String> seldom = new ArrayList<>();
+    private String seldomValue; // or null
 
     Builder(String name, String beans) {
       this.name = name;
@@ -119,6 +128,20 @@ public final class BeanTable {
 
     Builder title(String column, int bytes) {
       return add(column, BeanColumn.Form.TEXT, bytes, null, null, BeanColumn.Conversion.NONE);
+    }
+
+    /** These attributes hardly change, or are dear for what they tell. */
+    Builder seldom(String... some) {
+      for (String attribute : some) {
+        seldom.add(attribute);
+      }
+      return this;
+    }
+
+    /** A bean that has this value among its attributes hardly changes. */
+    Builder seldomWith(String value) {
+      seldomValue = value;
+      return this;
     }
 
     BeanTable build() {

@@ -4,7 +4,8 @@ package com.qrv.norvel.monitoring.jmx.table;
  * The tables that every JVM can fill, from its {@code java.lang} and {@code java.nio} beans.
  *
  * <p>Sizes are bytes. A maximum of -1 means that the JVM sets no limit. Columns that end in
- * {@code _MILLI} hold thousandths.
+ * {@code _MILLI} hold thousandths. What is read seldom of other JVMs hardly changes, or costs much:
+ * each memory usage is an object with a description of its own on the wire.
  */
 public final class StandardTables {
   public static final BeanTable RUNTIME =
@@ -17,6 +18,7 @@ public final class StandardTables {
           .text("JAVA_VERSION", 16, "SpecVersion")
           .int64("START_TIME_MS", "StartTime")
           .int64("UPTIME_MS", "Uptime")
+          .seldom("Pid", "VmName", "VmVendor", "VmVersion", "SpecVersion", "StartTime")
           .build();
 
   public static final BeanTable MEMORY =
@@ -30,6 +32,7 @@ public final class StandardTables {
           .int64("NONHEAP_MAX", "NonHeapMemoryUsage", "max")
           .int64("NONHEAP_INIT", "NonHeapMemoryUsage", "init")
           .int32("PENDING_FINALIZATION", "ObjectPendingFinalizationCount")
+          .seldom("NonHeapMemoryUsage")
           .build();
 
   /** The column {@code AFTER_GC_USED} has no value for pools that no collector cleans. */
@@ -43,6 +46,8 @@ public final class StandardTables {
           .int64("INIT", "Usage", "init")
           .int64("PEAK_USED", "PeakUsage", "used")
           .int64("AFTER_GC_USED", "CollectionUsage", "used")
+          .seldom("Name", "Type", "PeakUsage", "CollectionUsage")
+          .seldomWith("NON_HEAP")
           .build();
 
   public static final BeanTable GC =
@@ -50,6 +55,7 @@ public final class StandardTables {
           .text("COLLECTOR", 64, "Name")
           .int64("COLLECTIONS", "CollectionCount")
           .int64("TIME_MS", "CollectionTime")
+          .seldom("Name")
           .build();
 
   public static final BeanTable THREADS =
@@ -65,6 +71,7 @@ public final class StandardTables {
           .int32("LOADED", "LoadedClassCount")
           .int64("TOTAL_LOADED", "TotalLoadedClassCount")
           .int64("UNLOADED", "UnloadedClassCount")
+          .seldom("LoadedClassCount", "TotalLoadedClassCount", "UnloadedClassCount")
           .build();
 
   /** Memory attributes go by the names that all class libraries since 7 know. */
@@ -85,6 +92,8 @@ public final class StandardTables {
           .int64("MEMORY_FREE", "FreePhysicalMemorySize")
           .int64("SWAP_TOTAL", "TotalSwapSpaceSize")
           .int64("SWAP_FREE", "FreeSwapSpaceSize")
+          .seldom("Name", "Version", "Arch", "AvailableProcessors")
+          .seldom("MaxFileDescriptorCount", "TotalPhysicalMemorySize", "TotalSwapSpaceSize")
           .build();
 
   public static final BeanTable BUFFERPOOL =
@@ -93,6 +102,7 @@ public final class StandardTables {
           .int64("BUFFERS", "Count")
           .int64("USED", "MemoryUsed")
           .int64("CAPACITY", "TotalCapacity")
+          .seldom("Name")
           .build();
 
   private StandardTables() {}

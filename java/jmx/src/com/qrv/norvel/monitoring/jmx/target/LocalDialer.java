@@ -27,8 +27,8 @@ public final class LocalDialer extends RmiDialer {
    *     because it would not survive or could not answer
    */
   public LocalDialer(
-      String target, long pid, BooleanSupplier isAttachable, int callMillis, EventLog log) {
-    super(target, callMillis, log);
+      String target, long pid, BooleanSupplier isAttachable, LinkTimes times, EventLog log) {
+    super(target, times, log);
     this.pid = pid;
     this.isAttachable = isAttachable;
   }

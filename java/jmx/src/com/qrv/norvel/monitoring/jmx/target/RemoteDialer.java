@@ -28,9 +28,9 @@ public final class RemoteDialer extends RmiDialer {
       RemoteAddress address,
       String user,
       Path passwordFile,
-      int callMillis,
+      LinkTimes times,
       EventLog log) {
-    super(target, callMillis, log);
+    super(target, times, log);
     this.address = address;
     this.user = user;
     this.passwordFile = passwordFile;

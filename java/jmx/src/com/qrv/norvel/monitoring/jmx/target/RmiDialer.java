@@ -13,20 +13,20 @@ import javax.management.remote.rmi.RMIConnector;
 /** Opens RMI connections whose sockets can be closed under a call. */
 abstract class RmiDialer implements Dialer {
   private final String target;
-  private final int callMillis;
+  private final LinkTimes times;
   private final EventLog log;
   private volatile TargetSockets sockets; // null before the thread has come
 
-  RmiDialer(String target, int callMillis, EventLog log) {
+  RmiDialer(String target, LinkTimes times, EventLog log) {
     this.target = target;
-    this.callMillis = callMillis;
+    this.times = times;
     this.log = log;
   }
 
   @Override
   public void adoptThread() {
     try {
-      TrackedSockets factory = RmiSetup.once(callMillis);
+      TrackedSockets factory = RmiSetup.once(times.callMillis());
       TargetSockets own = new TargetSockets(factory);
       own.adoptThread();
       sockets = own;
@@ -44,14 +44,14 @@ abstract class RmiDialer implements Dialer {
     // Without this each connector has a thread that asks for a sign of life.
     environment.put("jmx.remote.x.client.connection.check.period", 0L);
     // A long poll; it has to end by itself before the socket's time is over.
-    environment.put("jmx.remote.x.notification.fetch.timeout", (long) callMillis);
+    environment.put("jmx.remote.x.notification.fetch.timeout", (long) times.callMillis());
     String[] credentials = credentials();
     if (credentials != null) {
       environment.put(JMXConnector.CREDENTIALS, credentials);
     }
     RMIConnector connector = connector(environment);
     connector.connect(environment);
-    return new RmiLink(target, connector, connector.getMBeanServerConnection(), log);
+    return new RmiLink(target, connector, connector.getMBeanServerConnection(), times, log);
   }
 
   @Override

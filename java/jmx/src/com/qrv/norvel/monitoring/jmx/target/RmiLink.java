@@ -1,6 +1,8 @@
 package com.qrv.norvel.monitoring.jmx.target;
 
 import com.qrv.norvel.monitoring.jmx.EventLog;
+import com.qrv.norvel.monitoring.jmx.table.BeanReads;
+import com.qrv.norvel.monitoring.jmx.table.Rhythm;
 import com.qrv.norvel.monitoring.jmx.table.Unavailable;
 import java.io.IOException;
 import java.rmi.UnmarshalException;
@@ -33,17 +35,24 @@ final class RmiLink implements Link {
   private final JMXConnector connector;
   private final MBeanServerConnection server;
   private final EventLog log;
-  private final Map<String, ObjectName[]> namesOfPattern = new HashMap<>();
+  private final LinkTimes times;
+  private final Map<String, KnownBeans> knownBeans = new HashMap<>(); // by name or pattern
   private final Set<String> reported = new HashSet<>();
   private final Set<String> readOneByOne = new HashSet<>();
   private final AtomicLong lost = new AtomicLong();
   private boolean countsLosses;
 
   /** Takes an open connector; {@code target} names it in messages. */
-  RmiLink(String target, JMXConnector connector, MBeanServerConnection server, EventLog log) {
+  RmiLink(
+      String target,
+      JMXConnector connector,
+      MBeanServerConnection server,
+      LinkTimes times,
+      EventLog log) {
     this.target = target;
     this.connector = connector;
     this.server = server;
+    this.times = times;
     this.log = log;
   }
 
@@ -102,38 +111,63 @@ final class RmiLink implements Link {
 
   @Override
   public Object[][] read(String beans, String[] attributes) throws IOException {
-    ObjectName[] names = names(beans);
-    Object[][] rows = new Object[names.length][];
+    Rhythm[] rhythms = new Rhythm[attributes.length];
+    Arrays.fill(rhythms, Rhythm.EACH_SAMPLE);
+    return read(new BeanReads(beans, attributes, rhythms, null));
+  }
+
+  @Override
+  public Object[][] read(BeanReads reads) throws IOException {
+    KnownBeans known = known(reads);
+    Object[][] rows = new Object[known.beans.length][];
     int found = 0;
-    for (ObjectName name : names) {
+    for (KnownBean bean : known.beans) {
       try {
-        rows[found] = readBean(name, attributes);
+        rows[found] = readBean(bean, known);
         found++;
       } catch (InstanceNotFoundException e) {
         // It went away, so the next sample asks anew which there are.
-        namesOfPattern.remove(beans);
+        knownBeans.remove(reads.beans());
       }
     }
     return found == rows.length ? rows : Arrays.copyOf(rows, found);
   }
 
-  /** The beans of a pattern stay as good as always, so they are asked for once. */
-  private ObjectName[] names(String beans) throws IOException {
-    ObjectName[] names = namesOfPattern.get(beans);
-    if (names == null) {
-      ObjectName name = objectName(beans);
-      if (name.isPattern()) {
-        names = server.queryNames(name, null).toArray(new ObjectName[0]);
-        Arrays.sort(names);
-      } else {
-        names = new ObjectName[] {name};
-      }
-      // None yet may be some later.
-      if (names.length > 0) {
-        namesOfPattern.put(beans, names);
-      }
+  /** Beans come and go seldom, so they are not looked for each time. */
+  private KnownBeans known(BeanReads reads) throws IOException {
+    KnownBeans known = knownBeans.get(reads.beans());
+    if (known != null && known.reads != reads) {
+      known = null;
     }
-    return names;
+    long now = times.clock().millis();
+    if (known == null || known.isStale(now)) {
+      known = new KnownBeans(find(reads.beans()), reads, known, now);
+      knownBeans.put(reads.beans(), known);
+    }
+    return known;
+  }
+
+  private ObjectName[] find(String beans) throws IOException {
+    ObjectName name = objectName(beans);
+    if (!name.isPattern()) {
+      return new ObjectName[] {name};
+    }
+    ObjectName[] found = server.queryNames(name, null).toArray(new ObjectName[0]);
+    Arrays.sort(found);
+    return found;
+  }
+
+  private Object[] readBean(KnownBean bean, KnownBeans known)
+      throws IOException, InstanceNotFoundException {
+    long now = times.clock().millis();
+    if (bean.isDue(now, times.seldomMillis())) {
+      bean.keep(readBean(bean.name(), known.reads.attributes()), now);
+      return bean.values();
+    }
+    if (known.isSeldom(bean)) {
+      return bean.values();
+    }
+    return bean.with(readBean(bean.name(), known.often), known.oftenPlaces);
   }
 
   private static ObjectName objectName(String text) {

@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.jmx.target;
 import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import java.io.IOException;
+import java.lang.management.ManagementFactory;
 import java.util.ArrayDeque;
 
 /** The JVM that this code runs in, read by direct calls on the caller's thread. */
@@ -20,10 +21,15 @@ public final class SelfJvm implements MonitoredJvm {
     this.title = title;
     this.clock = clock;
     TargetIdentity identity =
-        new TargetIdentity(NAME, TargetKind.SELF, title, ProcessHandle.current().pid(), "");
+        new TargetIdentity(NAME, TargetKind.SELF, title, ownPid(), "");
     long now = clock.wallMillis();
     book = new TargetBook(identity, now);
     book.become(TargetState.UP, now);
+  }
+
+  /** Not by ProcessHandle, which makes a pool of threads first. */
+  private static long ownPid() {
+    return ManagementFactory.getRuntimeMXBean().getPid();
   }
 
   @Override

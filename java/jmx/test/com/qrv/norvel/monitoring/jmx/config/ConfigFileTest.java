@@ -42,7 +42,7 @@ final class ConfigFileTest {
             "maxTargets: 3\n"
                 + "local: {enabled: no, intervalSeconds: 60, include: [a.*, b], exclude: ['*c']}\n"
                 + "calls: {timeoutMillis: 500, retryMinMillis: 200, retryMaxMillis: 400,\n"
-                + "        heartbeatSeconds: 10}\n"
+                + "        heartbeatSeconds: 10, seldomSeconds: 0}\n"
                 + "remote:\n"
                 + "  - {name: one, host: db1, port: 9010, user: u, passwordFile: p}\n"
                 + "  - {name: two, url: 'service:jmx:rmi:///jndi/rmi://h:1/jmxrmi'}\n"
@@ -63,7 +63,7 @@ final class ConfigFileTest {
     assertThat(config.local().intervalSeconds()).isEqualTo(60);
     assertThat(config.local().include()).containsExactly("a.*", "b");
     assertThat(config.local().exclude()).containsExactly("*c");
-    assertThat(config.calls()).isEqualTo(new JmxConfig.Calls(500, 200, 400, 10));
+    assertThat(config.calls()).isEqualTo(new JmxConfig.Calls(500, 200, 400, 10, 0));
     assertThat(config.remote())
         .containsExactly(
             new JmxConfig.Remote("one", null, "db1", 9010, "u", "p"),

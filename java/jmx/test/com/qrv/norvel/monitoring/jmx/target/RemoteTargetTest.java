@@ -36,6 +36,7 @@ import org.junit.jupiter.api.io.TempDir;
 /** A target behind a registry, with a password: this JVM, over the loopback interface. */
 final class RemoteTargetTest {
   private static final int CALL_MILLIS = 2000;
+  private static final LinkTimes TIMES = new LinkTimes(CALL_MILLIS, 10_000, Clock.SYSTEM);
 
   @TempDir private Path directory;
 
@@ -155,7 +156,7 @@ final class RemoteTargetTest {
             new TargetIdentity(
                 "here", TargetKind.REMOTE, "here", TargetStatus.UNKNOWN, address.url()),
             new TargetTimes(CALL_MILLIS, 2 * CALL_MILLIS, 30_000),
-            new RemoteDialer("here", address, "ann", file, CALL_MILLIS, log),
+            new RemoteDialer("here", address, "ann", file, TIMES, log),
             new Retry(60_000, 60_000, new Random(1)),
             watchdog,
             Clock.SYSTEM,

@@ -3,9 +3,12 @@ package com.qrv.norvel.monitoring.jmx.target;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
+import com.qrv.norvel.monitoring.jmx.ManualClock;
 import com.qrv.norvel.monitoring.jmx.RecordingLog;
 import com.qrv.norvel.monitoring.jmx.net.RmiSetup;
+import com.qrv.norvel.monitoring.jmx.table.BeanReads;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
+import com.qrv.norvel.monitoring.jmx.table.Rhythm;
 import com.qrv.norvel.monitoring.jmx.table.SelfBeans;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
 import com.qrv.norvel.monitoring.jmx.table.Unavailable;
@@ -30,7 +33,18 @@ final class RmiLinkTest {
   private static final int CALL_MILLIS = 1000;
 
   private final MBeanServer server = ManagementFactory.getPlatformMBeanServer();
+  private static final int SELDOM_MILLIS = 10_000;
+  private static final String[] ATTRIBUTES = {"Good", "Reads", "SeldomReads"};
+  private static final Rhythm[] RHYTHMS = {
+    Rhythm.EACH_SAMPLE, Rhythm.EACH_SAMPLE, Rhythm.SELDOM
+  };
+  private static final BeanReads ONE = new BeanReads(SAMPLE, ATTRIBUTES, RHYTHMS, null);
+  private static final BeanReads ALL =
+      new BeanReads("test:type=Sample,*", ATTRIBUTES, RHYTHMS, null);
+
   private final RecordingLog log = new RecordingLog();
+  private final ManualClock clock = new ManualClock();
+  private final LinkTimes times = new LinkTimes(CALL_MILLIS, SELDOM_MILLIS, clock);
   private JMXConnectorServer connectorServer;
   private JMXConnector connector;
   private RmiLink link;
@@ -44,7 +58,7 @@ final class RmiLinkTest {
             new JMXServiceURL("service:jmx:rmi://"), null, server);
     connectorServer.start();
     connector = JMXConnectorFactory.connect(connectorServer.getAddress());
-    link = new RmiLink("t", connector, connector.getMBeanServerConnection(), log);
+    link = new RmiLink("t", connector, connector.getMBeanServerConnection(), times, log);
   }
 
   @AfterEach
@@ -115,6 +129,65 @@ final class RmiLinkTest {
     assertThatThrownBy(() -> read("Good")).isInstanceOf(IOException.class);
   }
 
+  @Test
+  void aValueThatIsReadSeldomIsKeptForItsTime() throws IOException {
+    assertThat(link.read(ONE)).isEqualTo(new Object[][] {{7, 1, 1}});
+    assertThat(link.read(ONE)).isEqualTo(new Object[][] {{7, 2, 1}});
+
+    clock.advance(SELDOM_MILLIS - 1);
+    assertThat(link.read(ONE)).isEqualTo(new Object[][] {{7, 3, 1}});
+    clock.advance(1);
+    assertThat(link.read(ONE)).isEqualTo(new Object[][] {{7, 4, 2}});
+  }
+
+  @Test
+  void newBeansOfAPatternAreFoundWithinAMinute() throws Exception {
+    assertThat(link.read(ALL)).hasSize(1);
+    ObjectName second = new ObjectName("test:type=Sample,name=second");
+    server.registerMBean(new Sample(), second);
+    try {
+      clock.advance(60_000);
+
+      assertThat(link.read(ALL))
+          .containsExactlyInAnyOrder(new Object[] {7, 2, 2}, new Object[] {7, 1, 1});
+    } finally {
+      server.unregisterMBean(second);
+    }
+    assertThat(link.read(ALL)).isEqualTo(new Object[][] {{7, 3, 2}});
+  }
+
+  @Test
+  void aBeanThatCameBackHasNoValuesOfTheOneBefore() throws Exception {
+    link.read(ONE);
+    link.read(ONE);
+    server.unregisterMBean(new ObjectName(SAMPLE));
+    assertThat(link.read(ONE)).isEmpty();
+    server.registerMBean(new Sample(), new ObjectName(SAMPLE));
+
+    assertThat(link.read(ONE)).isEqualTo(new Object[][] {{7, 1, 1}});
+  }
+
+  @Test
+  void aBeanIsReadSeldomWhenItsValueOrAllItsAttributesSaySo() throws IOException {
+    String[] attributes = {"Kind", "Reads"};
+    Rhythm[] each = {Rhythm.EACH_SAMPLE, Rhythm.EACH_SAMPLE};
+    Rhythm[] seldom = {Rhythm.SELDOM, Rhythm.SELDOM};
+    BeanReads byKind = new BeanReads(SAMPLE, attributes, each, "QUIET");
+    BeanReads byOtherKind = new BeanReads(SAMPLE, attributes, each, "LOUD");
+    BeanReads byRhythm = new BeanReads(SAMPLE, attributes, seldom, null);
+
+    assertThat(twice(byKind)).isEqualTo(new Object[][] {{"QUIET", 1}});
+    assertThat(twice(byOtherKind)).isEqualTo(new Object[][] {{"QUIET", 3}});
+    assertThat(twice(byRhythm)).isEqualTo(new Object[][] {{"QUIET", 4}});
+    clock.advance(SELDOM_MILLIS);
+    assertThat(link.read(byRhythm)).isEqualTo(new Object[][] {{"QUIET", 5}});
+  }
+
+  private Object[][] twice(BeanReads reads) throws IOException {
+    link.read(reads);
+    return link.read(reads);
+  }
+
   private Object[][] read(String... attributes) throws IOException {
     return link.read(SAMPLE, attributes);
   }
@@ -122,6 +195,12 @@ final class RmiLinkTest {
   /** The interface of {@link Sample}. */
   public interface SampleMBean {
     int getGood();
+
+    int getReads();
+
+    int getSeldomReads();
+
+    String getKind();
 
     int getBroken();
 
@@ -132,6 +211,24 @@ final class RmiLinkTest {
 
   /** A bean with good and bad attributes. */
   public static final class Sample implements SampleMBean {
+    private int reads;
+    private int seldomReads;
+
+    @Override
+    public int getReads() {
+      return ++reads;
+    }
+
+    @Override
+    public String getKind() {
+      return "QUIET";
+    }
+
+    @Override
+    public int getSeldomReads() {
+      return ++seldomReads;
+    }
+
     @Override
     public int getGood() {
       return 7;
