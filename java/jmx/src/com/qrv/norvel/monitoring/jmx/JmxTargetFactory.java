@@ -61,7 +61,7 @@ final class JmxTargetFactory implements TargetFactory {
           return now != null && now.isSameAs(process) && now.isAttachable();
         };
     Dialer dialer =
-        new LocalDialer(name, process.pid(), isAttachable, calls.timeoutMillis(), log);
+        new LocalDialer(name, process.pid(), isAttachable, calls.timeoutMillis(), clock, log);
     TargetIdentity identity =
         new TargetIdentity(
             name, TargetKind.LOCAL, mainClass, process.pid(), "attach:" + process.pid());
