@@ -101,11 +101,27 @@ final class TargetsTest {
   @Test
   void aSearchThatFailsOnceGoesOn() throws Exception {
     factory.run(7, "com.shop.Main");
-    factory.failNextSearch();
+    factory.failNextSearch(new IllegalStateException("on purpose"));
     start(10);
 
     Await.until("it is found", () -> targets.find("Main:7") != null);
     assertThat(log.errors()).hasSize(1);
+  }
+
+  @Test
+  void whatEndsOneTurnDoesNotEndTheNext() throws Exception {
+    factory.run(7, "com.shop.Main");
+    start(10);
+    Await.until("it is found", () -> factory.jvm("Main:7") != null);
+    factory.failNextSearch(new OutOfMemoryError("on purpose"));
+    factory.jvm("Main:7").failNextLook(new StackOverflowError("on purpose"));
+    Await.until("both are reported", () -> log.errors().size() == 2);
+
+    factory.run(8, "com.shop.Main");
+    factory.jvm("Main:7").reach();
+
+    Await.until("it is shown", () -> subnodes.registered().contains("Main:7"));
+    Await.until("the other is found", () -> targets.find("Main:8") != null);
   }
 
   private void start(int limit) {
@@ -128,10 +144,18 @@ final class TargetsTest {
     targets.start();
   }
 
+  private static void raise(Throwable failure) {
+    if (failure instanceof Error error) {
+      throw error;
+    } else if (failure != null) {
+      throw (RuntimeException) failure;
+    }
+  }
+
   private static final class FakeFactory implements TargetFactory, ProcessTable {
     private final Map<Long, String> commands = new TreeMap<>();
     private final Map<String, FakeJvm> made = new HashMap<>();
-    private boolean failing;
+    private Throwable failure;
 
     synchronized void run(long pid, String command) {
       commands.put(pid, command);
@@ -141,8 +165,8 @@ final class TargetsTest {
       commands.remove(pid);
     }
 
-    synchronized void failNextSearch() {
-      failing = true;
+    synchronized void failNextSearch(Throwable thrown) {
+      failure = thrown;
     }
 
     synchronized FakeJvm jvm(String name) {
@@ -174,10 +198,9 @@ final class TargetsTest {
 
     @Override
     public synchronized List<Long> pids() {
-      if (failing) {
-        failing = false;
-        throw new IllegalStateException("on purpose");
-      }
+      Throwable thrown = failure;
+      failure = null;
+      raise(thrown);
       return new ArrayList<>(commands.keySet());
     }
 
@@ -197,6 +220,7 @@ final class TargetsTest {
     private final long pid;
     private final Targets targets;
     private volatile boolean reached;
+    private volatile Error failure;
     private volatile boolean closed;
 
     FakeJvm(String name, long pid, Targets targets) {
@@ -208,6 +232,10 @@ final class TargetsTest {
     void reach() {
       reached = true;
       targets.presenceChanged();
+    }
+
+    void failNextLook(Error thrown) {
+      failure = thrown;
     }
 
     void lose() {
@@ -226,6 +254,9 @@ final class TargetsTest {
 
     @Override
     public boolean isPresent() {
+      Error thrown = failure;
+      failure = null;
+      raise(thrown);
       return reached;
     }
 
