@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.jmx;
 import static org.assertj.core.api.Assertions.assertThat;
 
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
@@ -25,6 +26,7 @@ import org.junit.jupiter.api.Test;
 
 final class TargetsTest {
   private final RecordingSubnodes subnodes = new RecordingSubnodes();
+  private final RecordingDaemons daemons = new RecordingDaemons();
   private final RecordingLog log = new RecordingLog();
   private final FakeFactory factory = new FakeFactory();
   private Targets targets;
@@ -99,6 +101,22 @@ final class TargetsTest {
   }
 
   @Test
+  void aJvmWithThePidOfAnEarlierOneGetsADaemonOfItsOwn() throws Exception {
+    factory.run(7, "com.shop.Main");
+    start(10);
+    Await.until("it is found", () -> factory.jvm("Main:7") != null);
+    FakeJvm first = factory.jvm("Main:7");
+    first.reach();
+    Await.until("it has its daemon", () -> daemons.commands().size() == 1);
+
+    factory.restartAll();
+    Await.until("another is found", () -> factory.jvm("Main:7") != first);
+    factory.jvm("Main:7").reach();
+
+    Await.until("it has its own", () -> daemons.commands().size() == 2);
+  }
+
+  @Test
   void aSearchThatFailsOnceGoesOn() throws Exception {
     factory.run(7, "com.shop.Main");
     factory.failNextSearch(new IllegalStateException("on purpose"));
@@ -136,11 +154,12 @@ final class TargetsTest {
             List.of(),
             List.of(),
             List.of());
-    DaemonStarter daemons =
-        new DaemonStarter(List.of(), new RecordingDaemons(), Clock.SYSTEM, log);
+    DaemonRule rule =
+        new DaemonRule("watch", List.of("/opt/watch"), true, null, null, null, Map.of());
+    DaemonStarter starter = new DaemonStarter(List.of(rule), daemons, Clock.SYSTEM, log);
     Notifications notifications = new Notifications(List.of(), log);
     SelfJvm self = new SelfJvm("me", Clock.SYSTEM);
-    targets = new Targets(config, self, factory, subnodes, daemons, notifications, log);
+    targets = new Targets(config, self, factory, subnodes, starter, notifications, log);
     targets.start();
   }
 
@@ -156,6 +175,7 @@ final class TargetsTest {
     private final Map<Long, String> commands = new TreeMap<>();
     private final Map<String, FakeJvm> made = new HashMap<>();
     private Throwable failure;
+    private long startTicks = 1;
 
     synchronized void run(long pid, String command) {
       commands.put(pid, command);
@@ -163,6 +183,11 @@ final class TargetsTest {
 
     synchronized void end(long pid) {
       commands.remove(pid);
+    }
+
+    /** Other processes have the pids at once, before anybody looks. */
+    synchronized void restartAll() {
+      startTicks++;
     }
 
     synchronized void failNextSearch(Throwable thrown) {
@@ -206,7 +231,7 @@ final class TargetsTest {
 
     @Override
     public synchronized LocalProcess look(long pid) {
-      return commands.containsKey(pid) ? new LocalProcess(pid, 1, true, false, true) : null;
+      return commands.containsKey(pid) ? new LocalProcess(pid, startTicks, true, false, true) : null;
     }
 
     @Override
