@@ -231,7 +231,8 @@ final class TargetsTest {
 
     @Override
     public synchronized LocalProcess look(long pid) {
-      return commands.containsKey(pid) ? new LocalProcess(pid, startTicks, true, false, true) : null;
+      boolean runs = commands.containsKey(pid);
+      return runs ? new LocalProcess(pid, startTicks, true, false, true) : null;
     }
 
     @Override

@@ -72,7 +72,8 @@ final class ActionParser {
     ArgumentType type = type(map);
     if (!type.isNumber() && (map.has("min") || map.has("max"))) {
       throw map.error(
-          map.has("min") ? "min" : "max", "only a number has 'min' and 'max', not a " + type.text());
+          map.has("min") ? "min" : "max",
+          "only a number has 'min' and 'max', not a " + type.text());
     }
     BigDecimal min = bound(map, "min", type);
     BigDecimal max = bound(map, "max", type);

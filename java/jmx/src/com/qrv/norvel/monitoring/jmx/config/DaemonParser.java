@@ -76,8 +76,8 @@ final class DaemonParser {
     check(map, "directory", new DaemonRule("", any, perTarget, directory, null, null, none));
     check(map, "stdout", new DaemonRule("", any, perTarget, null, stdout, null, none));
     check(map, "stderr", new DaemonRule("", any, perTarget, null, null, stderr, none));
-    check(
-        map, "environment", new DaemonRule("", any, perTarget, null, null, null, rule.environment()));
+    Map<String, String> environment = rule.environment();
+    check(map, "environment", new DaemonRule("", any, perTarget, null, null, null, environment));
   }
 
   private static void check(YamlMap map, String key, DaemonRule part) throws ConfigException {

@@ -9,7 +9,7 @@ import java.net.Socket;
 
 /**
  * Bounds what is read from a socket until the next thing is written to it: with RMI, an answer. The
- * filter of deserialization can't do that, as it is not asked about texts and the content of arrays.
+ * filter of deserialization can't do that: it is not asked about texts and the content of arrays.
  */
 final class AnswerBound {
   private final Socket socket;

@@ -74,7 +74,8 @@ public final class RmiSetup {
     RMISocketFactory.setSocketFactory(made);
     // One that was given at the start of the process is the operator's own choice and stays.
     if (ObjectInputFilter.Config.getSerialFilter() == null) {
-      ObjectInputFilter.Config.setSerialFilter(ObjectInputFilter.Config.createFilter(filter(answer)));
+      ObjectInputFilter filter = ObjectInputFilter.Config.createFilter(filter(answer));
+      ObjectInputFilter.Config.setSerialFilter(filter);
     }
     // The connectors write their failures to standard error; each target reports its own.
     CONNECTOR_LOG.setLevel(Level.OFF);

@@ -48,7 +48,8 @@ final class TargetActionsTest {
           "clear",
           List.of(
               new Argument("region", ArgumentType.STRING, List.of("eu", "us"), null, null),
-              new Argument("days", ArgumentType.INT, List.of(), BigDecimal.ONE, BigDecimal.valueOf(30))),
+              new Argument(
+                  "days", ArgumentType.INT, List.of(), BigDecimal.ONE, BigDecimal.valueOf(30))),
           "empties the cache");
   private static final Operation FAIL =
       new Operation("fail", "zel.test:type=Cache,name=one", "fail", List.of(), "");

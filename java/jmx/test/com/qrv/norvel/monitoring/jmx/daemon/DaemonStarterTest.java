@@ -115,7 +115,13 @@ final class DaemonStarterTest {
     environment.put("DEBUG", null);
     DaemonRule rule =
         new DaemonRule(
-            "d", List.of("/bin/d"), true, "/tmp/${pid}", "/var/log/${subnode}.out", null, environment);
+            "d",
+            List.of("/bin/d"),
+            true,
+            "/tmp/${pid}",
+            "/var/log/${subnode}.out",
+            null,
+            environment);
 
     DaemonCommand command = rule.command("5", "shop");
 

@@ -26,7 +26,8 @@ final class RmiSetupTest {
   @Test
   void whatAnArrayOrACollectionAnnouncesFitsIntoTheHeap() throws Exception {
     assertThat(received(new Object[100_000])).isInstanceOf(Object[].class);
-    assertThat(received(new ArrayList<>(Collections.nCopies(1000, 7)))).isInstanceOf(ArrayList.class);
+    assertThat(received(new ArrayList<>(Collections.nCopies(1000, 7))))
+        .isInstanceOf(ArrayList.class);
 
     assertThatThrownBy(() -> received(new Object[200_000]))
         .isInstanceOf(InvalidClassException.class);
