@@ -8,7 +8,7 @@
 
 #include "actions/command_check.h"
 #include "engine/reports.h"
-#include "events/journal.h"
+#include "journal/journal.h"
 #include "fuzz/fuzz_target.h"
 #include "situations/situation_check.h"
 #include "support/event_batches.h"

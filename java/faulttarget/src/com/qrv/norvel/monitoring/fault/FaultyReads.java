@@ -5,6 +5,7 @@ import java.lang.reflect.InvocationTargetException;
 import java.lang.reflect.Method;
 import java.util.ArrayList;
 import java.util.List;
+import java.util.Set;
 import javax.management.Attribute;
 import javax.management.AttributeList;
 import javax.management.MBeanServer;
@@ -15,6 +16,11 @@ import javax.management.ObjectName;
  * passes through. The control bean is spared, so that the faults can be switched off again.
  */
 final class FaultyReads implements InvocationHandler {
+  /** What the agent's own actions call; the other operations of these beans load code, say. */
+  private static final Set<String> OPERATIONS =
+      Set.of(
+          "java.lang:type=Memory gc", "com.sun.management:type=DiagnosticCommand gcClassHistogram");
+
   private final MBeanServer sound;
   private final FaultSettings settings;
 
@@ -30,12 +36,22 @@ final class FaultyReads implements InvocationHandler {
         return read((ObjectName) arguments[0], (String) arguments[1]);
       case "getAttributes":
         return read((ObjectName) arguments[0], (String[]) arguments[1]);
+      case "invoke":
+        checkOperation((ObjectName) arguments[0], (String) arguments[1]);
+        return pass(method, arguments);
       case "createMBean":
       case "instantiate":
         // The port has no password: whoever finds it may look, but not bring code.
         throw new SecurityException("a fault target makes no objects for others");
       default:
         return pass(method, arguments);
+    }
+  }
+
+  private static void checkOperation(ObjectName bean, String operation) {
+    boolean isOwn = bean.getDomain().equals(Control.NAME.getDomain());
+    if (!isOwn && !OPERATIONS.contains(bean.getCanonicalName() + ' ' + operation)) {
+      throw new SecurityException("a fault target does not do " + operation + " for others");
     }
   }
 

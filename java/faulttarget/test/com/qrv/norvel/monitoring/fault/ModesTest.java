@@ -209,6 +209,29 @@ class ModesTest {
   }
 
   @Test
+  void clientsCallWhatTheAgentNeedsAndNothingElse() throws Exception {
+    try (ChildTarget target = ChildTarget.start();
+        JMXConnector connector = target.connect()) {
+      MBeanServerConnection server = connector.getMBeanServerConnection();
+      ObjectName diagnostics = Names.of("com.sun.management:type=DiagnosticCommand");
+      Object[] none = {new String[0]};
+      String[] texts = {String[].class.getName()};
+
+      server.invoke(Names.of("java.lang:type=Memory"), "gc", null, null);
+      assertThat(server.invoke(diagnostics, "gcClassHistogram", none, texts)).asString()
+          .contains("#instances");
+
+      assertThatThrownBy(
+          () -> server.invoke(
+              diagnostics, "jvmtiAgentLoad", new Object[] {new String[] {"/x.so"}}, texts))
+          .isInstanceOf(SecurityException.class)
+          .hasMessage("a fault target does not do jvmtiAgentLoad for others");
+      assertThatThrownBy(() -> server.invoke(THREADING, "resetPeakThreadCount", null, null))
+          .isInstanceOf(SecurityException.class);
+    }
+  }
+
+  @Test
   void clientsCanNotBringObjects() throws Exception {
     try (ChildTarget target = ChildTarget.start();
         JMXConnector connector = target.connect()) {

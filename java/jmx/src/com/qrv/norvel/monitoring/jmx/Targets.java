@@ -16,6 +16,7 @@ import com.qrv.norvel.monitoring.jmx.web.TargetBoard;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnode;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnodes;
 import java.util.ArrayList;
+import java.util.HashMap;
 import java.util.HashSet;
 import java.util.LinkedHashMap;
 import java.util.List;
@@ -40,9 +41,13 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
 
   private final Map<String, MonitoredJvm> jvms = new LinkedHashMap<>(); // guarded by jvms
   private final Set<String> registered = new HashSet<>(); // the thread's alone, once it runs
+  private final Map<String, Long> starts = new HashMap<>(); // of processes; the thread's alone
   private final Set<String> refused = new HashSet<>(); // the thread's alone
 
-  private String searchFailure = ""; // the thread's alone
+  private String searchFailure = ""; // the thread's alone, as what follows
+  private String turnFailure = "";
+  private long nextScan;
+  private long nextListening;
 
   private boolean woken; // guarded by this
   private boolean closed; // guarded by this
@@ -117,46 +122,65 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
     for (JmxConfig.Remote remote : config.remote()) {
       addRemote(remote);
     }
-    followPresence();
     LocalDiscovery discovery = null;
     if (config.local().enabled()) {
       ProcessTable processes = factory.processes();
       Patterns patterns = new Patterns(config.local().include(), config.local().exclude());
       discovery = new LocalDiscovery(processes, patterns, this);
     }
+    nextScan = discovery == null ? Long.MAX_VALUE : factory.clock().millis();
+    nextListening = factory.clock().millis() + LISTENING_MILLIS;
     try {
-      long nextScan = discovery == null ? Long.MAX_VALUE : factory.clock().millis();
-      long nextListening = factory.clock().millis() + LISTENING_MILLIS;
       do {
-        long now = factory.clock().millis();
-        if (now >= nextScan) {
-          nextScan = now + config.local().intervalSeconds() * 1000L;
-          scan(discovery);
-        }
-        if (now >= nextListening) {
-          nextListening = now + LISTENING_MILLIS;
-          notifications.run();
-        }
-        followPresence();
+        turn(discovery);
       } while (awaitChange(Math.min(nextScan, nextListening)));
     } catch (InterruptedException e) {
       Thread.currentThread().interrupt();
     }
   }
 
+  /** Nothing ends it: the next turn may do better, when there is memory again say. */
+  private void turn(LocalDiscovery discovery) {
+    try {
+      long now = factory.clock().millis();
+      if (now >= nextScan) {
+        nextScan = now + config.local().intervalSeconds() * 1000L;
+        scan(discovery);
+      }
+      if (now >= nextListening) {
+        nextListening = now + LISTENING_MILLIS;
+        notifications.run();
+      }
+      followPresence();
+      daemons.run();
+      turnFailure = "";
+    } catch (RuntimeException | Error e) {
+      turnFailure = reported("the book of targets is not up to date: ", e, turnFailure);
+    }
+  }
+
   private void scan(LocalDiscovery discovery) {
-    String failure = "";
     try {
       discovery.scan();
-    } catch (RuntimeException | LinkageError e) {
-      // The next look may do better, and the known targets stay. A runtime without the attach
-      // module ends here each time.
-      failure = "the search for local JVMs failed: " + e;
+      searchFailure = "";
+    } catch (RuntimeException | Error e) {
+      // The known targets stay. A runtime without the attach module ends here each time.
+      searchFailure = reported("the search for local JVMs failed: ", e, searchFailure);
     }
-    if (!failure.isEmpty() && !failure.equals(searchFailure)) {
-      log.error(failure);
+  }
+
+  /** Logs what is not the same as last time, and returns it. */
+  private String reported(String what, Throwable failure, String last) {
+    try {
+      String text = what + failure;
+      if (!text.equals(last)) {
+        log.error(text);
+      }
+      return text;
+    } catch (RuntimeException | Error e) {
+      // There is not even memory to tell of it; the next time there may be.
+      return "";
     }
-    searchFailure = failure;
   }
 
   /** Waits until a target has changed or {@code next} has come; false when all is over. */
@@ -184,6 +208,7 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
     }
     if (reason == null) {
       refused.remove(name);
+      starts.put(name, process.startTicks());
       add(factory.local(process, name, mainClass, this));
     } else if (refused.size() < config.maxTargets() && refused.add(name)) {
       log.error("the local JVM " + name + " is not monitored: " + reason);
@@ -202,6 +227,8 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
       notifications.forget(jvm);
       log.info("the local JVM " + name + " has ended");
     }
+    starts.remove(name);
+    daemons.vanished(name);
     if (registered.remove(name)) {
       subnodes.deregister(name);
     }
@@ -218,8 +245,8 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
   private void addRemote(JmxConfig.Remote remote) {
     try {
       add(factory.remote(remote, this));
-    } catch (RuntimeException e) {
-      log.error("the remote JVM " + remote.name() + " can't be monitored: " + e);
+    } catch (RuntimeException | Error e) {
+      reported("the remote JVM " + remote.name() + " can't be monitored: ", e, "");
     }
   }
 
@@ -246,7 +273,7 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
     String pid = status.pid() == TargetStatus.UNKNOWN ? "" : Long.toString(status.pid());
     subnodes.register(new Subnode(jvm.name(), "JVM", status.kind().text(), pid));
     registered.add(jvm.name());
-    daemons.present(status);
+    daemons.present(status, starts.getOrDefault(jvm.name(), 0L));
   }
 
   private List<MonitoredJvm> all() {

@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.jmx;
 import static org.assertj.core.api.Assertions.assertThat;
 
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
+import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
@@ -26,6 +27,7 @@ import org.junit.jupiter.api.Test;
 
 final class TargetsTest {
   private final RecordingSubnodes subnodes = new RecordingSubnodes();
+  private final RecordingDaemons daemons = new RecordingDaemons();
   private final RecordingLog log = new RecordingLog();
   private final FakeFactory factory = new FakeFactory();
   private Targets targets;
@@ -100,9 +102,25 @@ final class TargetsTest {
   }
 
   @Test
+  void aJvmWithThePidOfAnEarlierOneGetsADaemonOfItsOwn() throws Exception {
+    factory.run(7, "com.shop.Main");
+    start(10);
+    Await.until("it is found", () -> factory.jvm("Main:7") != null);
+    FakeJvm first = factory.jvm("Main:7");
+    first.reach();
+    Await.until("it has its daemon", () -> daemons.commands().size() == 1);
+
+    factory.restartAll();
+    Await.until("another is found", () -> factory.jvm("Main:7") != first);
+    factory.jvm("Main:7").reach();
+
+    Await.until("it has its own", () -> daemons.commands().size() == 2);
+  }
+
+  @Test
   void aSearchThatFailsOnceGoesOn() throws Exception {
     factory.run(7, "com.shop.Main");
-    factory.failNextSearch();
+    factory.failNextSearch(new IllegalStateException("on purpose"));
     start(10);
 
     Await.until("it is found", () -> targets.find("Main:7") != null);
@@ -132,6 +150,22 @@ final class TargetsTest {
     Await.until("new beans are looked for", () -> jvm.asked.get() == 2);
   }
 
+  @Test
+  void whatEndsOneTurnDoesNotEndTheNext() throws Exception {
+    factory.run(7, "com.shop.Main");
+    start(10);
+    Await.until("it is found", () -> factory.jvm("Main:7") != null);
+    factory.failNextSearch(new OutOfMemoryError("on purpose"));
+    factory.jvm("Main:7").failNextLook(new StackOverflowError("on purpose"));
+    Await.until("both are reported", () -> log.errors().size() == 2);
+
+    factory.run(8, "com.shop.Main");
+    factory.jvm("Main:7").reach();
+
+    Await.until("it is shown", () -> subnodes.registered().contains("Main:7"));
+    Await.until("the other is found", () -> targets.find("Main:8") != null);
+  }
+
   private void start(int limit) {
     JmxConfig.Local local =
         new JmxConfig.Local(true, 1, Collections.singletonList("*"), new ArrayList<>());
@@ -144,18 +178,28 @@ final class TargetsTest {
             List.of(),
             List.of(),
             List.of());
-    DaemonStarter daemons =
-        new DaemonStarter(List.of(), new RecordingDaemons(), Clock.SYSTEM, log);
+    DaemonRule rule =
+        new DaemonRule("watch", List.of("/opt/watch"), true, null, null, null, Map.of());
+    DaemonStarter starter = new DaemonStarter(List.of(rule), daemons, Clock.SYSTEM, log);
     Notifications notifications = new Notifications(List.of(), log);
     SelfJvm self = new SelfJvm("me", Clock.SYSTEM);
-    targets = new Targets(config, self, factory, subnodes, daemons, notifications, log);
+    targets = new Targets(config, self, factory, subnodes, starter, notifications, log);
     targets.start();
+  }
+
+  private static void raise(Throwable failure) {
+    if (failure instanceof Error error) {
+      throw error;
+    } else if (failure != null) {
+      throw (RuntimeException) failure;
+    }
   }
 
   private static final class FakeFactory implements TargetFactory, ProcessTable {
     private final Map<Long, String> commands = new TreeMap<>();
     private final Map<String, FakeJvm> made = new HashMap<>();
-    private boolean failing;
+    private Throwable failure;
+    private long startTicks = 1;
     private volatile Clock clock = Clock.SYSTEM;
 
     synchronized void run(long pid, String command) {
@@ -166,8 +210,13 @@ final class TargetsTest {
       commands.remove(pid);
     }
 
-    synchronized void failNextSearch() {
-      failing = true;
+    /** Other processes have the pids at once, before anybody looks. */
+    synchronized void restartAll() {
+      startTicks++;
+    }
+
+    synchronized void failNextSearch(Throwable thrown) {
+      failure = thrown;
     }
 
     synchronized FakeJvm jvm(String name) {
@@ -199,16 +248,16 @@ final class TargetsTest {
 
     @Override
     public synchronized List<Long> pids() {
-      if (failing) {
-        failing = false;
-        throw new IllegalStateException("on purpose");
-      }
+      Throwable thrown = failure;
+      failure = null;
+      raise(thrown);
       return new ArrayList<>(commands.keySet());
     }
 
     @Override
     public synchronized LocalProcess look(long pid) {
-      return commands.containsKey(pid) ? new LocalProcess(pid, 1, true, false, true) : null;
+      boolean runs = commands.containsKey(pid);
+      return runs ? new LocalProcess(pid, startTicks, true, false, true) : null;
     }
 
     @Override
@@ -222,6 +271,7 @@ final class TargetsTest {
     private final long pid;
     private final Targets targets;
     private volatile boolean reached;
+    private volatile Error failure;
     private volatile boolean closed;
     private final AtomicInteger asked = new AtomicInteger(); // work that nobody waits for
 
@@ -234,6 +284,10 @@ final class TargetsTest {
     void reach() {
       reached = true;
       targets.presenceChanged();
+    }
+
+    void failNextLook(Error thrown) {
+      failure = thrown;
     }
 
     void lose() {
@@ -252,6 +306,9 @@ final class TargetsTest {
 
     @Override
     public boolean isPresent() {
+      Error thrown = failure;
+      failure = null;
+      raise(thrown);
       return reached;
     }
 

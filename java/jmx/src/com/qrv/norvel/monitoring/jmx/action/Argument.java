@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.action;
 
+import java.math.BigDecimal;
 import java.util.List;
 import java.util.Locale;
 
@@ -13,7 +14,7 @@ import java.util.Locale;
  * @param max the greatest number that is taken; null without a bound
  */
 public record Argument(
-    String name, ArgumentType type, List<String> choices, Double min, Double max) {
+    String name, ArgumentType type, List<String> choices, BigDecimal min, BigDecimal max) {
   public Argument {
     choices = List.copyOf(choices);
   }
@@ -32,16 +33,27 @@ public record Argument(
     if (value == null) {
       throw new IllegalArgumentException("expected " + type.text() + ", not '" + word + "'");
     }
-    if (value instanceof Number number) {
-      checkRange(number.doubleValue(), word);
+    if (value instanceof Number && !isInRange(value)) {
+      throw new IllegalArgumentException("expected " + range() + ", not '" + word + "'");
     }
     return value;
   }
 
-  private void checkRange(double number, String word) {
-    if ((min != null && number < min) || (max != null && number > max)) {
-      throw new IllegalArgumentException("expected " + range() + ", not '" + word + "'");
+  /** Whether a word is a value for it. */
+  public boolean accepts(String word) {
+    try {
+      valueOf(word);
+      return true;
+    } catch (IllegalArgumentException e) {
+      return false;
     }
+  }
+
+  /** By its decimal digits: a double can't tell great numbers apart. */
+  private boolean isInRange(Object value) {
+    BigDecimal number = new BigDecimal(value.toString());
+    return (min == null || number.compareTo(min) >= 0)
+        && (max == null || number.compareTo(max) <= 0);
   }
 
   private String range() {

@@ -2,6 +2,7 @@ package com.qrv.norvel.monitoring.jmx.action;
 
 import com.qrv.norvel.monitoring.jmx.target.Link;
 import com.qrv.norvel.monitoring.jmx.target.TargetWork;
+import java.math.BigDecimal;
 import java.util.List;
 import javax.management.InstanceNotFoundException;
 import javax.management.ObjectName;
@@ -14,7 +15,8 @@ final class HeapHistogram implements TargetAction {
   private static final String BEAN = "com.sun.management:type=DiagnosticCommand";
 
   private static final Argument LINES =
-      new Argument("lines", ArgumentType.INT, List.of(), 1.0, (double) MAX_LINES);
+      new Argument(
+          "lines", ArgumentType.INT, List.of(), BigDecimal.ONE, BigDecimal.valueOf(MAX_LINES));
 
   @Override
   public String word() {

@@ -1,6 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.action;
 
-import java.util.Arrays;
+import java.lang.reflect.Array;
 import java.util.Collection;
 import java.util.Map;
 import javax.management.openmbean.CompositeData;
@@ -26,25 +26,23 @@ final class ResultText {
   }
 
   private void add(Object value, int depth) {
-    if (text.length() > MAX_LENGTH) {
+    if (isFull()) {
       return;
     }
     if (depth > MAX_DEPTH) {
       text.append("...");
-    } else if (value instanceof Object[] array) {
-      addAll(Arrays.asList(array), depth);
+    } else if (value != null && value.getClass().isArray()) {
+      addArray(value, depth);
     } else if (value instanceof TabularData table) {
       addAll(table.values(), depth);
     } else if (value instanceof Collection<?> collection) {
       addAll(collection, depth);
     } else if (value instanceof CompositeData data) {
-      String separator = "{";
-      for (String key : data.getCompositeType().keySet()) {
-        text.append(separator).append(key).append('=');
-        add(data.get(key), depth + 1);
-        separator = ", ";
-      }
-      text.append('}');
+      addFields(data, depth);
+    } else if (value instanceof Map.Entry<?, ?> entry) {
+      add(entry.getKey(), depth + 1);
+      text.append('=');
+      add(entry.getValue(), depth + 1);
     } else if (value instanceof Map<?, ?> map) {
       addAll(map.entrySet(), depth);
     } else {
@@ -52,14 +50,46 @@ final class ResultText {
     }
   }
 
+  private void addFields(CompositeData data, int depth) {
+    String separator = "{";
+    for (String key : data.getCompositeType().keySet()) {
+      if (isFull()) {
+        return;
+      }
+      text.append(separator);
+      addPlain(key);
+      text.append('=');
+      add(data.get(key), depth + 1);
+      separator = ", ";
+    }
+    text.append('}');
+  }
+
+  /** An array of anything, of numbers too. */
+  private void addArray(Object array, int depth) {
+    text.append('[');
+    for (int i = 0; i < Array.getLength(array) && !isFull(); i++) {
+      text.append(i == 0 ? "" : ", ");
+      add(Array.get(array, i), depth + 1);
+    }
+    text.append(']');
+  }
+
   private void addAll(Collection<?> values, int depth) {
     String separator = "[";
     for (Object each : values) {
+      if (isFull()) {
+        return;
+      }
       text.append(separator);
       add(each, depth + 1);
       separator = ", ";
     }
     text.append(values.isEmpty() ? "[]" : "]");
+  }
+
+  private boolean isFull() {
+    return text.length() > MAX_LENGTH;
   }
 
   private void addPlain(String plain) {

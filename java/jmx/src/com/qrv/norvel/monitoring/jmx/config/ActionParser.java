@@ -4,6 +4,7 @@ import com.qrv.norvel.monitoring.jmx.action.Argument;
 import com.qrv.norvel.monitoring.jmx.action.ArgumentType;
 import com.qrv.norvel.monitoring.jmx.action.Operation;
 import com.qrv.norvel.monitoring.jmx.action.TargetActions;
+import java.math.BigDecimal;
 import java.util.ArrayList;
 import java.util.HashSet;
 import java.util.List;
@@ -51,38 +52,59 @@ final class ActionParser {
     }
     String bean = BeanNames.checked(map);
     List<Argument> arguments = new ArrayList<>();
+    Set<String> names = new HashSet<>();
     for (Node element : map.list("arguments")) {
-      arguments.add(argument(element));
+      arguments.add(argument(element, names));
     }
     String description = map.text("description");
     return new Operation(
         word, bean, map.required("operation"), arguments, description == null ? "" : description);
   }
 
-  private Argument argument(Node node) throws ConfigException {
+  private Argument argument(Node node, Set<String> names) throws ConfigException {
     YamlMap map =
         new YamlMap(
             file, "an element of arguments", node, "name", "type", "choices", "min", "max");
     String name = map.required("name");
+    if (!names.add(name)) {
+      throw map.error("name", "the name '" + name + "' is taken");
+    }
     ArgumentType type = type(map);
+    if (!type.isNumber() && (map.has("min") || map.has("max"))) {
+      throw map.error(
+          map.has("min") ? "min" : "max",
+          "only a number has 'min' and 'max', not a " + type.text());
+    }
+    BigDecimal min = bound(map, "min", type);
+    BigDecimal max = bound(map, "max", type);
+    if (min != null && max != null && min.compareTo(max) > 0) {
+      throw map.error("max", "'max' must be at least 'min'");
+    }
+    return new Argument(name, type, choices(map, type, min, max), min, max);
+  }
+
+  private static BigDecimal bound(YamlMap map, String key, ArgumentType type)
+      throws ConfigException {
+    BigDecimal bound = map.number(key);
+    if (bound != null && !type.holds(bound)) {
+      throw map.error(key, "'" + key + "' must be a value of the type " + type.text());
+    }
+    return bound;
+  }
+
+  private static List<String> choices(
+      YamlMap map, ArgumentType type, BigDecimal min, BigDecimal max) throws ConfigException {
     List<String> choices = map.texts("choices", List.of());
+    Argument any = new Argument("", type, List.of(), min, max);
     for (String choice : choices) {
       if (type.parse(choice) == null) {
         throw map.error("choices", "'" + choice + "' is no " + type.text());
       }
+      if (!any.accepts(choice)) {
+        throw map.error("choices", "'" + choice + "' is not between 'min' and 'max'");
+      }
     }
-    boolean isNumber =
-        type == ArgumentType.INT || type == ArgumentType.LONG || type == ArgumentType.DOUBLE;
-    if (!isNumber && (map.has("min") || map.has("max"))) {
-      throw map.error(
-          map.has("min") ? "min" : "max", "only a number has 'min' and 'max', not a " + type.text());
-    }
-    Double min = map.number("min");
-    Double max = map.number("max");
-    if (min != null && max != null && min > max) {
-      throw map.error("max", "'max' must be at least 'min'");
-    }
-    return new Argument(name, type, choices, min, max);
+    return choices;
   }
 
   private static ArgumentType type(YamlMap map) throws ConfigException {

@@ -74,7 +74,8 @@ final class ConfigParser {
             "timeoutMillis",
             "retryMinMillis",
             "retryMaxMillis",
-            "heartbeatSeconds");
+            "heartbeatSeconds",
+            "seldomSeconds");
     int retryMin = map.integer("retryMinMillis", 100, 600_000, defaults.retryMinMillis());
     int retryMax =
         map.integer(
@@ -86,7 +87,8 @@ final class ConfigParser {
         map.integer("timeoutMillis", 100, 60_000, defaults.timeoutMillis()),
         retryMin,
         retryMax,
-        map.integer("heartbeatSeconds", 1, 3600, defaults.heartbeatSeconds()));
+        map.integer("heartbeatSeconds", 1, 3600, defaults.heartbeatSeconds()),
+        map.integer("seldomSeconds", 0, 3600, defaults.seldomSeconds()));
   }
 
   private JmxConfig.Remote remote(Node node, Set<String> names) throws ConfigException {

@@ -60,16 +60,39 @@ final class DaemonParser {
             map.text("stdout"),
             map.text("stderr"),
             environment);
-    try {
-      rule.command("1", "subnode");
-    } catch (IllegalArgumentException e) {
-      throw map.error("command", "the daemon can't be started: " + e.getMessage());
-    }
-    boolean isTargetNamed = String.join(" ", words).contains("${");
-    if (!rule.perTarget() && isTargetNamed) {
-      throw map.error("command", "${pid} and ${subnode} have a meaning 'for: target' only");
-    }
+    checkEachPart(map, rule);
     return rule;
+  }
+
+  /** Each part by itself, so that a mistake is told where it stands. */
+  private static void checkEachPart(YamlMap map, DaemonRule rule) throws ConfigException {
+    boolean perTarget = rule.perTarget();
+    List<String> any = List.of("/any");
+    Map<String, String> none = Map.of();
+    String directory = rule.directory();
+    String stdout = rule.stdout();
+    String stderr = rule.stderr();
+    check(map, "command", new DaemonRule("", rule.words(), perTarget, null, null, null, none));
+    check(map, "directory", new DaemonRule("", any, perTarget, directory, null, null, none));
+    check(map, "stdout", new DaemonRule("", any, perTarget, null, stdout, null, none));
+    check(map, "stderr", new DaemonRule("", any, perTarget, null, null, stderr, none));
+    Map<String, String> environment = rule.environment();
+    check(map, "environment", new DaemonRule("", any, perTarget, null, null, null, environment));
+  }
+
+  private static void check(YamlMap map, String key, DaemonRule part) throws ConfigException {
+    String variable = part.strayVariable();
+    if (variable != null) {
+      throw map.error(
+          key,
+          "'" + variable + "' has no meaning"
+              + (part.perTarget() ? "; there are ${pid} and ${subnode}" : " 'for: agent'"));
+    }
+    try {
+      part.command("1", "subnode");
+    } catch (IllegalArgumentException e) {
+      throw map.error(key, "the daemon can't be started: " + e.getMessage());
+    }
   }
 
   private static boolean isPerTarget(YamlMap map) throws ConfigException {

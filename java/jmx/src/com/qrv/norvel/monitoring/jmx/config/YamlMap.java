@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.config;
 
+import java.math.BigDecimal;
 import java.nio.file.InvalidPathException;
 import java.nio.file.Path;
 import java.util.ArrayList;
@@ -116,14 +117,14 @@ final class YamlMap {
   }
 
   /** The number, or null without the key. */
-  Double number(String key) throws ConfigException {
+  BigDecimal number(String key) throws ConfigException {
     Node value = values.get(key);
     if (value == null) {
       return null;
     }
     if (value.getTag() == Tag.INT || value.getTag() == Tag.FLOAT) {
       try {
-        return Double.valueOf(((ScalarNode) value).getValue());
+        return new BigDecimal(((ScalarNode) value).getValue());
       } catch (NumberFormatException e) {
         throw error(value, "'" + key + "' must be a decimal number");
       }

@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.daemon;
 
 import com.qrv.norvel.monitoring.toolkit.agent.DaemonCommand;
+import java.util.ArrayList;
 import java.util.Collections;
 import java.util.LinkedHashMap;
 import java.util.List;
@@ -9,8 +10,10 @@ import java.util.Map;
 /**
  * A daemon as the configuration wants it. Immutable.
  *
+ * <p>Everywhere but in names {@code ${pid}} and {@code ${subnode}} stand for the target's.
+ *
  * @param name for people
- * @param words program and arguments; {@code ${pid}} and {@code ${subnode}} stand for the target's
+ * @param words program and arguments
  * @param perTarget whether each local target gets one, rather than the agent
  * @param directory absolute; null leaves the agent's
  * @param stdout absolute; null drops the output
@@ -41,7 +44,7 @@ public record DaemonRule(
       command.arg(fill(word, pid, subnode));
     }
     if (directory != null) {
-      command.directory(directory);
+      command.directory(fill(directory, pid, subnode));
     }
     if (stdout != null) {
       command.stdout(fill(stdout, pid, subnode));
@@ -53,10 +56,31 @@ public record DaemonRule(
       if (variable.getValue() == null) {
         command.unsetEnv(variable.getKey());
       } else {
-        command.setEnv(variable.getKey(), variable.getValue());
+        command.setEnv(variable.getKey(), fill(variable.getValue(), pid, subnode));
       }
     }
     return command.build();
+  }
+
+  /**
+   * The first text in it that looks like a variable and would reach the program as it stands, or
+   * that has no meaning because there is no target; null without one.
+   */
+  public String strayVariable() {
+    List<String> texts = new ArrayList<>(words);
+    texts.add(directory);
+    texts.add(stdout);
+    texts.add(stderr);
+    texts.addAll(environment.values());
+    for (String text : texts) {
+      String left = text == null ? "" : perTarget ? fill(text, "", "") : text;
+      int begin = left.indexOf("${");
+      if (begin >= 0) {
+        int end = left.indexOf('}', begin);
+        return end < 0 ? left.substring(begin) : left.substring(begin, end + 1);
+      }
+    }
+    return null;
   }
 
   private static String fill(String text, String pid, String subnode) {

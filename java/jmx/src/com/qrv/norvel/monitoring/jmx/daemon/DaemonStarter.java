@@ -7,11 +7,17 @@ import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
 import com.qrv.norvel.monitoring.toolkit.agent.DaemonCommand;
 import com.qrv.norvel.monitoring.toolkit.agent.Daemons;
 import java.util.ArrayDeque;
+import java.util.Iterator;
+import java.util.LinkedHashMap;
 import java.util.LinkedHashSet;
 import java.util.List;
+import java.util.Map;
 import java.util.Set;
 
-/** Starts the daemons of the configuration, each once for its process. One thread uses it. */
+/**
+ * Starts the daemons of the configuration, each once for its process while this agent runs. One
+ * thread uses it.
+ */
 public final class DaemonStarter {
   /** So many daemons are started within an hour at most: targets may come and go in a loop. */
   static final int MAX_PER_HOUR = 100;
@@ -26,6 +32,7 @@ public final class DaemonStarter {
   private final Clock clock;
   private final EventLog log;
   private final Set<String> started = new LinkedHashSet<>();
+  private final Map<String, Due> waiting = new LinkedHashMap<>();
   private final ArrayDeque<Long> starts = new ArrayDeque<>();
   private boolean limitReported;
 
@@ -36,42 +43,68 @@ public final class DaemonStarter {
     this.log = log;
   }
 
-  /** A target is there now, perhaps again. The agent itself is one. */
-  public void present(TargetStatus target) {
+  /**
+   * A target is there now, perhaps again. The agent itself is one.
+   *
+   * @param startTicks when the process started, which tells it from others with its pid
+   */
+  public void present(TargetStatus target, long startTicks) {
     boolean isSelf = target.kind() == TargetKind.SELF;
     for (int i = 0; i < rules.size(); i++) {
       DaemonRule rule = rules.get(i);
       // Of a target on another machine there is nothing that a daemon here could work on.
       boolean wanted = rule.perTarget() ? target.kind() == TargetKind.LOCAL : isSelf;
-      if (wanted && remember(rule.name() + ' ' + target.pid())) {
-        start(rule, target);
+      String key = rule.name() + ' ' + target.pid() + ' ' + startTicks;
+      if (wanted && !started.contains(key)) {
+        waiting.putIfAbsent(key, new Due(rule, target));
       }
+    }
+    run();
+  }
+
+  /** The process of a target has ended: nothing is started for it any more. */
+  public void vanished(String target) {
+    waiting.values().removeIf(due -> due.target.name().equals(target));
+  }
+
+  /** Starts what may be started by now. */
+  public void run() {
+    Iterator<Map.Entry<String, Due>> entries = waiting.entrySet().iterator();
+    while (entries.hasNext()) {
+      Map.Entry<String, Due> entry = entries.next();
+      Due due = entry.getValue();
+      if (!mayStart()) {
+        reportLimit(due);
+        return;
+      }
+      entries.remove();
+      remember(entry.getKey());
+      start(due);
     }
   }
 
-  private boolean remember(String key) {
-    boolean isNew = started.add(key);
+  private void remember(String key) {
+    started.add(key);
     if (started.size() > MAX_REMEMBERED) {
       started.remove(started.iterator().next());
     }
-    return isNew;
   }
 
-  private void start(DaemonRule rule, TargetStatus target) {
-    String what = "daemon " + rule.name() + " for " + target.name();
-    if (!mayStart()) {
-      if (!limitReported) {
-        limitReported = true;
-        log.error(what + " is not started: " + MAX_PER_HOUR + " were started within an hour");
-      }
-      return;
+  private void reportLimit(Due due) {
+    if (!limitReported) {
+      limitReported = true;
+      log.error(due.what() + " has to wait: " + MAX_PER_HOUR + " were started within an hour");
     }
+  }
+
+  private void start(Due due) {
+    TargetStatus target = due.target;
     try {
-      DaemonCommand command = rule.command(Long.toString(target.pid()), target.name());
+      DaemonCommand command = due.rule.command(Long.toString(target.pid()), target.name());
       daemons.start(command);
-      log.info(what + " is started");
+      log.info(due.what() + " is started");
     } catch (IllegalArgumentException | IllegalStateException e) {
-      log.error(what + " can't be started: " + e.getMessage());
+      log.error(due.what() + " can't be started: " + e.getMessage());
     }
   }
 
@@ -86,5 +119,12 @@ public final class DaemonStarter {
     }
     starts.addLast(now);
     return true;
+  }
+
+  /** A daemon that is not started yet. */
+  private record Due(DaemonRule rule, TargetStatus target) {
+    String what() {
+      return "daemon " + rule.name() + " for " + target.name();
+    }
   }
 }

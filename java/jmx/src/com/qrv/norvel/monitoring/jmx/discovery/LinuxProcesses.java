@@ -2,6 +2,7 @@ package com.qrv.norvel.monitoring.jmx.discovery;
 
 import com.sun.tools.attach.VirtualMachine;
 import com.sun.tools.attach.VirtualMachineDescriptor;
+import java.io.BufferedReader;
 import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.DirectoryStream;
@@ -11,6 +12,7 @@ import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
+import java.util.concurrent.ConcurrentHashMap;
 
 /**
  * Reads {@code /proc}, and the directories in which JVMs publish that they exist.
@@ -20,11 +22,15 @@ import java.util.Map;
 public final class LinuxProcesses implements ProcessTable {
   private static final long QUIT_BIT = 1L << (3 - 1);
 
+  /** Every JVM maps it; behind the name may stand that it was deleted by an update. */
+  private static final String JVM_LIBRARY = "/libjvm.so";
+
   private final Path proc;
   private final Path temp;
   private final long ownPid;
   private final long ownUid;
   private final Path ownNetwork; // null when it is hidden
+  private final Map<Long, Long> jvms = new ConcurrentHashMap<>(); // start by pid; not all of them
 
   public LinuxProcesses() {
     this(Path.of("/proc"), Path.of("/tmp"), ProcessHandle.current().pid());
@@ -53,6 +59,7 @@ public final class LinuxProcesses implements ProcessTable {
       // No directory, no JVMs.
       return pids;
     }
+    jvms.keySet().retainAll(pids);
     return pids;
   }
 
@@ -87,7 +94,34 @@ public final class LinuxProcesses implements ProcessTable {
       return null;
     }
     boolean isStopped = state == 'T' || state == 't';
-    return new LocalProcess(pid, startTicks, catchesQuit(status), isStopped, isOurs);
+    boolean takesQuit = isOurs && catchesQuit(status) && runsJvm(pid, startTicks);
+    return new LocalProcess(pid, startTicks, takesQuit, isStopped, isOurs);
+  }
+
+  /**
+   * Whether a process runs a JVM. What a JVM published stays when it is killed, and its pid goes to
+   * any other process.
+   */
+  private boolean runsJvm(long pid, long startTicks) {
+    Long known = jvms.get(pid);
+    if (known != null && known == startTicks) {
+      return true;
+    }
+    Path maps = proc.resolve(Long.toString(pid)).resolve("maps");
+    try (BufferedReader lines = Files.newBufferedReader(maps, StandardCharsets.ISO_8859_1)) {
+      String line = lines.readLine();
+      while (line != null) {
+        if (line.contains(JVM_LIBRARY)) {
+          jvms.put(pid, startTicks);
+          return true;
+        }
+        line = lines.readLine();
+      }
+    } catch (IOException e) {
+      // Hidden from us, as are the files through which we would attach.
+      return false;
+    }
+    return false;
   }
 
   @Override

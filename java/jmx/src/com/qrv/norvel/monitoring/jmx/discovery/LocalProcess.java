@@ -5,7 +5,8 @@ package com.qrv.norvel.monitoring.jmx.discovery;
  *
  * @param startTicks when it started; with the pid it names the process for good, because pids are
  *     used again
- * @param catchesQuit whether it has a handler for QUIT; without one an attempt to attach ends it
+ * @param catchesQuit whether it is seen to be a JVM that has a handler for QUIT; without one an
+ *     attempt to attach ends it
  * @param isStopped whether it has been stopped by a signal or a debugger
  * @param isOurs whether this process may attach to it and reach its ports: same user (or we are
  *     root) and same network

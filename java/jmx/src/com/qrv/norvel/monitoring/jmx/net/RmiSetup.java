@@ -12,16 +12,13 @@ import java.util.logging.Logger;
  */
 public final class RmiSetup {
   private static final int MAX_DEPTH = 64;
-  private static final int MAX_COUNT = 1_000_000;
 
   /**
    * What a monitored JVM may send: open data, the exceptions and the stubs of the protocol. A value
    * of any other class costs its attribute, and no code of that class runs here.
    */
-  static final String FILTER =
-      "maxdepth=" + MAX_DEPTH + ";maxrefs=" + MAX_COUNT + ";maxarray=" + MAX_COUNT
-          + ";maxbytes=67108864;"
-          + "java.lang.*;java.lang.management.*;java.lang.reflect.Proxy;"
+  private static final String CLASSES =
+      "java.lang.*;java.lang.management.*;java.lang.reflect.Proxy;"
           + "java.math.*;java.util.*;java.util.concurrent.atomic.*;java.io.*;"
           + "java.net.ConnectException;java.net.SocketException;java.net.SocketTimeoutException;"
           + "java.net.UnknownHostException;"
@@ -48,6 +45,14 @@ public final class RmiSetup {
   // Kept, because a level is lost with its logger.
   private static final Logger CONNECTOR_LOG = Logger.getLogger("javax.management.remote");
 
+  /** One answer may have this part of the heap; as objects it takes several times as much. */
+  private static final int HEAP_PART = 8;
+
+  private static final long MAX_ANSWER_BYTES = 64L << 20;
+
+  /** An element of an array that is announced takes room before anything of it has come. */
+  private static final int BYTES_PER_ELEMENT = 64;
+
   private static TrackedSockets sockets; // guarded by the class
 
   private RmiSetup() {}
@@ -66,18 +71,34 @@ public final class RmiSetup {
     setDefault("sun.rmi.transport.tcp.handshakeTimeout", callMillis);
     setDefault("sun.rmi.transport.tcp.responseTimeout", 2 * callMillis);
     setDefault("sun.rmi.dgc.cleanInterval", LEAVE_MILLIS);
-    TrackedSockets made = new TrackedSockets(callMillis, 2 * callMillis);
+    long answer = answerBytes(Runtime.getRuntime().maxMemory());
+    TrackedSockets made = new TrackedSockets(callMillis, 2 * callMillis, answer);
     RMISocketFactory.setSocketFactory(made);
     // One that was given at the start of the process is the operator's own choice and stays.
     if (ObjectInputFilter.Config.getSerialFilter() == null) {
-      ObjectInputFilter patterns = ObjectInputFilter.Config.createFilter(FILTER);
+      ObjectInputFilter patterns = ObjectInputFilter.Config.createFilter(filter(answer));
       ObjectInputFilter.Config.setSerialFilter(
-          new RememberedFilter(patterns, MAX_DEPTH, MAX_COUNT));
+          new RememberedFilter(patterns, MAX_DEPTH, elements(answer)));
     }
     // The connectors write their failures to standard error; each target reports its own.
     CONNECTOR_LOG.setLevel(Level.OFF);
     sockets = made;
     return made;
+  }
+
+  /** How large an answer may be in a process with such a heap. */
+  static long answerBytes(long heapBytes) {
+    return Math.min(MAX_ANSWER_BYTES, heapBytes / HEAP_PART);
+  }
+
+  static String filter(long answerBytes) {
+    long elements = elements(answerBytes);
+    return "maxdepth=" + MAX_DEPTH + ";maxrefs=" + elements + ";maxarray=" + elements
+        + ";maxbytes=" + answerBytes + ";" + CLASSES;
+  }
+
+  private static long elements(long answerBytes) {
+    return answerBytes / BYTES_PER_ELEMENT;
   }
 
   private static void setDefault(String property, int value) {

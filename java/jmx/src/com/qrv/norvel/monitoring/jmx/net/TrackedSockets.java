@@ -1,6 +1,8 @@
 package com.qrv.norvel.monitoring.jmx.net;
 
 import java.io.IOException;
+import java.io.InputStream;
+import java.io.OutputStream;
 import java.net.InetSocketAddress;
 import java.net.ServerSocket;
 import java.net.Socket;
@@ -19,15 +21,18 @@ import java.util.Set;
 public final class TrackedSockets extends RMISocketFactory {
   private final int connectMillis;
   private final int readMillis;
+  private final long maxAnswerBytes;
   private final Map<String, Set<Socket>> open = new HashMap<>(); // guarded by open
 
   /**
    * @param connectMillis longest time to connect
    * @param readMillis longest silence while something is read; a net under the watchdog
+   * @param maxAnswerBytes how much may come in answer to one call
    */
-  public TrackedSockets(int connectMillis, int readMillis) {
+  public TrackedSockets(int connectMillis, int readMillis, long maxAnswerBytes) {
     this.connectMillis = connectMillis;
     this.readMillis = readMillis;
+    this.maxAnswerBytes = maxAnswerBytes;
   }
 
   @Override
@@ -113,12 +118,23 @@ public final class TrackedSockets extends RMISocketFactory {
     return host + ':' + port;
   }
 
-  /** A socket that leaves the book when it closes. */
+  /** A socket that leaves the book when it closes, and whose answers are bounded. */
   private final class Tracked extends WarmSocket {
     private final String endpoint;
+    private final AnswerBound bound = new AnswerBound(this, maxAnswerBytes);
 
     Tracked(String endpoint) {
       this.endpoint = endpoint;
+    }
+
+    @Override
+    public InputStream getInputStream() throws IOException {
+      return bound.bounded(super.getInputStream());
+    }
+
+    @Override
+    public OutputStream getOutputStream() throws IOException {
+      return bound.noting(super.getOutputStream());
     }
 
     @Override

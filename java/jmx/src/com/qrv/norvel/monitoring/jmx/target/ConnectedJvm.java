@@ -133,6 +133,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
 
   @Override
   public synchronized void retryNow() {
+    dialer.encourage();
     retry.now(clock.millis());
     notifyAll();
   }

@@ -15,6 +15,9 @@ public interface Dialer {
   /** Ends the call that the target's thread is in, as far as it can; never blocks. Any thread. */
   void cut();
 
+  /** There is news of the target: an attempt that was not worth making may be now. Any thread. */
+  default void encourage() {}
+
   /** Takes back {@link #cut}; the target's thread only. */
   void allow();
 }

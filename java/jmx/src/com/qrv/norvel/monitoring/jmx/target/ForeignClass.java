@@ -1,9 +1,10 @@
 package com.qrv.norvel.monitoring.jmx.target;
 
+import com.qrv.norvel.monitoring.jmx.net.OversizedAnswerException;
 import java.io.InvalidClassException;
 import java.rmi.UnmarshalException;
 
-/** Values of classes that are unknown here, or not accepted. */
+/** Values of classes that are unknown here or not accepted, and values that are too large. */
 final class ForeignClass {
   private ForeignClass() {}
 
@@ -11,6 +12,15 @@ final class ForeignClass {
   static boolean isCauseOf(Throwable failure) {
     Throwable cause = failure.getCause();
     return failure instanceof UnmarshalException
-        && (cause instanceof InvalidClassException || cause instanceof ClassNotFoundException);
+        && (cause instanceof InvalidClassException
+            || cause instanceof ClassNotFoundException
+            || cause instanceof OversizedAnswerException);
+  }
+
+  /** Why it could not be read, for people. */
+  static String reason(Throwable failure) {
+    return failure.getCause() instanceof OversizedAnswerException
+        ? failure.getCause().getMessage()
+        : "its class is not accepted";
   }
 }

@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.target;
 
+import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.EventLog;
 import com.sun.tools.attach.AttachNotSupportedException;
 import com.sun.tools.attach.VirtualMachine;
@@ -11,15 +12,10 @@ import javax.management.remote.rmi.RMIConnector;
 
 /** Connects to a JVM of this machine, in which it starts the management agent once. */
 public final class LocalDialer extends RmiDialer {
-  /**
-   * A JVM that does not start its side of the attach mechanism in time prints its threads instead,
-   * into its own output, for each attempt.
-   */
-  private static final int MAX_ATTACH_FAILURES = 3;
-
   private final long pid;
   private final BooleanSupplier isAttachable;
-  private int attachFailures; // the target's thread only
+  private final Clock clock;
+  private final AttachLimit limit = new AttachLimit();
   private String address; // null before the management agent runs; the target's thread only
 
   /**
@@ -31,6 +27,12 @@ public final class LocalDialer extends RmiDialer {
     super(target, times, log);
     this.pid = pid;
     this.isAttachable = isAttachable;
+    this.clock = times.clock();
+  }
+
+  @Override
+  public void encourage() {
+    limit.reset();
   }
 
   @Override
@@ -45,17 +47,20 @@ public final class LocalDialer extends RmiDialer {
   }
 
   private String startManagementAgent() throws IOException, AttachNotSupportedException {
-    if (attachFailures >= MAX_ATTACH_FAILURES) {
+    if (!limit.allows(clock.millis())) {
       throw new IOException(
-          "process " + pid + " was asked " + attachFailures + " times in vain to be attached to");
+          "process " + pid + " was asked " + AttachLimit.FREE_FAILURES
+              + " times in vain to be attached to; it is asked again every "
+              + AttachLimit.PAUSE_MILLIS / 60_000 + " minutes");
     }
     VirtualMachine machine;
     try {
       machine = VirtualMachine.attach(Long.toString(pid));
     } catch (AttachNotSupportedException e) {
-      attachFailures++;
+      limit.failed(clock.millis());
       throw e;
     }
+    limit.reset();
     try {
       return machine.startLocalManagementAgent();
     } finally {

@@ -242,7 +242,7 @@ final class RmiLink implements Link {
       if (!ForeignClass.isCauseOf(e)) {
         throw e;
       }
-      reason = "its class is not accepted";
+      reason = ForeignClass.reason(e);
     } catch (JMException | RuntimeException e) {
       Throwable cause = e.getCause() == null ? e : e.getCause();
       reason = cause.toString();

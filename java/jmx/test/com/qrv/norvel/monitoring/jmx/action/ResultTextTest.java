@@ -2,6 +2,7 @@ package com.qrv.norvel.monitoring.jmx.action;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
+import java.util.Collections;
 import java.util.List;
 import java.util.Map;
 import javax.management.openmbean.CompositeDataSupport;
@@ -32,6 +33,15 @@ final class ResultTextTest {
   }
 
   @Test
+  void arraysOfNumbersAndMapsOfThemAreWrittenOut() {
+    assertThat(ResultText.of(new long[] {3, 17})).isEqualTo("[3, 17]");
+    assertThat(ResultText.of(new boolean[0])).isEqualTo("[]");
+    assertThat(ResultText.of(new Object[] {null, new int[][] {{1}, {2, 3}}}))
+        .isEqualTo("[null, [[1], [2, 3]]]");
+    assertThat(ResultText.of(Map.of("ids", new long[] {4}))).isEqualTo("[ids=[4]]");
+  }
+
+  @Test
   void aStructureThatHoldsItselfEnds() {
     Object[] loop = new Object[1];
     loop[0] = loop;
@@ -47,5 +57,7 @@ final class ResultTextTest {
   @Test
   void aHugeResultIsCut() {
     assertThat(ResultText.of("x".repeat(1_000_000)).length()).isLessThanOrEqualTo(8192);
+    assertThat(ResultText.of(Collections.nCopies(100_000, "abc")).length()).isLessThan(8300);
+    assertThat(ResultText.of(new int[100_000]).length()).isLessThan(8300);
   }
 }

@@ -8,6 +8,7 @@ import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
 import com.qrv.norvel.monitoring.toolkit.agent.ActionResult;
 import java.lang.management.ManagementFactory;
+import java.math.BigDecimal;
 import java.util.List;
 import java.util.Map;
 import javax.management.MBeanServer;
@@ -47,7 +48,8 @@ final class TargetActionsTest {
           "clear",
           List.of(
               new Argument("region", ArgumentType.STRING, List.of("eu", "us"), null, null),
-              new Argument("days", ArgumentType.INT, List.of(), 1.0, 30.0)),
+              new Argument(
+                  "days", ArgumentType.INT, List.of(), BigDecimal.ONE, BigDecimal.valueOf(30))),
           "empties the cache");
   private static final Operation FAIL =
       new Operation("fail", "zel.test:type=Cache,name=one", "fail", List.of(), "");

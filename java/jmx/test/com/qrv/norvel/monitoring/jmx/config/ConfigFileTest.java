@@ -9,6 +9,7 @@ import com.qrv.norvel.monitoring.jmx.action.Operation;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
 import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
 import java.io.IOException;
+import java.math.BigDecimal;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -49,7 +50,7 @@ final class ConfigFileTest {
                 + "actions:\n"
                 + "  - {name: flush, mbean: 'a:type=Cache,name=*', operation: clear,\n"
                 + "     description: empties it, arguments: [{name: region, choices: [eu, us]},\n"
-                + "     {name: age, type: int, min: 1, max: 9.5}]}\n"
+                + "     {name: age, type: double, min: 1, max: 9.5}]}\n"
                 + "daemons:\n"
                 + "  - {name: d, for: target, command: [/bin/d, '${pid}'], directory: /tmp,\n"
                 + "     stdout: /o, stderr: /e, environment: {A: 1, B: null}}\n"
@@ -77,7 +78,12 @@ final class ConfigFileTest {
                 "clear",
                 List.of(
                     new Argument("region", ArgumentType.STRING, List.of("eu", "us"), null, null),
-                    new Argument("age", ArgumentType.INT, List.of(), 1.0, 9.5)),
+                    new Argument(
+                        "age",
+                        ArgumentType.DOUBLE,
+                        List.of(),
+                        new BigDecimal("1"),
+                        new BigDecimal("9.5"))),
                 "empties it"));
     Map<String, String> environment = new HashMap<>();
     environment.put("A", "1");
@@ -135,6 +141,17 @@ final class ConfigFileTest {
       Arguments.of(ARGUMENT + "{name: x, type: int, min: 2, max: 1}\n",
           "'max' must be at least 'min'"),
       Arguments.of(ARGUMENT + "{name: x, type: int, max: much}\n", "'max' must be a number"),
+      Arguments.of(ARGUMENT + "{name: x, type: double, max: .inf}\n",
+          "'max' must be a decimal number"),
+      Arguments.of(ARGUMENT + "{name: x, type: int, min: 1.5}\n",
+          ":6:31: 'min' must be a value of the type int"),
+      Arguments.of(ARGUMENT + "{name: x, type: int, max: 2147483648}\n",
+          "'max' must be a value of the type int"),
+      Arguments.of(ARGUMENT + "{name: x, type: long, max: 1.0e+999999999}\n",
+          "'max' must be a value of the type long"),
+      Arguments.of(ARGUMENT + "{name: x, type: int, min: 1, max: 5, choices: [1, 6]}\n",
+          ":6:51: '6' is not between 'min' and 'max'"),
+      Arguments.of(ARGUMENT + "{name: x}\n  - {name: x}\n", ":7:12: the name 'x' is taken"),
       Arguments.of("daemons:\n- {name: d, for: agent}\n",
           ":2:3: 'command' must list a program and its arguments"),
       Arguments.of("daemons:\n- {name: d, command: [/bin/d]}\n", "the key 'for' is missing"),
@@ -145,7 +162,22 @@ final class ConfigFileTest {
       Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d, 'a b']}\n",
           "holds white space"),
       Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d, '${pid}']}\n",
-          "have a meaning 'for: target' only"),
+          ":2:34: '${pid}' has no meaning 'for: agent'"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d], stdout: '/${pid}'}\n",
+          ":2:52: '${pid}' has no meaning 'for: agent'"),
+      Arguments.of("daemons:\n- {name: d, for: target, command: [/bin/d, '${PID}']}\n",
+          ":2:35: '${PID}' has no meaning; there are ${pid} and ${subnode}"),
+      Arguments.of(
+          "daemons:\n- {name: d, for: target, command: [/bin/d], environment: {A: '${pid'}}\n",
+          ":2:58: '${pid' has no meaning"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d], directory: tmp}\n",
+          ":2:55: the daemon can't be started: daemon directory 'tmp': expected an absolute path"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d], stdout: o}\n",
+          ":2:52: the daemon can't be started: daemon standard output 'o'"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d], stderr: e}\n",
+          ":2:52: the daemon can't be started: daemon standard error 'e'"),
+      Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d], environment: {A=: 1}}\n",
+          ":2:57: the daemon can't be started: daemon environment: 'A='"),
       Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d], environment: [A]}\n",
           ":2:57: 'environment' must be a map of names and values"),
       Arguments.of("notifications:\n- {table: JVM_X, mbean: 'a:b=c'}\n",

@@ -62,6 +62,31 @@ final class LinuxProcessesTest {
   }
 
   @Test
+  void aProcessThatHasThePidOfAKilledJvmIsLeftAlone() throws IOException {
+    publish("hsperfdata_ann", "17");
+    process(17, "S", 1000, QUIT_CAUGHT, "net:[1]");
+    LinuxProcesses processes = processes();
+    assertThat(processes.look(17).isAttachable()).isTrue();
+
+    process(17, "S", 1000, QUIT_CAUGHT, "net:[1]");
+    start(17, 9999);
+    maps(17, "7f00-7f10 r-xp 00000000 08:01 42 /usr/lib/libc.so.6\n");
+
+    assertThat(processes.pids()).containsExactly(17L);
+    assertThat(processes.look(17).isAttachable()).isFalse();
+    Files.delete(root.resolve("17").resolve("maps"));
+    assertThat(processes.look(17).isAttachable()).isFalse();
+  }
+
+  @Test
+  void aJvmWhoseLibraryWasUpdatedUnderItIsStillOne() throws IOException {
+    process(17, "S", 1000, QUIT_CAUGHT, "net:[1]");
+    maps(17, "7f00-7f10 r-xp 00000000 08:01 42 /usr/lib/jvm/lib/server/libjvm.so (deleted)\n");
+
+    assertThat(processes().look(17).isAttachable()).isTrue();
+  }
+
+  @Test
   void aProcessThatHasEndedIsNotThere() throws IOException {
     process(17, "Z", 1000, QUIT_NOT_CAUGHT, "net:[1]");
 
@@ -104,13 +129,23 @@ final class LinuxProcessesTest {
         directory.resolve("status"),
         "Name:\tjava\nState:\t" + state + " (some)\nUid:\t1\t" + uid + "\t1\t1\nSigCgt:\t" + caught
             + "\n");
-    StringBuilder stat = new StringBuilder(pid + " (a ) b) " + state);
-    for (int field = 4; field <= 24; field++) {
-      stat.append(' ').append(field == 22 ? 4200 + pid : field);
-    }
-    Files.writeString(directory.resolve("stat"), stat.toString());
+    start(pid, 4200 + pid);
+    maps(pid, "5500-5510 r-xp 00000000 08:01 41 /usr/lib/jvm/bin/java\n"
+        + "7f00-7f10 r-xp 00000000 08:01 42 /usr/lib/jvm/lib/server/libjvm.so\n");
     Path link = Files.createDirectories(directory.resolve("ns")).resolve("net");
     Files.deleteIfExists(link);
     Files.createSymbolicLink(link, Path.of(network));
+  }
+
+  private void start(long pid, long ticks) throws IOException {
+    StringBuilder stat = new StringBuilder(pid + " (a ) b) S");
+    for (int field = 4; field <= 24; field++) {
+      stat.append(' ').append(field == 22 ? ticks : field);
+    }
+    Files.writeString(root.resolve(Long.toString(pid)).resolve("stat"), stat.toString());
+  }
+
+  private void maps(long pid, String text) throws IOException {
+    Files.writeString(root.resolve(Long.toString(pid)).resolve("maps"), text);
   }
 }

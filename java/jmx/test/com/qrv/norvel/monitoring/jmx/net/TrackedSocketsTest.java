@@ -16,7 +16,7 @@ import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 
 final class TrackedSocketsTest {
-  private final TrackedSockets factory = new TrackedSockets(5000, 60_000);
+  private final TrackedSockets factory = new TrackedSockets(5000, 60_000, 1000);
   private final TargetSockets target = new TargetSockets(factory);
   private ServerSocket silent;
 
@@ -29,6 +29,22 @@ final class TrackedSocketsTest {
   void close() throws IOException {
     silent.close();
     new TargetSockets(factory).adoptThread();
+  }
+
+  @Test
+  void anAnswerIsReadUpToItsBoundAndTheNextOneAgain() throws Exception {
+    Socket socket = dial();
+    try (Socket server = silent.accept()) {
+      server.getOutputStream().write(new byte[1000]);
+      assertThat(socket.getInputStream().readNBytes(1000)).hasSize(1000);
+      socket.getOutputStream().write(1);
+      server.getOutputStream().write(new byte[1001]);
+
+      assertThatThrownBy(() -> socket.getInputStream().readNBytes(1001))
+          .isInstanceOf(OversizedAnswerException.class)
+          .hasMessage("the answer has more than 1000 bytes");
+      assertThat(socket.isClosed()).isTrue();
+    }
   }
 
   @Test
@@ -116,7 +132,7 @@ final class TrackedSocketsTest {
 
   @Test
   void silenceEndsAReadEvenWithoutAWatchdog() throws Exception {
-    TrackedSockets impatient = new TrackedSockets(5000, 20);
+    TrackedSockets impatient = new TrackedSockets(5000, 20, 1000);
     try (Socket socket = impatient.createSocket("127.0.0.1", silent.getLocalPort())) {
       assertThatThrownBy(() -> socket.getInputStream().read())
           .isInstanceOf(SocketTimeoutException.class);

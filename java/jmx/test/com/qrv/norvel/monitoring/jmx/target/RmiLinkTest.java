@@ -117,6 +117,18 @@ final class RmiLinkTest {
   }
 
   @Test
+  void aValueThatTheMemoryIsNotMadeForCostsItsCellOnly() throws IOException {
+    Object[] values = read("Good", "Huge")[0];
+
+    assertThat(values[0]).isEqualTo(7);
+    assertThat(values[1]).isInstanceOf(Unavailable.class);
+    assertThat(log.errors()).hasSize(1);
+    assertThat(log.errors().get(0))
+        .contains("gives no Huge: the answer has more than")
+        .contains("read one by one");
+  }
+
+  @Test
   void aBeanThatIsNotThereGivesNoRow() throws IOException {
     assertThat(link.read("test:type=Other", new String[] {"Good"})).isEmpty();
     assertThat(link.read("test:type=Other,name=*", new String[] {"Good"})).isEmpty();
@@ -207,6 +219,8 @@ final class RmiLinkTest {
     String getNothing();
 
     Object getForeign();
+
+    String getHuge();
   }
 
   /** A bean with good and bad attributes. */
@@ -247,6 +261,11 @@ final class RmiLinkTest {
     @Override
     public Object getForeign() {
       return new Foreign();
+    }
+
+    @Override
+    public String getHuge() {
+      return "x".repeat((int) Math.min(64L << 20, Runtime.getRuntime().maxMemory() / 8) + 1);
     }
   }
 

@@ -10,6 +10,8 @@ public interface ActionHandler {
    * thread is interrupted; what it still returns is dropped. An exception is answered with {@link
    * ActionResult#FAILED} and its message, and logged. Only a {@link FatalApplicationException} ends
    * the agent.
+   *
+   * @return the answer; null counts as {@link ActionResult#FAILED}
    */
   ActionResult run(ActionRequest request) throws Exception;
 }

@@ -38,8 +38,8 @@ public interface Agent {
   EventTable eventTable(TableDefinition table, SituationHandler situations);
 
   /**
-   * Names whom to tell of the situations that watch sampled tables. Only {@link
-   * Application#configure} may do so, once.
+   * Names whom to tell of the situations that watch sampled tables. The agent waits for none of
+   * these calls, and no deadline ends them. Only {@link Application#configure} may do so, once.
    *
    * @throws IllegalStateException after {@code configure}, and when somebody is named already
    */

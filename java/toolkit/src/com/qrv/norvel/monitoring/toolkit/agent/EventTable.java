@@ -37,6 +37,7 @@ public interface EventTable {
    * @param timeoutMs how long to wait at most, 0 to 3,600,000
    * @return false when there was no room in time or the agent has ended: the event is lost, and
    *     counted
+   * @throws IllegalArgumentException when the time is out of range; the event is not counted
    * @throws InterruptedException when the thread is interrupted while it waits: as false
    */
   boolean emit(EventWriter event, long timeoutMs) throws InterruptedException;
@@ -55,7 +56,10 @@ public interface EventTable {
   /** How many events have been sent. */
   long emitted();
 
-  /** How many events were handed over and have not been sent, and never will be. */
+  /**
+   * How many events never will be sent: those that were handed over in vain, and those that were
+   * {@link #missed}.
+   */
   long lost();
 
   /**

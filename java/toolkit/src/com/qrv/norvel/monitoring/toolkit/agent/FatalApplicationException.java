@@ -1,9 +1,10 @@
 package com.qrv.norvel.monitoring.toolkit.agent;
 
 /**
- * Ends the agent. Thrown by an application that cannot go on: from its samplers, from {@link
- * Application#configure} or from {@link Application#started}. Every other exception and error costs
- * one answer only.
+ * Ends the agent. Thrown by an application that cannot go on: from its samplers and its handlers of
+ * actions, web requests and situations, from {@link Application#configure} or from {@link
+ * Application#started}. There every other exception and error costs one answer only, except in
+ * {@code configure}, without which there is no agent.
  */
 public final class FatalApplicationException extends RuntimeException {
   private static final long serialVersionUID = 1L;

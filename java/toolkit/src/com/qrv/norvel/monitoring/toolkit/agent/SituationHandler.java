@@ -16,8 +16,12 @@ package com.qrv.norvel.monitoring.toolkit.agent;
 public interface SituationHandler {
 
   /**
-   * A situation has begun to watch the table. The agent waits for this call until the table's
-   * deadline; then the thread is interrupted, and the agent notes the failure and goes on.
+   * A situation has begun to watch the table.
+   *
+   * <p>On an event table the agent waits for this call until the table's deadline; then the thread
+   * is interrupted, and the agent notes the failure and goes on. On a sampled table nobody waits
+   * and nothing interrupts it: the table is sampled meanwhile, and a call that does not return
+   * holds up all later ones for good.
    */
   void armed(Situation situation) throws Exception;
 

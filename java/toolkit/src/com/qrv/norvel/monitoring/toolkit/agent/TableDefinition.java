@@ -143,6 +143,8 @@ public final class TableDefinition {
     private final String name;
     private final ArrayList<Column> columns = new ArrayList<Column>();
     private final HashMap<String, Integer> indexes = new HashMap<String, Integer>();
+    private final ArrayList<String> sampledOnly = new ArrayList<String>();
+    private boolean hasMaxQueued;
     private long deadlineMs = 10_000;
     private int cacheSeconds;
     private int maxRows = 100_000;
@@ -205,6 +207,7 @@ public final class TableDefinition {
      */
     public Builder maxQueued(int events) {
       maxQueued = (int) checked("event queue", events, 1, 1_000_000);
+      hasMaxQueued = true;
       return this;
     }
 
@@ -221,33 +224,46 @@ public final class TableDefinition {
 
     /**
      * Lets the agent answer from the last sample for a while, without asking the sampler. Without
-     * this call, 0: it is always asked.
+     * this call, 0: it is always asked. Only for a table that is sampled.
      *
      * @param seconds 0 to 1000
      */
     public Builder cacheSeconds(int seconds) {
       // The agent distrusts what claims to be good for longer, and asks again each time.
       cacheSeconds = (int) checked("cache time", seconds, 0, 1000);
+      sampledOnly.add("cacheSeconds()");
       return this;
     }
 
     /**
      * Sets how many rows one sample may have; a sample with more fails. It keeps a runaway sampler
-     * from using up the memory of the process. Without this call, 100,000.
+     * from using up the memory of the process. Without this call, 100,000. Only for a table that is
+     * sampled.
      *
      * @param rows 1 to 10,000,000
      */
     public Builder maxRows(int rows) {
       maxRows = (int) checked("row limit", rows, 1, 10_000_000);
+      sampledOnly.add("maxRows()");
       return this;
     }
 
     /**
      * The finished table.
      *
-     * @throws IllegalArgumentException without a column, or when a row passes 32,767 bytes
+     * @throws IllegalArgumentException without a column, when a row passes 32,767 bytes, and when
+     *     something is set that this kind of table does not have
      */
     public TableDefinition build() {
+      boolean isEvents = indexes.containsKey(EVENT_COLUMN);
+      if (isEvents && !sampledOnly.isEmpty()) {
+        throw new IllegalArgumentException(
+            "table " + name + ": an event table has no sampler, and so no " + sampledOnly.get(0));
+      }
+      if (!isEvents && hasMaxQueued) {
+        throw new IllegalArgumentException(
+            "table " + name + ": maxQueued() is for event tables, made by events()");
+      }
       return new TableDefinition(this);
     }
 

@@ -28,6 +28,14 @@ public final class Failures {
 
   /** Class, message and innermost frames of a failure and of its causes, up to a bound. */
   public static String trace(Throwable failure) {
+    try {
+      return fullTrace(failure);
+    } catch (Throwable second) {
+      return describe(failure);
+    }
+  }
+
+  private static String fullTrace(Throwable failure) {
     StringBuilder text = new StringBuilder(describe(failure));
     appendFrames(text, failure);
     Throwable cause = causeOf(failure);
@@ -40,7 +48,11 @@ public final class Failures {
   }
 
   private static void appendFrames(StringBuilder text, Throwable failure) {
-    StackTraceElement[] stack = framesOf(failure);
+    StackTraceElement[] stack = stackOf(failure);
+    if (stack == null) {
+      text.append("\n\t(without its stack)");
+      return;
+    }
     int shown = Math.min(stack.length, MAX_FRAMES);
     for (int i = 0; i < shown; i++) {
       text.append("\n\tat ").append(stack[i]);
@@ -50,11 +62,11 @@ public final class Failures {
     }
   }
 
-  private static StackTraceElement[] framesOf(Throwable failure) {
+  private static StackTraceElement[] stackOf(Throwable failure) {
     try {
       return failure.getStackTrace();
     } catch (Throwable second) {
-      return new StackTraceElement[0];
+      return null;
     }
   }
 

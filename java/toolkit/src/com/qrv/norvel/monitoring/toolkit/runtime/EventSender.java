@@ -151,10 +151,7 @@ final class EventSender implements EventQueue.Listener, Notifications.Listener, 
   private synchronized Work nextWork() {
     long idleEnd = clock.nanoTime() + IDLE_NANOS;
     while (!closed) {
-      if (eventsWait) {
-        eventsWait = false;
-        return Work.EVENTS;
-      }
+      // Events last: under a load that does not end, something of them always waits.
       if (nudgeWaits && isPast(nudgeAt)) {
         nudgeWaits = false;
         return Work.NUDGE;
@@ -163,6 +160,10 @@ final class EventSender implements EventQueue.Listener, Notifications.Listener, 
         lossWaits = false;
         reportAt = clock.nanoTime() + REPORT_NANOS;
         return Work.REPORT;
+      }
+      if (eventsWait) {
+        eventsWait = false;
+        return Work.EVENTS;
       }
       if (!nudgeWaits && !lossWaits && isPast(idleEnd)) {
         break;
@@ -185,21 +186,25 @@ final class EventSender implements EventQueue.Listener, Notifications.Listener, 
     }
   }
 
-  /** One batch of each table in turn, so that none waits for a busy one. */
+  /** One batch of each table, so that none waits for a busy one; what is left comes next time. */
   private void sendAll(ArrayList<EventQueue> all) {
-    boolean more = true;
-    while (more) {
-      more = false;
-      for (int i = 0; i < all.size(); i++) {
-        EventQueue queue = all.get(i);
-        ArrayList<Object> rows = queue.take();
-        if (rows != null) {
-          send(queue, rows);
-          pauseUntil(pace.went(rows.size()));
-          more = true;
-        }
+    boolean more = false;
+    for (int i = 0; i < all.size(); i++) {
+      EventQueue queue = all.get(i);
+      ArrayList<Object> rows = queue.take();
+      if (rows != null) {
+        more = true;
+        send(queue, rows);
+        pauseUntil(pace.went(rows.size()));
       }
     }
+    if (more) {
+      lookAgain();
+    }
+  }
+
+  private synchronized void lookAgain() {
+    eventsWait = true;
   }
 
   private void send(EventQueue queue, ArrayList<Object> rows) {

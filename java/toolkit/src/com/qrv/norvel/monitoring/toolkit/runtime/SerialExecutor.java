@@ -4,12 +4,18 @@ import java.util.ArrayDeque;
 import java.util.concurrent.Executor;
 import java.util.concurrent.RejectedExecutionException;
 
-/** Runs tasks one after the other, in their order, on whichever thread another executor has. */
+/**
+ * Runs tasks one after the other, in their order, on whichever thread another executor has.
+ *
+ * <p>A task that throws does not hold up those behind it; the thread gets to know when they are
+ * done.
+ */
 final class SerialExecutor implements Executor, Runnable {
   /** How many tasks may wait behind one that does not return. */
   static final int MAX_WAITING = 1000;
 
   private final Executor threads;
+  private final Object starting = new Object();
   private final ArrayDeque<Runnable> waiting = new ArrayDeque<Runnable>(); // guarded by this
   private boolean running; // guarded by this
   private Thread worker; // guarded by this; the thread that a task runs on
@@ -25,25 +31,33 @@ final class SerialExecutor implements Executor, Runnable {
    */
   @Override
   public void execute(Runnable task) {
-    synchronized (this) {
-      if (waiting.size() == MAX_WAITING) {
-        throw new RejectedExecutionException(MAX_WAITING + " calls wait already");
-      }
-      waiting.addLast(task);
-      if (running) {
+    // One at a time: a task that came while another one's thread is being started could be taken
+    // for one that has a thread, and would be left behind when there is none.
+    synchronized (starting) {
+      if (!add(task)) {
         return;
       }
-      running = true;
-    }
-    boolean started = false;
-    try {
-      threads.execute(this);
-      started = true;
-    } finally {
-      if (!started) {
-        giveUp(task);
+      boolean started = false;
+      try {
+        threads.execute(this);
+        started = true;
+      } finally {
+        if (!started) {
+          giveUp(task);
+        }
       }
     }
+  }
+
+  /** Returns whether it needs a thread. */
+  private synchronized boolean add(Runnable task) {
+    if (waiting.size() == MAX_WAITING) {
+      throw new RejectedExecutionException(MAX_WAITING + " calls wait already");
+    }
+    waiting.addLast(task);
+    boolean needsThread = !running;
+    running = true;
+    return needsThread;
   }
 
   /** Interrupts the task that runs, if one does. */
@@ -55,14 +69,20 @@ final class SerialExecutor implements Executor, Runnable {
 
   @Override
   public void run() {
+    Throwable failure = null;
     Runnable task = next();
     while (task != null) {
       try {
         task.run();
+      } catch (Throwable thrown) {
+        failure = failure == null ? thrown : failure;
       } finally {
         leave();
       }
       task = next();
+    }
+    if (failure != null) {
+      throw new IllegalStateException("a task failed", failure);
     }
   }
 

@@ -20,22 +20,22 @@ final class TraceLog implements AgentLog {
 
   @Override
   public void error(String message) {
-    write(RAS1Wrapper.ERROR, "ERROR: " + message);
+    write(RAS1Wrapper.ERROR, "ERROR: ", message);
   }
 
   @Override
   public void error(String message, Throwable cause) {
-    write(RAS1Wrapper.ERROR, "ERROR: " + message + "\n" + Failures.trace(cause));
+    write(RAS1Wrapper.ERROR, "ERROR: ", message, "\n", Failures.trace(cause));
   }
 
   @Override
   public void warning(String message) {
-    write(RAS1Wrapper.ERROR, "WARN: " + message);
+    write(RAS1Wrapper.ERROR, "WARN: ", message);
   }
 
   @Override
   public void warning(String message, Throwable cause) {
-    write(RAS1Wrapper.ERROR, "WARN: " + message + ": " + Failures.describe(cause));
+    write(RAS1Wrapper.ERROR, "WARN: ", message, ": ", Failures.describe(cause));
   }
 
   @Override
@@ -58,13 +58,24 @@ final class TraceLog implements AgentLog {
     write(RAS1Wrapper.DETAIL, message);
   }
 
-  private void write(int classes, String message) {
+  /** Writes a text, whose parts are joined here since memory may be short for that too. */
+  private void write(int classes, String... parts) {
     try {
       String function = Callers.functionIn(className);
-      sink.write(classes, component, sourceFile, function, String.valueOf(message));
+      sink.write(classes, component, sourceFile, function, String.join("", parts));
     } catch (Throwable failure) {
-      // A log that fails must not cost the work that it tells of; standard error is the last way.
-      System.err.println(component + " " + sourceFile + " " + message + " (" + failure + ")");
+      writeToStandardError(parts, failure);
+    }
+  }
+
+  /** The last way: a log that fails must not cost the work that it tells of. */
+  private void writeToStandardError(String[] parts, Throwable failure) {
+    try {
+      String text = String.join("", parts);
+      System.err.println(component + " " + sourceFile + " " + text + " (" + failure + ")");
+    } catch (Throwable second) {
+      // Nothing is left to tell it with.
+      return;
     }
   }
 

@@ -146,6 +146,20 @@ class TableDefinitionTest {
   }
 
   @Test
+  void refusesWhatAKindOfTableDoesNotHave() {
+    assertThatIllegalArgumentException()
+        .isThrownBy(() -> TableDefinition.builder("T").events().cacheSeconds(5).build())
+        .withMessage("table T: an event table has no sampler, and so no cacheSeconds()");
+    assertThatIllegalArgumentException()
+        .isThrownBy(() -> TableDefinition.builder("T").maxRows(5).events().build())
+        .withMessage("table T: an event table has no sampler, and so no maxRows()");
+    assertThatIllegalArgumentException()
+        .isThrownBy(
+            () -> TableDefinition.builder("T").column(Columns.int32("A")).maxQueued(5).build())
+        .withMessage("table T: maxQueued() is for event tables, made by events()");
+  }
+
+  @Test
   void leavesTheColumnOfNumbersToEventTables() {
     assertThatIllegalArgumentException()
         .isThrownBy(() -> TableDefinition.builder("T").column(Columns.int64("EVENTSEQ")))

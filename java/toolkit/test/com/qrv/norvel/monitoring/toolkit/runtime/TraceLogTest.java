@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.toolkit.runtime;
 
 import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.assertThatCode;
 
 import com.qrv.norvel.monitoring.toolkit.agent.AgentLog;
 import java.io.ByteArrayOutputStream;
@@ -111,6 +112,59 @@ class TraceLogTest {
     String output = standardErrorOf(() -> broken.error("lost"));
 
     assertThat(output).contains("lost").contains("disk full");
+  }
+
+  /** An exception of somebody else's, whose operations fail. */
+  private static final class Unruly extends Exception {
+    private static final long serialVersionUID = 1L;
+
+    @Override
+    public StackTraceElement[] getStackTrace() {
+      throw new StackOverflowError("deep");
+    }
+
+    @Override
+    public String getMessage() {
+      throw new IllegalStateException("no message");
+    }
+
+    @Override
+    public synchronized Throwable getCause() {
+      throw new IllegalStateException("no cause");
+    }
+  }
+
+  @Test
+  void writesWhatItCanOfAFailureWhoseOwnOperationsFail() {
+    log.error("failed", new Unruly());
+    log.warning("failed", new Unruly());
+    log.error("failed", null);
+
+    assertThat(trace.messages())
+        .containsExactly(
+            "ERROR: failed\n" + Unruly.class.getName() + "\n\t(without its stack)",
+            "WARN: failed: " + Unruly.class.getName(),
+            "ERROR: failed\nnull\n\t(without its stack)");
+  }
+
+  @Test
+  void throwsNothingWhenNotEvenTheFailureOfTheSinkCanBeTold() {
+    AgentLog broken =
+        new TraceLog(
+            (classes, component, sourceFile, function, message) -> {
+              throw new OutOfMemoryError() {
+                private static final long serialVersionUID = 1L;
+
+                @Override
+                public String toString() {
+                  throw new OutOfMemoryError();
+                }
+              };
+            },
+            "ZJX",
+            TraceLogTest.class);
+
+    assertThatCode(() -> broken.error("lost")).doesNotThrowAnyException();
   }
 
   @Test
