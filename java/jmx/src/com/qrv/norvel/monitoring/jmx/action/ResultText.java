@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.action;
 
-import java.util.Arrays;
+import java.lang.reflect.Array;
+import java.util.AbstractList;
 import java.util.Collection;
 import java.util.Map;
 import javax.management.openmbean.CompositeData;
@@ -31,8 +32,8 @@ final class ResultText {
     }
     if (depth > MAX_DEPTH) {
       text.append("...");
-    } else if (value instanceof Object[] array) {
-      addAll(Arrays.asList(array), depth);
+    } else if (value != null && value.getClass().isArray()) {
+      addAll(new Elements(value), depth);
     } else if (value instanceof TabularData table) {
       addAll(table.values(), depth);
     } else if (value instanceof Collection<?> collection) {
@@ -55,11 +56,33 @@ final class ResultText {
   private void addAll(Collection<?> values, int depth) {
     String separator = "[";
     for (Object each : values) {
+      if (text.length() > MAX_LENGTH) {
+        return;
+      }
       text.append(separator);
       add(each, depth + 1);
       separator = ", ";
     }
     text.append(values.isEmpty() ? "[]" : "]");
+  }
+
+  /** An array of any type as a list. */
+  private static final class Elements extends AbstractList<Object> {
+    private final Object array;
+
+    Elements(Object array) {
+      this.array = array;
+    }
+
+    @Override
+    public Object get(int index) {
+      return Array.get(array, index);
+    }
+
+    @Override
+    public int size() {
+      return Array.getLength(array);
+    }
   }
 
   private void addPlain(String plain) {

@@ -32,6 +32,13 @@ final class ResultTextTest {
   }
 
   @Test
+  void arraysOfNumbersAreWrittenOut() {
+    assertThat(ResultText.of(new long[] {7, 12})).isEqualTo("[7, 12]");
+    assertThat(ResultText.of(new Object[] {new int[0], new boolean[] {true}, null}))
+        .isEqualTo("[[], [true], null]");
+  }
+
+  @Test
   void aStructureThatHoldsItselfEnds() {
     Object[] loop = new Object[1];
     loop[0] = loop;
@@ -47,5 +54,6 @@ final class ResultTextTest {
   @Test
   void aHugeResultIsCut() {
     assertThat(ResultText.of("x".repeat(1_000_000)).length()).isLessThanOrEqualTo(8192);
+    assertThat(ResultText.of(new long[1_000_000]).length()).isLessThan(8200);
   }
 }
