@@ -85,6 +85,11 @@ final class JmxTargetFactory implements TargetFactory {
     return connected(identity, dialer, 2L * calls.timeoutMillis(), targets);
   }
 
+  @Override
+  public void close() {
+    watchdog.close();
+  }
+
   private MonitoredJvm connected(
       TargetIdentity identity, Dialer dialer, long dialMillis, Targets targets) {
     long call = calls.timeoutMillis();

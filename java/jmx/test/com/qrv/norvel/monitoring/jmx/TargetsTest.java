@@ -20,6 +20,7 @@ import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
 import java.util.TreeMap;
+import java.util.concurrent.atomic.AtomicInteger;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 
@@ -108,6 +109,30 @@ final class TargetsTest {
     assertThat(log.errors()).hasSize(1);
   }
 
+  @Test
+  void aTargetThatIsReachedAfterItVanishedIsNotListenedTo() throws Exception {
+    factory.run(7, "com.shop.Main");
+    start(10);
+    Await.until("it is found", () -> factory.jvm("Main:7") != null);
+    FakeJvm jvm = factory.jvm("Main:7");
+    targets.up(jvm);
+    assertThat(jvm.asked).hasValue(1);
+    targets.vanished("Main:7");
+
+    targets.up(jvm);
+
+    assertThat(jvm.asked).hasValue(1);
+  }
+
+  @Test
+  void itsEndIsTheEndOfWhatServesTheTargets() throws Exception {
+    start(10);
+
+    targets.close();
+
+    assertThat(factory.isClosed()).isTrue();
+  }
+
   private void start(int limit) {
     JmxConfig.Local local =
         new JmxConfig.Local(true, 1, Collections.singletonList("*"), new ArrayList<>());
@@ -122,8 +147,8 @@ final class TargetsTest {
             List.of());
     DaemonStarter daemons =
         new DaemonStarter(List.of(), new RecordingDaemons(), Clock.SYSTEM, log);
-    Notifications notifications = new Notifications(List.of(), log);
-    SelfJvm self = new SelfJvm("me", Clock.SYSTEM);
+    Notifications notifications = new Notifications(List.of(), Clock.SYSTEM, 1000, log);
+    SelfJvm self = new SelfJvm("me", Clock.SYSTEM, log);
     targets = new Targets(config, self, factory, subnodes, daemons, notifications, log);
     targets.start();
   }
@@ -132,6 +157,7 @@ final class TargetsTest {
     private final Map<Long, String> commands = new TreeMap<>();
     private final Map<String, FakeJvm> made = new HashMap<>();
     private boolean failing;
+    private boolean closed;
 
     synchronized void run(long pid, String command) {
       commands.put(pid, command);
@@ -173,6 +199,15 @@ final class TargetsTest {
     }
 
     @Override
+    public synchronized void close() {
+      closed = true;
+    }
+
+    synchronized boolean isClosed() {
+      return closed;
+    }
+
+    @Override
     public synchronized List<Long> pids() {
       if (failing) {
         failing = false;
@@ -196,6 +231,7 @@ final class TargetsTest {
     private final String name;
     private final long pid;
     private final Targets targets;
+    private final AtomicInteger asked = new AtomicInteger(); // work for later
     private volatile boolean reached;
     private volatile boolean closed;
 
@@ -252,7 +288,9 @@ final class TargetsTest {
     }
 
     @Override
-    public void later(String key, TargetWork<?> work) {}
+    public void later(String key, TargetWork<?> work) {
+      asked.incrementAndGet();
+    }
 
     @Override
     public <T> T work(String key, TargetWork<T> work) {

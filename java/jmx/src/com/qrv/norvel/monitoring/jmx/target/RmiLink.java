@@ -10,7 +10,7 @@ import java.util.HashSet;
 import java.util.List;
 import java.util.Map;
 import java.util.Set;
-import java.util.concurrent.atomic.AtomicLong;
+import java.util.function.LongConsumer;
 import javax.management.Attribute;
 import javax.management.AttributeNotFoundException;
 import javax.management.InstanceNotFoundException;
@@ -36,14 +36,24 @@ final class RmiLink implements Link {
   private final Map<String, ObjectName[]> namesOfPattern = new HashMap<>();
   private final Set<String> reported = new HashSet<>();
   private final Set<String> readOneByOne = new HashSet<>();
-  private final AtomicLong lost = new AtomicLong();
-  private boolean countsLosses;
+  private final TimeBudget budget;
 
-  /** Takes an open connector; {@code target} names it in messages. */
-  RmiLink(String target, JMXConnector connector, MBeanServerConnection server, EventLog log) {
+  /**
+   * Takes an open connector.
+   *
+   * @param target names it in messages
+   * @param budget for one sample
+   */
+  RmiLink(
+      String target,
+      JMXConnector connector,
+      MBeanServerConnection server,
+      TimeBudget budget,
+      EventLog log) {
     this.target = target;
     this.connector = connector;
     this.server = server;
+    this.budget = budget;
     this.log = log;
   }
 
@@ -56,10 +66,6 @@ final class RmiLink implements Link {
   public void addListener(
       ObjectName bean, NotificationListener listener, NotificationFilter filter)
       throws IOException, JMException {
-    if (!countsLosses) {
-      countsLosses = true;
-      connector.addConnectionNotificationListener(new LossCounter(), null, null);
-    }
     server.addNotificationListener(bean, listener, filter, null);
   }
 
@@ -70,17 +76,17 @@ final class RmiLink implements Link {
   }
 
   @Override
-  public long takeLostNotifications() {
-    return lost.getAndSet(0);
+  public void onLoss(LongConsumer told) {
+    connector.addConnectionNotificationListener(new LossListener(told), null, null);
   }
 
-  /** Counts what the connector says it has lost, because the other side's buffer ran over. */
-  private final class LossCounter implements NotificationListener {
+  /** Hears what the connector says it has lost, because the other side's buffer ran over. */
+  private record LossListener(LongConsumer told) implements NotificationListener {
     @Override
     public void handleNotification(Notification notification, Object handback) {
       if (notification.getType().equals(JMXConnectionNotification.NOTIFS_LOST)) {
         Object count = notification.getUserData();
-        lost.addAndGet(count instanceof Number ? Math.max(1, ((Number) count).longValue()) : 1);
+        told.accept(count instanceof Number number ? Math.max(1, number.longValue()) : 1);
       }
     }
   }
@@ -102,10 +108,12 @@ final class RmiLink implements Link {
 
   @Override
   public Object[][] read(String beans, String[] attributes) throws IOException {
+    budget.begin();
     ObjectName[] names = names(beans);
     Object[][] rows = new Object[names.length][];
     int found = 0;
     for (ObjectName name : names) {
+      checkTime(beans);
       try {
         rows[found] = readBean(name, attributes);
         found++;
@@ -115,6 +123,14 @@ final class RmiLink implements Link {
       }
     }
     return found == rows.length ? rows : Arrays.copyOf(rows, found);
+  }
+
+  /** The connection is sound, so what takes too long costs the sample only. */
+  private void checkTime(Object beans) {
+    if (budget.isOver()) {
+      throw new IllegalStateException(
+          beans + " takes more than " + budget.millis() + " ms to read: it is too much or too slow");
+    }
   }
 
   /** The beans of a pattern stay as good as always, so they are asked for once. */
@@ -192,6 +208,7 @@ final class RmiLink implements Link {
     if (reported.contains(key)) {
       return Unavailable.NOTHING;
     }
+    checkTime(bean);
     String reason;
     try {
       Object value = server.getAttribute(bean, attribute);

@@ -4,6 +4,7 @@ import static org.assertj.core.api.Assertions.assertThat;
 
 import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.FakeAgent;
+import com.qrv.norvel.monitoring.jmx.RecordingLog;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
 import com.qrv.norvel.monitoring.toolkit.agent.ActionResult;
@@ -55,7 +56,7 @@ final class TargetActionsTest {
   private final MBeanServer server = ManagementFactory.getPlatformMBeanServer();
   private final FakeAgent agent = new FakeAgent();
   private final Map<String, MonitoredJvm> targets =
-      Map.of(SelfJvm.NAME, new SelfJvm("the test", Clock.SYSTEM));
+      Map.of(SelfJvm.NAME, new SelfJvm("the test", Clock.SYSTEM, new RecordingLog()));
 
   @BeforeEach
   void declare() throws Exception {

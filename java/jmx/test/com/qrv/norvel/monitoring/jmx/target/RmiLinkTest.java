@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.jmx.target;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
+import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.RecordingLog;
 import com.qrv.norvel.monitoring.jmx.net.RmiSetup;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
@@ -44,7 +45,7 @@ final class RmiLinkTest {
             new JMXServiceURL("service:jmx:rmi://"), null, server);
     connectorServer.start();
     connector = JMXConnectorFactory.connect(connectorServer.getAddress());
-    link = new RmiLink("t", connector, connector.getMBeanServerConnection(), log);
+    link = linkWithin(60_000);
   }
 
   @AfterEach
@@ -113,6 +114,22 @@ final class RmiLinkTest {
     connectorServer.stop();
 
     assertThatThrownBy(() -> read("Good")).isInstanceOf(IOException.class);
+  }
+
+  @Test
+  void aSampleThatTakesTooLongIsRefusedAndTheConnectionStays() throws Exception {
+    RmiLink hasty = linkWithin(0);
+
+    assertThatThrownBy(() -> hasty.read(SAMPLE, new String[] {"Good"}))
+        .isInstanceOf(IllegalStateException.class)
+        .hasMessageContaining("test:type=Sample takes more than 0 ms");
+
+    hasty.ping();
+  }
+
+  private RmiLink linkWithin(long budgetMillis) throws IOException {
+    TimeBudget budget = new TimeBudget(Clock.SYSTEM, budgetMillis);
+    return new RmiLink("t", connector, connector.getMBeanServerConnection(), budget, log);
   }
 
   private Object[][] read(String... attributes) throws IOException {
