@@ -39,14 +39,14 @@ class FaultTarget:
         self.process.stdout.close()
 
 
-def jmx_yaml(targets, timeout_ms):
-    """Monitors the targets through their ports, and nothing else."""
+def jmx_yaml(targets, timeout_ms, more=""):
+    """Monitors the targets through their ports, and nothing else; `more` is added."""
     lines = ["local:", "  enabled: false",
              "calls:", f"  timeoutMillis: {timeout_ms}", "  retryMinMillis: 200",
              "  retryMaxMillis: 1000", "  heartbeatSeconds: 1", "remote:"]
     for name, target in targets.items():
         lines += [f"  - name: {name}", "    host: 127.0.0.1", f"    port: {target.port}"]
-    return "\n".join(lines) + "\n"
+    return "\n".join(lines) + "\n" + more
 
 
 def status_of(agent, name):
@@ -79,8 +79,8 @@ class FaultTargetTest(unittest.TestCase):
         self.addCleanup(target.close)
         return target
 
-    def agent(self, targets, timeout_ms, **arguments):
-        agent = Agent(jmx=jmx_yaml(targets, timeout_ms), **arguments)
+    def agent(self, targets, timeout_ms, more="", **arguments):
+        agent = Agent(jmx=jmx_yaml(targets, timeout_ms, more), **arguments)
         self.addCleanup(agent.close)
         for name in targets:
             wait_until_up(agent, name)

@@ -96,10 +96,16 @@ class Agent:
 
     def post(self, path, content):
         """Sends JSON with the agent's token; the answer's."""
+        return self._change("POST", path, json.dumps(content).encode())
+
+    def delete(self, path):
+        return self._change("DELETE", path, None)
+
+    def _change(self, method, path, content):
         token = (self.home / "var/token").read_text().strip()
         request = urllib.request.Request(
-            self.url + path, json.dumps(content).encode(),
-            {"Content-Type": "application/json", "Authorization": f"Bearer {token}"})
+            self.url + path, content, method=method,
+            headers={"Content-Type": "application/json", "Authorization": f"Bearer {token}"})
         with urllib.request.urlopen(request, timeout=DEADLINE) as answer:
             return json.load(answer)
 
