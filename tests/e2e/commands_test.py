@@ -3,14 +3,11 @@
 import unittest
 import urllib.request
 
-from fault_targets import FaultTargetTest, status_of, threads_of, wait_until_up
+from fault_targets import (FETCHER, TICKS, FaultTargetTest, status_of, threads_of,
+                           wait_until_up)
 from product import DEADLINE, wait_until
 
-TICKS = """notifications:
-  - table: TICKS
-    mbean: zel.fault:type=Notifier
-    types: [zel.fault.tick]
-actions:
+ACTIONS = """actions:
   - name: fault
     mbean: zel.fault:type=Control
     operation: apply
@@ -18,9 +15,6 @@ actions:
       - name: mode
         choices: [status, nonsense]
 """
-
-# Names as the kernel keeps them: the thread that fetches the notifications of one connection.
-FETCHER = "ClientNotifForw"
 
 
 class CommandsTest(FaultTargetTest):
@@ -71,7 +65,7 @@ class CommandsTest(FaultTargetTest):
 
     def test_actions_run_at_another_jvm_and_are_refused_with_the_reason(self):
         target = self.target()
-        agent = self.agent({"shop": target}, timeout_ms=3000, more=TICKS)
+        agent = self.agent({"shop": target}, timeout_ms=3000, more=ACTIONS)
 
         def run(command, node="shop"):
             answer = agent.post("/api/v1/actions", {"node": node, "command": command})

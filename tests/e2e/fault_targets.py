@@ -8,6 +8,19 @@ import unittest
 from product import DEADLINE, ROOT, Agent, installed_javas, wait_until
 
 
+# Names of threads as the kernel keeps them: one fetches the notifications of one connection, ...
+FETCHER = "ClientNotifForw"
+# ... and all that a connection may have begin like this.
+OF_CONNECTIONS = ("jmx-", "RMI ", FETCHER)
+
+# Has the ticks of the mode `notify` as events.
+TICKS = """notifications:
+  - table: TICKS
+    mbean: zel.fault:type=Notifier
+    types: [zel.fault.tick]
+"""
+
+
 class FaultTarget:
     """A JVM that misbehaves as it is told, with a JMX port of its own."""
 
