@@ -8,6 +8,19 @@ import unittest
 from product import DEADLINE, ROOT, Agent, installed_javas, wait_until
 
 
+# Names of threads as the kernel keeps them: one fetches the notifications of one connection, ...
+FETCHER = "ClientNotifForw"
+# ... and all that a connection may have begin like this.
+OF_CONNECTIONS = ("jmx-", "RMI ", FETCHER)
+
+# Has the ticks of the mode `notify` as events.
+TICKS = """notifications:
+  - table: TICKS
+    mbean: zel.fault:type=Notifier
+    types: [zel.fault.tick]
+"""
+
+
 class FaultTarget:
     """A JVM that misbehaves as it is told, with a JMX port of its own."""
 
@@ -39,14 +52,14 @@ class FaultTarget:
         self.process.stdout.close()
 
 
-def jmx_yaml(targets, timeout_ms):
-    """Monitors the targets through their ports, and nothing else."""
+def jmx_yaml(targets, timeout_ms, more=""):
+    """Monitors the targets through their ports, and nothing else; `more` is added."""
     lines = ["local:", "  enabled: false",
              "calls:", f"  timeoutMillis: {timeout_ms}", "  retryMinMillis: 200",
              "  retryMaxMillis: 1000", "  heartbeatSeconds: 1", "remote:"]
     for name, target in targets.items():
         lines += [f"  - name: {name}", "    host: 127.0.0.1", f"    port: {target.port}"]
-    return "\n".join(lines) + "\n"
+    return "\n".join(lines) + "\n" + more
 
 
 def status_of(agent, name):
@@ -84,8 +97,8 @@ class FaultTargetTest(unittest.TestCase):
         self.addCleanup(target.close)
         return target
 
-    def agent(self, targets, timeout_ms, **arguments):
-        agent = Agent(jmx=jmx_yaml(targets, timeout_ms), **arguments)
+    def agent(self, targets, timeout_ms, more="", **arguments):
+        agent = Agent(jmx=jmx_yaml(targets, timeout_ms, more), **arguments)
         self.addCleanup(agent.close)
         for name in targets:
             wait_until_up(agent, name)

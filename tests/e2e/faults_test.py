@@ -5,7 +5,8 @@ import threading
 import time
 import unittest
 
-from fault_targets import FaultTargetTest, status_of, threads_of
+from fault_targets import (FETCHER, OF_CONNECTIONS, TICKS, FaultTargetTest, status_of,
+                           threads_of)
 from product import wait_until
 
 TABLES = ("JVM_RUNTIME", "JVM_MEMORY", "JVM_MEMPOOL", "JVM_GC", "JVM_THREADS", "JVM_CLASSES",
@@ -45,13 +46,16 @@ class Readers:
 
 class FaultsTest(FaultTargetTest):
     def test_sick_targets_never_make_a_healthy_one_late(self):
-        targets = {"well": self.target(), "hang": self.target(), "slow": self.target("slow=50"),
-                   "drop": self.target(), "beans": self.target("beans=5000", "pools=200"),
+        targets = {"well": self.target("notify=5"), "hang": self.target("notify=5"),
+                   "slow": self.target("slow=50", "notify=5"), "drop": self.target("notify=5"),
+                   "beans": self.target("beans=5000", "pools=200"),
                    "throw": self.target("throw")}
         # A call on the one that hangs takes longer than a report waits, so a healthy target that
         # had to wait for it would be late; a busy machine alone makes no report wait so long.
-        agent = self.agent(targets, timeout_ms=15000,
+        agent = self.agent(targets, timeout_ms=15000, more=TICKS,
                            settings="engine:\n  report_deadline: 10s\n  stuck_after: 20s\n")
+        wait_until(lambda: threads_of(agent).count(FETCHER) == len(targets), "all are heard")
+        before = self.of_connections(agent)
         targets["hang"].command("hang")
         targets["drop"].command("drop=2000")
 
@@ -73,6 +77,7 @@ class FaultsTest(FaultTargetTest):
         self.assertLess(max(duration for _, duration in readers.samples["well"]), 10)
         for name in targets:
             self.assertEqual(during.count(f"jmx-{name}"), 1, during)
+        self.assertLessEqual(during.count(FETCHER), len(targets), during)
 
         self.check_spoilt_cells(agent)
         self.assertEqual(
@@ -80,10 +85,25 @@ class FaultsTest(FaultTargetTest):
                  if row["POOL"].startswith("fault-")]), 200)
 
         for name in ("hang", "drop"):
-            targets[name].command("off")
-            wait_until(lambda: agent.rows("JVM_RUNTIME", subnode=name), f"rows of {name} again")
+            targets[name].command(f"{name}=off")
+            wait_until(lambda: agent.try_rows("JVM_RUNTIME", subnode=name),
+                       f"rows of {name} again")
+        last = agent.get("/api/v1/tables/TICKS/events")["last"]
+        wait_until(lambda: {"hang", "drop"} <= self.heard_since(agent, last), "all are heard again")
+        wait_until(lambda: threads_of(agent).count(FETCHER) == len(targets), "one thread for each")
+        wait_until(lambda: len(self.of_connections(agent)) <= len(before) + 2,
+                   f"no more threads than {before}")
         agent.signal(signal.SIGTERM)
         self.assertEqual(agent.wait(), 0, agent.stderr())
+
+    @staticmethod
+    def of_connections(agent):
+        return [name for name in threads_of(agent) if name.startswith(OF_CONNECTIONS)]
+
+    @staticmethod
+    def heard_since(agent, last):
+        events = agent.get("/api/v1/tables/TICKS/events", since=last)["events"]
+        return {event["values"]["ORIGINNODE"] for event in events}
 
     def check_spoilt_cells(self, agent):
         for table, spoilt in (("JVM_RUNTIME", "VM_VENDOR"), ("JVM_THREADS", "PEAK"),

@@ -38,11 +38,13 @@ public final class JmxApplication implements Application {
       RmiPreload.begin(config.calls().timeoutMillis(), log);
     }
     String product = agent.info().productCode();
-    SelfJvm self = new SelfJvm("agent " + product, Clock.SYSTEM);
+    SelfJvm self = new SelfJvm("agent " + product, Clock.SYSTEM, log);
     TargetFactory factory = new JmxTargetFactory(config.calls(), Clock.SYSTEM, log);
     DaemonStarter daemons =
         new DaemonStarter(config.daemons(), agent.daemons(), Clock.SYSTEM, log);
-    Notifications notifications = new Notifications(config.notifications(), log);
+    Notifications notifications =
+        new Notifications(
+            config.notifications(), Clock.SYSTEM, config.calls().timeoutMillis(), log);
     notifications.register(agent);
     targets =
         new Targets(config, self, factory, agent.subnodes(), daemons, notifications, log);
@@ -54,7 +56,7 @@ public final class JmxApplication implements Application {
     agent.table(TargetsTable.DEFINITION, new TargetsTable(targets));
     long budget = config.calls().timeoutMillis() / 2;
     agent.web("/", deadline, new TargetPages(targets, StandardTables.all(), budget));
-    new TargetActions(targets, config.actions()).register(agent, deadline);
+    new TargetActions(targets, config.actions()).register(agent, Math.max(deadline, TargetActions.MAX_MILLIS + 1000));
   }
 
   @Override

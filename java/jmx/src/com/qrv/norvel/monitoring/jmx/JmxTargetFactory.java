@@ -86,6 +86,11 @@ final class JmxTargetFactory implements TargetFactory {
     return connected(identity, dialer, 2L * calls.timeoutMillis(), targets);
   }
 
+  @Override
+  public void close() {
+    watchdog.close();
+  }
+
   private LinkTimes times() {
     return new LinkTimes(calls.timeoutMillis(), calls.seldomSeconds() * 1000L, clock);
   }

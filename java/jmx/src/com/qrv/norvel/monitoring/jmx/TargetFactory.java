@@ -16,4 +16,7 @@ interface TargetFactory {
 
   /** A target that the configuration names, not started. */
   MonitoredJvm remote(JmxConfig.Remote remote, Targets targets);
+
+  /** All targets have been closed: what serves them ends with the last. */
+  void close();
 }

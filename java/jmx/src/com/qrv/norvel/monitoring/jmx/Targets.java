@@ -88,6 +88,7 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
     for (MonitoredJvm jvm : all()) {
       jvm.close();
     }
+    factory.close();
   }
 
   @Override
@@ -108,7 +109,12 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
 
   @Override
   public void up(MonitoredJvm target) {
-    notifications.up(target);
+    // Under the lock: a target that vanishes meanwhile is forgotten thereafter, not before.
+    synchronized (jvms) {
+      if (jvms.get(target.name()) == target) {
+        notifications.up(target);
+      }
+    }
   }
 
   @Override

@@ -30,7 +30,7 @@ final class LocalTargetsTest {
   private final RecordingSubnodes subnodes = new RecordingSubnodes();
   private final RecordingLog log = new RecordingLog();
   private final FakeAgent agent = new FakeAgent();
-  private final Notifications notifications = new Notifications(List.of(), log);
+  private final Notifications notifications = new Notifications(List.of(), Clock.SYSTEM, 1000, log);
   private Targets targets;
 
   @AfterEach
@@ -143,7 +143,7 @@ final class LocalTargetsTest {
     targets =
         new Targets(
             config,
-            new SelfJvm("tests", Clock.SYSTEM),
+            new SelfJvm("tests", Clock.SYSTEM, log),
             new JmxTargetFactory(calls, Clock.SYSTEM, log),
             subnodes,
             new DaemonStarter(List.of(), new RecordingDaemons(), Clock.SYSTEM, log),

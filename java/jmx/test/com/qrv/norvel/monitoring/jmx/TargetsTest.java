@@ -166,6 +166,30 @@ final class TargetsTest {
     Await.until("the other is found", () -> targets.find("Main:8") != null);
   }
 
+  @Test
+  void aTargetThatIsReachedAfterItVanishedIsNotListenedTo() throws Exception {
+    factory.run(7, "com.shop.Main");
+    start(10);
+    Await.until("it is found", () -> factory.jvm("Main:7") != null);
+    FakeJvm jvm = factory.jvm("Main:7");
+    targets.up(jvm);
+    assertThat(jvm.asked).hasValue(1);
+    targets.vanished("Main:7");
+
+    targets.up(jvm);
+
+    assertThat(jvm.asked).hasValue(1);
+  }
+
+  @Test
+  void itsEndIsTheEndOfWhatServesTheTargets() throws Exception {
+    start(10);
+
+    targets.close();
+
+    assertThat(factory.isClosed()).isTrue();
+  }
+
   private void start(int limit) {
     JmxConfig.Local local =
         new JmxConfig.Local(true, 1, Collections.singletonList("*"), new ArrayList<>());
@@ -181,8 +205,8 @@ final class TargetsTest {
     DaemonRule rule =
         new DaemonRule("watch", List.of("/opt/watch"), true, null, null, null, Map.of());
     DaemonStarter starter = new DaemonStarter(List.of(rule), daemons, Clock.SYSTEM, log);
-    Notifications notifications = new Notifications(List.of(), log);
-    SelfJvm self = new SelfJvm("me", Clock.SYSTEM);
+    Notifications notifications = new Notifications(List.of(), Clock.SYSTEM, 1000, log);
+    SelfJvm self = new SelfJvm("me", Clock.SYSTEM, log);
     targets = new Targets(config, self, factory, subnodes, starter, notifications, log);
     targets.start();
   }
@@ -201,6 +225,7 @@ final class TargetsTest {
     private Throwable failure;
     private long startTicks = 1;
     private volatile Clock clock = Clock.SYSTEM;
+    private boolean closed;
 
     synchronized void run(long pid, String command) {
       commands.put(pid, command);
@@ -247,6 +272,15 @@ final class TargetsTest {
     }
 
     @Override
+    public synchronized void close() {
+      closed = true;
+    }
+
+    synchronized boolean isClosed() {
+      return closed;
+    }
+
+    @Override
     public synchronized List<Long> pids() {
       Throwable thrown = failure;
       failure = null;
@@ -270,10 +304,10 @@ final class TargetsTest {
     private final String name;
     private final long pid;
     private final Targets targets;
+    private final AtomicInteger asked = new AtomicInteger(); // work for later
     private volatile boolean reached;
     private volatile Error failure;
     private volatile boolean closed;
-    private final AtomicInteger asked = new AtomicInteger(); // work that nobody waits for
 
     FakeJvm(String name, long pid, Targets targets) {
       this.name = name;

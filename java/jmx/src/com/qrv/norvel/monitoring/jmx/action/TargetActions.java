@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.action;
 
+import com.qrv.norvel.monitoring.jmx.target.LongWork;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
 import com.qrv.norvel.monitoring.jmx.target.TargetException;
@@ -18,6 +19,12 @@ import java.util.concurrent.atomic.AtomicLong;
 public final class TargetActions {
   /** The words that a configured action can't have. */
   public static final Set<String> RESERVED = Set.of("gc", "heap-histogram", "help");
+
+  /**
+   * How long an action may take. The agent waits 30 seconds unless it is configured otherwise; a
+   * target that gives up before that has a better reason to tell.
+   */
+  public static final long MAX_MILLIS = 28_000;
 
   /** The target is down, does not answer, or is unknown. */
   static final int UNREACHABLE = 3;
@@ -73,11 +80,19 @@ public final class TargetActions {
     }
     try {
       // A number of its own: two equal commands are run twice.
-      return ActionResult.ok(target.work(action.word() + " #" + runs.incrementAndGet(), work));
+      String key = action.word() + " #" + runs.incrementAndGet();
+      return ActionResult.ok(target.work(key, new LongWork<>(work, MAX_MILLIS)));
     } catch (TargetException e) {
-      return ActionResult.failed(
-          e.isRefusal() ? ActionResult.FAILED : UNREACHABLE, e.getMessage());
+      return ActionResult.failed(code(e.outcome()), e.getMessage());
     }
+  }
+
+  private static int code(TargetException.Outcome outcome) {
+    return switch (outcome) {
+      case NOT_DONE -> UNREACHABLE;
+      case REFUSED -> ActionResult.FAILED;
+      case UNKNOWN -> ActionResult.TIMED_OUT;
+    };
   }
 
   private String help() {

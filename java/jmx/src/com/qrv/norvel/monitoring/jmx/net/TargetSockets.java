@@ -19,6 +19,7 @@ public final class TargetSockets {
   private final TrackedSockets factory;
   private final ArrayDeque<String> endpoints = new ArrayDeque<>(); // guarded by this
   private boolean refusing; // guarded by this
+  private long silenceMillis; // guarded by this
 
   public TargetSockets(TrackedSockets factory) {
     this.factory = factory;
@@ -36,6 +37,28 @@ public final class TargetSockets {
   /** Lets the target's thread dial again. */
   public synchronized void allow() {
     refusing = false;
+  }
+
+  /**
+   * Sets how long the target may be silent while it answers: on what is open, and on what its
+   * thread opens from now on. Less than the factory's own limit changes nothing.
+   */
+  public void bear(long millis) {
+    String[] known;
+    synchronized (this) {
+      if (millis == silenceMillis) {
+        return;
+      }
+      silenceMillis = millis;
+      known = endpoints.toArray(new String[0]);
+    }
+    for (String endpoint : known) {
+      factory.bear(endpoint, millis);
+    }
+  }
+
+  synchronized long silenceMillis() {
+    return silenceMillis;
   }
 
   /** Closes every socket to the target's endpoints and refuses new ones. Never blocks. */

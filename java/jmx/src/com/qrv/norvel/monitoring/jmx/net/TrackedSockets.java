@@ -6,6 +6,7 @@ import java.io.OutputStream;
 import java.net.InetSocketAddress;
 import java.net.ServerSocket;
 import java.net.Socket;
+import java.net.SocketException;
 import java.rmi.server.RMISocketFactory;
 import java.util.HashMap;
 import java.util.HashSet;
@@ -59,7 +60,7 @@ public final class TrackedSockets extends RMISocketFactory {
       }
       socket.connect(new InetSocketAddress(host, port), connectMillis);
       socket.setTcpNoDelay(true);
-      socket.setSoTimeout(readMillis);
+      socket.setSoTimeout(soTimeout(owner == null ? 0 : owner.silenceMillis()));
       connected = true;
       return socket;
     } finally {
@@ -76,15 +77,7 @@ public final class TrackedSockets extends RMISocketFactory {
 
   /** Closes every socket that is open to the endpoint. */
   void closeAll(String endpoint) {
-    Socket[] sockets;
-    synchronized (open) {
-      Set<Socket> known = open.get(endpoint);
-      if (known == null) {
-        return;
-      }
-      sockets = known.toArray(new Socket[0]);
-    }
-    for (Socket socket : sockets) {
+    for (Socket socket : openTo(endpoint)) {
       try {
         socket.close();
       } catch (IOException e) {
@@ -92,6 +85,23 @@ public final class TrackedSockets extends RMISocketFactory {
         forget(endpoint, socket);
       }
     }
+  }
+
+  /** Sets how long a read from the endpoint may be silent, from the next read on. */
+  void bear(String endpoint, long millis) {
+    for (Socket socket : openTo(endpoint)) {
+      try {
+        socket.setSoTimeout(soTimeout(millis));
+      } catch (SocketException e) {
+        // It has been closed, and nobody reads from it any more.
+        forget(endpoint, socket);
+      }
+    }
+  }
+
+  /** A net under the watchdog, so it hangs a little lower. */
+  private int soTimeout(long silenceMillis) {
+    return (int) Math.max(readMillis, Math.min(silenceMillis + connectMillis, Integer.MAX_VALUE));
   }
 
   /** How many sockets are open, to all endpoints. */
@@ -102,6 +112,13 @@ public final class TrackedSockets extends RMISocketFactory {
         count += sockets.size();
       }
       return count;
+    }
+  }
+
+  private Socket[] openTo(String endpoint) {
+    synchronized (open) {
+      Set<Socket> known = open.get(endpoint);
+      return known == null ? new Socket[0] : known.toArray(new Socket[0]);
     }
   }
 

@@ -3,10 +3,17 @@ package com.qrv.norvel.monitoring.jmx.notify;
 import com.qrv.norvel.monitoring.jmx.EventLog;
 import com.qrv.norvel.monitoring.jmx.target.Link;
 import com.qrv.norvel.monitoring.jmx.target.TargetWork;
+import com.qrv.norvel.monitoring.jmx.target.TimeBudget;
 import java.io.IOException;
+import java.util.ArrayList;
+import java.util.Collections;
+import java.util.Iterator;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
+import java.util.Set;
+import java.util.concurrent.ConcurrentHashMap;
+import java.util.function.Consumer;
 import javax.management.InstanceNotFoundException;
 import javax.management.JMException;
 import javax.management.ListenerNotFoundException;
@@ -25,15 +32,30 @@ final class Listeners implements TargetWork<Object> {
 
   private final String subnode;
   private final List<WatchedTable> tables;
+  private final TimeBudget budget;
+  private final Consumer<TargetWork<?>> goOn;
   private final EventLog log;
   private final Map<WatchedTable, Map<ObjectName, NotificationListener>> added =
       new LinkedHashMap<>();
-  private Link link;
+  private final Set<WatchedTable> heard = ConcurrentHashMap.newKeySet(); // has a listener
+  private volatile Link link; // set by the target's thread alone
+  private Round round;
 
-  /** @param tables what may be wanted */
-  Listeners(String subnode, List<WatchedTable> tables, EventLog log) {
+  /**
+   * @param tables what may be wanted
+   * @param budget how long it may listen and cease to in one piece
+   * @param goOn has what is left done later, when others have had their turn; must not block
+   */
+  Listeners(
+      String subnode,
+      List<WatchedTable> tables,
+      TimeBudget budget,
+      Consumer<TargetWork<?>> goOn,
+      EventLog log) {
     this.subnode = subnode;
     this.tables = tables;
+    this.budget = budget;
+    this.goOn = goOn;
     this.log = log;
   }
 
@@ -42,63 +64,109 @@ final class Listeners implements TargetWork<Object> {
     if (current != link) {
       forgetLost();
       link = current;
+      current.onLoss(count -> lost(current, count));
     }
-    for (WatchedTable table : tables) {
-      if (table.isWanted()) {
-        add(table);
-      } else {
-        remove(table);
-      }
-    }
-    return null;
+    // It looks at everything, so what was left of another is done with.
+    round = new Round();
+    return round.on(current);
   }
 
   /** The listeners went with the connection: what happened until now was heard by nobody. */
   private void forgetLost() {
-    for (Map.Entry<WatchedTable, Map<ObjectName, NotificationListener>> each : added.entrySet()) {
-      if (!each.getValue().isEmpty() && each.getKey().isWanted()) {
-        each.getKey().missed(subnode, 1);
+    for (WatchedTable table : heard) {
+      if (table.isWanted()) {
+        table.missed(1);
       }
     }
+    heard.clear();
     added.clear();
   }
 
-  private void add(WatchedTable table) throws IOException, JMException {
-    Map<ObjectName, NotificationListener> listeners = of(table);
-    // What is not there any more has taken its listeners along.
-    var present = link.names(table.source().beans());
-    listeners.keySet().retainAll(present);
-    for (ObjectName bean : present) {
-      if (listeners.containsKey(bean)) {
-        continue;
-      }
-      if (listeners.size() >= MAX_BEANS) {
-        table.reportOnce(
-            subnode, "more than " + MAX_BEANS + " MBeans match; the rest is not listened to");
-        return;
-      }
-      NotificationListener listener = new Heard(table, bean, link);
-      try {
-        link.addListener(bean, listener, table.source().filter());
-        listeners.put(bean, listener);
-      } catch (InstanceNotFoundException e) {
-        // It went away meanwhile.
-      } catch (RuntimeException e) {
-        table.reportOnce(subnode, bean + " can't be listened to: " + e);
+  /** The connection knows how many were lost, not whose: each table may lack them. Any thread. */
+  private void lost(Link source, long count) {
+    if (source == link) {
+      for (WatchedTable table : heard) {
+        table.missed(count);
       }
     }
   }
 
-  private void remove(WatchedTable table) throws IOException, JMException {
-    Map<ObjectName, NotificationListener> listeners = of(table);
-    for (Map.Entry<ObjectName, NotificationListener> each : listeners.entrySet()) {
-      try {
-        link.removeListener(each.getKey(), each.getValue());
-      } catch (InstanceNotFoundException | ListenerNotFoundException e) {
-        log.info("target " + subnode + ": " + each.getKey() + " has gone with its listener");
+  /** A look at all tables, which ends and goes on as the time allows. */
+  private final class Round implements TargetWork<Object> {
+    private final Iterator<WatchedTable> due = tables.iterator();
+    private WatchedTable table;
+    private Iterator<ObjectName> beans = Collections.emptyIterator(); // of the table, to be seen to
+
+    @Override
+    public Object on(Link current) throws IOException, JMException {
+      budget.begin();
+      while (this == round && current == link && (beans.hasNext() || due.hasNext())) {
+        step();
+        if (budget.isOver()) {
+          goOn.accept(this);
+          break;
+        }
+      }
+      return null;
+    }
+
+    /** Makes one call at most. */
+    private void step() throws IOException, JMException {
+      if (!beans.hasNext()) {
+        table = due.next();
+        beans = table.isWanted() ? unheard(table) : List.copyOf(of(table).keySet()).iterator();
+      } else if (table.isWanted() && of(table).size() >= MAX_BEANS) {
+        table.reportOnce(
+            subnode, "more than " + MAX_BEANS + " MBeans match; the rest is not listened to");
+        beans = Collections.emptyIterator();
+      } else if (table.isWanted()) {
+        add(table, beans.next());
+      } else {
+        remove(table, beans.next());
+      }
+      if (of(table).isEmpty()) {
+        heard.remove(table);
       }
     }
-    listeners.clear();
+  }
+
+  /** The beans of a table that are to be listened to and are not yet. */
+  private Iterator<ObjectName> unheard(WatchedTable table) throws IOException {
+    Set<ObjectName> known = of(table).keySet();
+    Set<ObjectName> present = link.names(table.source().beans());
+    // What is not there any more has taken its listeners along.
+    known.retainAll(present);
+    List<ObjectName> unheard = new ArrayList<>();
+    for (ObjectName bean : present) {
+      if (!known.contains(bean)) {
+        unheard.add(bean);
+      }
+    }
+    return unheard.iterator();
+  }
+
+  private void add(WatchedTable table, ObjectName bean) throws IOException, JMException {
+    NotificationListener listener = new Heard(table, bean, link);
+    try {
+      heard.add(table); // before: what is lost from now on is this table's, too
+      link.addListener(bean, listener, table.source().filter());
+      of(table).put(bean, listener);
+    } catch (InstanceNotFoundException e) {
+      // It went away meanwhile.
+    } catch (RuntimeException e) {
+      table.reportOnce(subnode, bean + " can't be listened to: " + e);
+    }
+  }
+
+  private void remove(WatchedTable table, ObjectName bean) throws IOException, JMException {
+    NotificationListener listener = of(table).remove(bean);
+    try {
+      if (listener != null) {
+        link.removeListener(bean, listener);
+      }
+    } catch (InstanceNotFoundException | ListenerNotFoundException e) {
+      log.info("target " + subnode + ": " + bean + " has gone with its listener");
+    }
   }
 
   private Map<ObjectName, NotificationListener> of(WatchedTable table) {
@@ -128,11 +196,10 @@ final class Listeners implements TargetWork<Object> {
 
     @Override
     public void handleNotification(Notification notification, Object handback) {
-      long lost = source.takeLostNotifications();
-      if (lost > 0) {
-        table.missed(subnode, lost);
+      // A connection that was given up may speak for a while; its successor says the same.
+      if (source == link) {
+        table.heard(subnode, bean, notification);
       }
-      table.heard(subnode, bean, notification);
     }
   }
 }

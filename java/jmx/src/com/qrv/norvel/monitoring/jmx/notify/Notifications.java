@@ -1,7 +1,10 @@
 package com.qrv.norvel.monitoring.jmx.notify;
 
+import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.EventLog;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.target.TargetWork;
+import com.qrv.norvel.monitoring.jmx.target.TimeBudget;
 import com.qrv.norvel.monitoring.toolkit.agent.Agent;
 import java.util.ArrayList;
 import java.util.LinkedHashMap;
@@ -14,12 +17,18 @@ import java.util.concurrent.atomic.AtomicLong;
  * while nobody watches a table. Any thread may call; nothing blocks.
  */
 public final class Notifications implements Runnable {
+  private final Clock clock;
+  private final long callMillis;
   private final EventLog log;
   private final List<WatchedTable> tables = new ArrayList<>();
   private final Map<MonitoredJvm, Listeners> targets = new LinkedHashMap<>(); // guarded by itself
   private final AtomicLong rounds = new AtomicLong();
 
-  public Notifications(List<NotificationRule> configured, EventLog log) {
+  /** @param callMillis how long a call on a target may take */
+  public Notifications(
+      List<NotificationRule> configured, Clock clock, long callMillis, EventLog log) {
+    this.clock = clock;
+    this.callMillis = callMillis;
     this.log = log;
     tables.add(new WatchedTable(new GcEvents(), this, log));
     for (NotificationRule rule : configured) {
@@ -40,7 +49,9 @@ public final class Notifications implements Runnable {
     synchronized (targets) {
       listeners = targets.get(target);
       if (listeners == null) {
-        listeners = new Listeners(target.name(), tables, log);
+        TimeBudget budget = TimeBudget.ofCall(clock, callMillis);
+        listeners =
+            new Listeners(target.name(), tables, budget, rest -> listen(target, rest), log);
         targets.put(target, listeners);
       }
     }
@@ -66,7 +77,7 @@ public final class Notifications implements Runnable {
     }
   }
 
-  private void listen(MonitoredJvm target, Listeners listeners) {
+  private void listen(MonitoredJvm target, TargetWork<?> listeners) {
     // A number of its own: a wish that comes while the last one is being seen to is seen to next.
     target.later("listening #" + rounds.incrementAndGet(), listeners);
   }

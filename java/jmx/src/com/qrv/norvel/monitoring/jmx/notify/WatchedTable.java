@@ -76,7 +76,7 @@ final class WatchedTable implements SituationHandler {
     try {
       cells = source.cells(bean, notification);
     } catch (RuntimeException e) {
-      missed(subnode, 1);
+      missed(1);
       reportOnce(subnode, "a notification of " + bean + " can't be read: " + e);
       return;
     }
@@ -86,9 +86,8 @@ final class WatchedTable implements SituationHandler {
   }
 
   /** Counts events that happened and were not heard. */
-  void missed(String subnode, long count) {
+  void missed(long count) {
     events.missed(count);
-    log.info("target " + subnode + ": events of " + name() + " were missed");
   }
 
   void reportOnce(String subnode, String what) {

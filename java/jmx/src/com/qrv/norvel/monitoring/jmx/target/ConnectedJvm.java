@@ -4,10 +4,7 @@ import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.EventLog;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import java.io.IOException;
-import java.util.ArrayList;
-import java.util.LinkedHashMap;
 import java.util.List;
-import java.util.Map;
 
 /**
  * A JVM behind a connection, with a thread of its own that makes every call on it, one at a time.
@@ -35,18 +32,14 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
 
   // Guarded by this, all that follows.
   private final Retry retry;
-  private final Map<String, Job<?>> jobs = new LinkedHashMap<>(); // by key, with the running
+  private final Jobs jobs = new Jobs();
+  private final OpenCall call = new OpenCall();
   private final TargetBook book;
   private long lastCallMillis;
   private boolean present; // does not flicker: ends when the first new attempt has failed
   private boolean closed;
-  private boolean inCall;
-  private boolean overdue; // the call in progress has been given up
-  private long deadlineMillis; // of the call in progress
 
-  /**
-   * @param observer told by the target's thread
-   */
+  /** @param observer told by the target's thread */
   public ConnectedJvm(
       TargetIdentity identity,
       TargetTimes times,
@@ -102,33 +95,30 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       if (closed || (book.state() != TargetState.UP && !firstContact)) {
         throw new TargetException(book.refusal());
       }
-      job = shared(key, work);
+      job = jobs.of(key, work);
+      job.addCaller();
+      notifyAll();
     }
     // An overdue call fails all jobs, so this passes only while every answer is slow but in time.
-    long limit = MAX_WAIT_CALLS * times.call();
-    if (!job.await(limit)) {
-      throw new TargetException(name() + " was busy with other work for " + limit + " ms");
+    long limit = Math.max(MAX_WAIT_CALLS * times.call(), work.limitMillis(times.call()));
+    try {
+      if (job.await(limit)) {
+        return job.result();
+      }
+    } finally {
+      synchronized (this) {
+        jobs.leave(job);
+      }
     }
-    return job.result();
+    throw job.late(name(), limit);
   }
 
   @Override
   public synchronized void later(String key, TargetWork<?> work) {
     if (!closed && book.state() == TargetState.UP) {
-      shared(key, work).leaveAlone();
-    }
-  }
-
-  /** Work of one key has one kind of result. Holds the lock. */
-  @SuppressWarnings("unchecked")
-  private <T> Job<T> shared(String key, TargetWork<T> work) {
-    Job<T> job = (Job<T>) jobs.get(key);
-    if (job == null) {
-      job = new Job<>(key, work);
-      jobs.put(key, job);
+      jobs.of(key, work).leaveAlone();
       notifyAll();
     }
-    return job;
   }
 
   @Override
@@ -143,7 +133,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     if (!closed) {
       closed = true;
       become(TargetState.CLOSED);
-      failJobs(name() + " is no longer monitored");
+      jobs.failAll(name() + " is no longer monitored");
       notifyAll();
     }
   }
@@ -155,19 +145,16 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
    */
   long expire(long nowMillis) {
     synchronized (this) {
-      if (!inCall) {
-        return Long.MAX_VALUE;
+      if (nowMillis < call.deadlineMillis()) {
+        return call.deadlineMillis();
       }
-      if (nowMillis < deadlineMillis) {
-        return deadlineMillis;
-      }
-      if (!overdue) {
-        overdue = true;
+      if (!call.isOverdue()) {
+        call.giveUp();
         book.suspect(NO_ANSWER);
         if (!closed) {
           become(TargetState.OVERDUE);
         }
-        failJobs(book.refusal());
+        jobs.failAll(book.refusal());
       }
     }
     // Again and again until the call ends: it may have opened another socket meanwhile.
@@ -177,41 +164,29 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
 
   @Override
   public void run() {
-    dialer.adoptThread();
-    watchdog.watch(this);
     try {
+      dialer.adoptThread();
+      watchdog.watch(this);
       while (awaitWork()) {
-        if (link == null) {
-          dial();
-        } else {
-          work();
-        }
+        turn();
       }
-      if (link != null) {
-        hangUp();
-      }
+      begin(times.call(), false);
+      leave("target " + name() + " was left without a goodbye: ");
     } catch (InterruptedException e) {
       // Somebody ends this thread: so be it.
       Thread.currentThread().interrupt();
     } finally {
       close();
-      watchdog.forget(this);
       dialer.cut();
+      leave(null);
+      watchdog.forget(this);
     }
   }
 
   /** Waits until there is something to do; false when the target has been closed. */
   private synchronized boolean awaitWork() throws InterruptedException {
     while (!closed) {
-      long now = clock.millis();
-      long pause;
-      if (link == null) {
-        pause = retry.waitMillis(now);
-      } else if (!jobs.isEmpty()) {
-        return true;
-      } else {
-        pause = lastCallMillis + times.heartbeat() - now;
-      }
+      long pause = pauseMillis();
       if (pause <= 0) {
         return true;
       }
@@ -220,13 +195,34 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     return false;
   }
 
+  /** How long there is nothing to do, unless somebody comes. The target's thread only. */
+  synchronized long pauseMillis() {
+    if (link == null) {
+      return retry.waitMillis(clock.millis());
+    }
+    return jobs.isEmpty() ? lastCallMillis + times.heartbeat() - clock.millis() : 0;
+  }
+
+  /** Does what there is to do. The target's thread only. */
+  void turn() {
+    try {
+      if (link == null) {
+        dial();
+      } else {
+        work();
+      }
+    } catch (RuntimeException | Error e) {
+      // What the calls throw has been seen to; this came from beside them, as when memory ends.
+      finish(FaultText.of(e));
+    }
+  }
+
   private void dial() {
     dialer.allow();
     begin(times.dial(), true);
     String error = null;
-    Link opened = null;
     try {
-      opened = dialer.dial();
+      link = dialer.dial();
     } catch (Exception | Error e) {
       // An Error too: what one target does to its thread must not end the thread.
       error = FaultText.of(e);
@@ -235,11 +231,11 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       appear(false);
       return;
     }
-    link = opened;
     synchronized (this) {
-      if (!closed) {
-        become(TargetState.UP);
+      if (closed) {
+        return;
       }
+      become(TargetState.UP);
     }
     log.info("target " + name() + " is up");
     appear(true);
@@ -259,26 +255,32 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   private void work() {
     List<Job<?>> due;
     synchronized (this) {
-      due = new ArrayList<>(jobs.values());
+      due = jobs.all();
     }
     if (due.isEmpty()) {
       ping();
       return;
     }
     for (Job<?> job : due) {
-      if (link == null) {
-        return;
+      if (link != null) {
+        perform(job);
       }
-      perform(job);
     }
   }
 
   private <T> void perform(Job<T> job) {
     long start = clock.millis();
-    begin(times.call(), false);
+    long limit = job.limitMillis(times.call());
+    synchronized (this) {
+      if (!jobs.begin(job)) {
+        return;
+      }
+      begin(limit, false);
+    }
     String error = null;
     String cause = null;
     T result = null;
+    dialer.bear(limit);
     try {
       result = job.run(link);
     } catch (Exception | Error e) {
@@ -295,7 +297,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     String refused = cause == null ? null : job.key() + " of " + name() + ": " + cause;
     boolean isNews = false;
     synchronized (this) {
-      jobs.remove(job.key());
+      jobs.end(job);
       if (refused == null) {
         book.succeeded(job.table(), clock.millis() - start);
         retry.succeeded();
@@ -304,13 +306,13 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
         isNews = job.isAlone() && book.isNewRefusal(cause);
       }
     }
-    if (isNews) {
-      log.error("target " + name() + ": " + refused);
-    }
     if (refused == null) {
       job.succeed(result);
     } else {
       job.refuse(refused);
+    }
+    if (isNews) {
+      log.error("target " + name() + ": " + refused);
     }
   }
 
@@ -323,27 +325,12 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       error = FaultText.of(e);
     } catch (RuntimeException e) {
       // It answered, if only to refuse: that is a sign of life.
-      error = null;
     }
     finish(error);
   }
 
-  private void hangUp() {
-    begin(times.call(), false);
-    try {
-      link.close();
-    } catch (IOException | RuntimeException e) {
-      log.info("target " + name() + " was left without a goodbye: " + FaultText.of(e));
-    }
-    synchronized (this) {
-      inCall = false;
-    }
-  }
-
   private synchronized void begin(long limit, boolean dialling) {
-    inCall = true;
-    overdue = false;
-    deadlineMillis = clock.millis() + limit;
+    call.begin(clock.millis() + limit);
     if (dialling && !closed) {
       become(TargetState.CONNECTING);
     }
@@ -358,40 +345,56 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   private boolean finish(String error) {
     String report = null;
     synchronized (this) {
-      inCall = false;
       lastCallMillis = clock.millis();
-      if (error == null && !overdue) {
+      if (error == null && !call.isOverdue()) {
+        call.end();
         return true;
       }
-      book.failed(overdue ? NO_ANSWER : error);
+      book.failed(call.isOverdue() ? NO_ANSWER : error);
       retry.failed(lastCallMillis);
       if (!closed) {
         become(TargetState.DOWN);
       }
-      failJobs(book.refusal());
+      jobs.failAll(book.refusal());
       if (book.isNewFault()) {
         report = book.refusal();
       }
+      // To leave is a call too: the watchdog goes on cutting until it is over.
+      call.giveUp();
     }
-    // The connector is left to the garbage collector: closing it would call the target again.
-    link = null;
     dialer.cut();
+    leave(null);
     if (report != null) {
       log.error(report);
     }
     return false;
   }
 
-  // Holds the lock.
-  private void become(TargetState next) {
-    book.become(next, clock.wallMillis());
+  /**
+   * Ends a connection. A broken one, too: if it is listened to, it has a thread that would connect
+   * again by itself and deliver each notification once more.
+   *
+   * @param complaint told when it can't say goodbye; null when that is no news
+   */
+  private void leave(String complaint) {
+    Link left = link;
+    link = null;
+    try {
+      if (left != null) {
+        left.close();
+      }
+    } catch (Exception | Error e) {
+      if (complaint != null) {
+        log.info(complaint + FaultText.of(e));
+      }
+    }
+    synchronized (this) {
+      call.end();
+    }
   }
 
   // Holds the lock.
-  private void failJobs(String reason) {
-    for (Job<?> job : jobs.values()) {
-      job.fail(reason);
-    }
-    jobs.clear();
+  private void become(TargetState next) {
+    book.become(next, clock.wallMillis());
   }
 }

@@ -5,6 +5,8 @@ final class Job<T> {
   private final String key;
   private final TargetWork<T> work;
   private volatile boolean alone;
+  private volatile boolean begun;
+  private int callers; // guarded by the target's lock
   private boolean done; // guarded by this
   private T result; // guarded by this
   private String failure; // guarded by this
@@ -32,6 +34,34 @@ final class Job<T> {
 
   boolean isAlone() {
     return alone;
+  }
+
+  /** How long it may take, where a call may take so long. */
+  long limitMillis(long callMillis) {
+    return work.limitMillis(callMillis);
+  }
+
+  void addCaller() {
+    callers++;
+  }
+
+  /** Whether the last one who waited has gone, and with him the reason to begin at all. */
+  boolean loseCaller() {
+    callers--;
+    return callers == 0 && !alone && !begun;
+  }
+
+  void begin() {
+    begun = true;
+  }
+
+  /** What to tell a caller who has waited in vain. */
+  TargetException late(String target, long millis) {
+    return begun
+        ? new TargetException(
+            key + " of " + target + " is not over after " + millis + " ms",
+            TargetException.Outcome.UNKNOWN)
+        : new TargetException(target + " was busy with other work for " + millis + " ms");
   }
 
   /** Does the work, without telling anybody. */
@@ -78,9 +108,16 @@ final class Job<T> {
       wait(left);
     }
     if (failure != null) {
-      throw new TargetException(failure, refused);
+      throw new TargetException(failure, outcome());
     }
     return true;
+  }
+
+  private TargetException.Outcome outcome() {
+    if (refused) {
+      return TargetException.Outcome.REFUSED;
+    }
+    return begun ? TargetException.Outcome.UNKNOWN : TargetException.Outcome.NOT_DONE;
   }
 
   /** What {@link #await} has waited for. */

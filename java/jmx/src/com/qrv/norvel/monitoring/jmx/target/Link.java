@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.jmx.target;
 import com.qrv.norvel.monitoring.jmx.table.BeanSource;
 import java.io.IOException;
 import java.util.Set;
+import java.util.function.LongConsumer;
 import javax.management.JMException;
 import javax.management.MBeanServerConnection;
 import javax.management.NotificationFilter;
@@ -31,6 +32,9 @@ public interface Link extends BeanSource {
   void removeListener(ObjectName bean, NotificationListener listener)
       throws IOException, JMException;
 
-  /** How many notifications were lost on their way since the last call. Any thread. */
-  long takeLostNotifications();
+  /**
+   * Has somebody told, on any thread, how many notifications were lost on their way. Before the
+   * first listener is added.
+   */
+  void onLoss(LongConsumer told);
 }

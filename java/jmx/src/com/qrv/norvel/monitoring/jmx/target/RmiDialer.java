@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.target;
 
+import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.EventLog;
 import com.qrv.norvel.monitoring.jmx.net.RmiSetup;
 import com.qrv.norvel.monitoring.jmx.net.TargetSockets;
@@ -67,6 +68,14 @@ abstract class RmiDialer implements Dialer {
     TargetSockets own = sockets;
     if (own != null) {
       own.allow();
+    }
+  }
+
+  @Override
+  public final void bear(long millis) {
+    TargetSockets own = sockets;
+    if (own != null) {
+      own.bear(millis);
     }
   }
 

@@ -12,7 +12,7 @@ import java.util.HashSet;
 import java.util.List;
 import java.util.Map;
 import java.util.Set;
-import java.util.concurrent.atomic.AtomicLong;
+import java.util.function.LongConsumer;
 import javax.management.Attribute;
 import javax.management.AttributeNotFoundException;
 import javax.management.InstanceNotFoundException;
@@ -39,10 +39,13 @@ final class RmiLink implements Link {
   private final Map<String, KnownBeans> knownBeans = new HashMap<>(); // by name or pattern
   private final Set<String> reported = new HashSet<>();
   private final Set<String> readOneByOne = new HashSet<>();
-  private final AtomicLong lost = new AtomicLong();
-  private boolean countsLosses;
+  private final TimeBudget budget;
 
-  /** Takes an open connector; {@code target} names it in messages. */
+  /**
+   * Takes an open connector.
+   *
+   * @param target names it in messages
+   */
   RmiLink(
       String target,
       JMXConnector connector,
@@ -53,6 +56,7 @@ final class RmiLink implements Link {
     this.connector = connector;
     this.server = server;
     this.times = times;
+    this.budget = TimeBudget.ofCall(times.clock(), times.callMillis());
     this.log = log;
   }
 
@@ -65,10 +69,6 @@ final class RmiLink implements Link {
   public void addListener(
       ObjectName bean, NotificationListener listener, NotificationFilter filter)
       throws IOException, JMException {
-    if (!countsLosses) {
-      countsLosses = true;
-      connector.addConnectionNotificationListener(new LossCounter(), null, null);
-    }
     server.addNotificationListener(bean, listener, filter, null);
   }
 
@@ -79,17 +79,17 @@ final class RmiLink implements Link {
   }
 
   @Override
-  public long takeLostNotifications() {
-    return lost.getAndSet(0);
+  public void onLoss(LongConsumer told) {
+    connector.addConnectionNotificationListener(new LossListener(told), null, null);
   }
 
-  /** Counts what the connector says it has lost, because the other side's buffer ran over. */
-  private final class LossCounter implements NotificationListener {
+  /** Hears what the connector says it has lost, because the other side's buffer ran over. */
+  private record LossListener(LongConsumer told) implements NotificationListener {
     @Override
     public void handleNotification(Notification notification, Object handback) {
       if (notification.getType().equals(JMXConnectionNotification.NOTIFS_LOST)) {
         Object count = notification.getUserData();
-        lost.addAndGet(count instanceof Number ? Math.max(1, ((Number) count).longValue()) : 1);
+        told.accept(count instanceof Number number ? Math.max(1, number.longValue()) : 1);
       }
     }
   }
@@ -118,10 +118,12 @@ final class RmiLink implements Link {
 
   @Override
   public Object[][] read(BeanReads reads) throws IOException {
+    budget.begin();
     KnownBeans known = known(reads);
     Object[][] rows = new Object[known.beans.length][];
     int found = 0;
     for (KnownBean bean : known.beans) {
+      checkTime(reads.beans());
       try {
         rows[found] = readBean(bean, known);
         found++;
@@ -131,6 +133,14 @@ final class RmiLink implements Link {
       }
     }
     return found == rows.length ? rows : Arrays.copyOf(rows, found);
+  }
+
+  /** The connection is sound, so what takes too long costs the sample only. */
+  private void checkTime(Object beans) {
+    if (budget.isOver()) {
+      throw new IllegalStateException(
+          beans + " takes more than " + budget.millis() + " ms to read: it is too much or too slow");
+    }
   }
 
   /** Beans come and go seldom, so they are not looked for each time. */
@@ -226,6 +236,7 @@ final class RmiLink implements Link {
     if (reported.contains(key)) {
       return Unavailable.NOTHING;
     }
+    checkTime(bean);
     String reason;
     try {
       Object value = server.getAttribute(bean, attribute);

@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.target;
 
 import com.qrv.norvel.monitoring.jmx.Clock;
+import com.qrv.norvel.monitoring.jmx.EventLog;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import java.io.IOException;
 import java.lang.management.ManagementFactory;
@@ -12,14 +13,16 @@ public final class SelfJvm implements MonitoredJvm {
 
   private final String title;
   private final Clock clock;
+  private final EventLog log;
   private final SelfLink link = new SelfLink();
   private final TargetBook book; // guarded by itself
   private final ArrayDeque<TargetWork<?>> waiting = new ArrayDeque<>(); // guarded by itself
   private boolean isWorking; // guarded by waiting
 
-  public SelfJvm(String title, Clock clock) {
+  public SelfJvm(String title, Clock clock, EventLog log) {
     this.title = title;
     this.clock = clock;
+    this.log = log;
     TargetIdentity identity =
         new TargetIdentity(NAME, TargetKind.SELF, title, ownPid(), "");
     long now = clock.wallMillis();
@@ -80,7 +83,7 @@ public final class SelfJvm implements MonitoredJvm {
     } catch (InterruptedException e) {
       throw e;
     } catch (Exception e) {
-      throw new TargetException(key + " of " + NAME + ": " + FaultText.of(e), true);
+      throw new TargetException(key + " of " + NAME + ": " + FaultText.of(e), TargetException.Outcome.REFUSED);
     }
   }
 
@@ -90,11 +93,22 @@ public final class SelfJvm implements MonitoredJvm {
     synchronized (waiting) {
       waiting.addLast(work);
       if (!isWorking) {
-        isWorking = true;
         Thread thread = new Thread(null, this::workOff, "jmx-self", 256 * 1024);
         thread.setDaemon(true);
         thread.start();
+        isWorking = true; // not before: without memory for a thread, whoever comes next tries again
       }
+    }
+  }
+
+  private void complain(String cause) {
+    boolean isNews;
+    synchronized (book) {
+      book.failed(cause);
+      isNews = book.isNewRefusal(cause);
+    }
+    if (isNews) {
+      log.error("target " + NAME + ": " + cause);
     }
   }
 
@@ -110,10 +124,9 @@ public final class SelfJvm implements MonitoredJvm {
       }
       try {
         next.on(link);
-      } catch (Exception e) {
-        synchronized (book) {
-          book.failed(FaultText.of(e));
-        }
+      } catch (Exception | Error e) {
+        // An Error too: the thread has to see to what waits behind this.
+        complain(FaultText.of(e));
       }
     }
   }

@@ -5,6 +5,7 @@ import java.lang.management.GarbageCollectorMXBean;
 import java.lang.management.ManagementFactory;
 import java.util.LinkedHashSet;
 import java.util.Set;
+import java.util.function.LongConsumer;
 import javax.management.JMException;
 import javax.management.MBeanServerConnection;
 import javax.management.NotificationEmitter;
@@ -73,9 +74,7 @@ final class SelfLink implements Link {
   }
 
   @Override
-  public long takeLostNotifications() {
-    return 0;
-  }
+  public void onLoss(LongConsumer told) {}
 
   @Override
   public void ping() {}

@@ -4,21 +4,29 @@ package com.qrv.norvel.monitoring.jmx.target;
 public final class TargetException extends Exception {
   private static final long serialVersionUID = 1L;
 
-  private final boolean refusal;
+  /** What has become of the work. */
+  public enum Outcome {
+    /** It has not begun, and will not. */
+    NOT_DONE,
+    /** The target has answered, and refused. */
+    REFUSED,
+    /** It has begun, and nobody knows how it ends. */
+    UNKNOWN
+  }
 
-  /** The target is down, or did not answer in time. */
+  private final Outcome outcome;
+
+  /** The target is down, or has no time for it. */
   public TargetException(String message) {
-    this(message, false);
+    this(message, Outcome.NOT_DONE);
   }
 
-  /** @param refusal whether the target has answered, and refused */
-  public TargetException(String message, boolean refusal) {
+  public TargetException(String message, Outcome outcome) {
     super(message);
-    this.refusal = refusal;
+    this.outcome = outcome;
   }
 
-  /** Whether the target has answered, and refused. */
-  public boolean isRefusal() {
-    return refusal;
+  public Outcome outcome() {
+    return outcome;
   }
 }

@@ -9,4 +9,9 @@ public interface TargetWork<T> {
    * @throws Exception when the target refused; the connection is sound and the caller is told
    */
   T on(Link link) throws Exception;
+
+  /** How long it may take; as long as any call, unless it says more. */
+  default long limitMillis(long callMillis) {
+    return callMillis;
+  }
 }

@@ -10,6 +10,8 @@ import java.util.List;
  * <p>It sleeps until the earliest deadline that it saw. A call that begins meanwhile ends no sooner
  * than the shortest limit from now, so sleeping that long at most is always early enough, and a
  * call costs no wake-up.
+ *
+ * <p>Once closed it ends with the last target: one that is being left may hang, too.
  */
 public final class Watchdog implements Runnable {
   private final Clock clock;
@@ -26,16 +28,17 @@ public final class Watchdog implements Runnable {
 
   synchronized void watch(ConnectedJvm jvm) {
     watched.add(jvm);
-    if (!running && !closed) {
-      running = true;
+    if (!running) {
       Thread thread = new Thread(null, this, "jmx-watchdog", 256 * 1024);
       thread.setDaemon(true);
       thread.start();
+      running = true; // not before: without memory for a thread, the next target tries again
     }
   }
 
   synchronized void forget(ConnectedJvm jvm) {
     watched.remove(jvm);
+    notifyAll();
   }
 
   public synchronized void close() {
@@ -49,7 +52,7 @@ public final class Watchdog implements Runnable {
       while (true) {
         long pause = scan();
         synchronized (this) {
-          if (closed) {
+          if (closed && watched.isEmpty()) {
             return;
           }
           wait(pause);
@@ -57,6 +60,10 @@ public final class Watchdog implements Runnable {
       }
     } catch (InterruptedException e) {
       Thread.currentThread().interrupt();
+    } finally {
+      synchronized (this) {
+        running = false;
+      }
     }
   }
 

@@ -4,10 +4,14 @@ import static org.assertj.core.api.Assertions.assertThat;
 
 import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.FakeAgent;
+import com.qrv.norvel.monitoring.jmx.RecordingLog;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.target.TargetException;
+import com.qrv.norvel.monitoring.jmx.target.TargetWork;
 import com.qrv.norvel.monitoring.toolkit.agent.ActionResult;
 import java.lang.management.ManagementFactory;
+import java.lang.reflect.Proxy;
 import java.math.BigDecimal;
 import java.util.List;
 import java.util.Map;
@@ -57,7 +61,7 @@ final class TargetActionsTest {
   private final MBeanServer server = ManagementFactory.getPlatformMBeanServer();
   private final FakeAgent agent = new FakeAgent();
   private final Map<String, MonitoredJvm> targets =
-      Map.of(SelfJvm.NAME, new SelfJvm("the test", Clock.SYSTEM));
+      Map.of(SelfJvm.NAME, new SelfJvm("the test", Clock.SYSTEM, new RecordingLog()));
 
   @BeforeEach
   void declare() throws Exception {
@@ -132,6 +136,33 @@ final class TargetActionsTest {
 
     assertThat(result.code()).isEqualTo(ActionResult.FAILED);
     assertThat(result.message()).contains("it is in use");
+  }
+
+  static Arguments[] outcomes() {
+    return new Arguments[] {
+      Arguments.of(TargetException.Outcome.NOT_DONE, 3),
+      Arguments.of(TargetException.Outcome.REFUSED, ActionResult.FAILED),
+      Arguments.of(TargetException.Outcome.UNKNOWN, ActionResult.TIMED_OUT),
+    };
+  }
+
+  @ParameterizedTest
+  @MethodSource("outcomes")
+  void theCodeTellsWhetherAnythingWasDone(TargetException.Outcome outcome, int code)
+      throws Exception {
+    FakeAgent other = new FakeAgent();
+    MonitoredJvm sick =
+        (MonitoredJvm)
+            Proxy.newProxyInstance(
+                getClass().getClassLoader(),
+                new Class<?>[] {MonitoredJvm.class},
+                (proxy, method, arguments) -> {
+                  assertThat(((TargetWork<?>) arguments[1]).limitMillis(3000)).isEqualTo(28_000);
+                  throw new TargetException("it went wrong", outcome);
+                });
+    new TargetActions(name -> sick, List.of()).register(other, 1000);
+
+    assertThat(other.run("shop", "gc")).isEqualTo(ActionResult.failed(code, "it went wrong"));
   }
 
   @Test

@@ -92,6 +92,22 @@ final class TrackedSocketsTest {
   }
 
   @Test
+  void aTargetMayBeSilentForLongerWhenItHasMoreToDo() throws Exception {
+    target.adoptThread();
+    try (Socket before = dial()) {
+      target.bear(100_000);
+
+      try (Socket after = dial()) {
+        assertThat(before.getSoTimeout()).isEqualTo(105_000);
+        assertThat(after.getSoTimeout()).isEqualTo(105_000);
+        target.bear(1000);
+        assertThat(before.getSoTimeout()).isEqualTo(60_000);
+        assertThat(after.getSoTimeout()).isEqualTo(60_000);
+      }
+    }
+  }
+
+  @Test
   void aCutLeavesOtherTargetsAlone() throws Exception {
     try (ServerSocket second = new ServerSocket(0, 50, InetAddress.getLoopbackAddress())) {
       target.adoptThread();

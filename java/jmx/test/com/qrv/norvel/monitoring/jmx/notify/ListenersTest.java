@@ -2,14 +2,20 @@ package com.qrv.norvel.monitoring.jmx.notify;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
+import com.qrv.norvel.monitoring.jmx.ManualClock;
 import com.qrv.norvel.monitoring.jmx.RecordingEvents;
 import com.qrv.norvel.monitoring.jmx.RecordingLog;
 import com.qrv.norvel.monitoring.jmx.target.Link;
+import com.qrv.norvel.monitoring.jmx.target.TargetWork;
+import com.qrv.norvel.monitoring.jmx.target.TimeBudget;
 import com.qrv.norvel.monitoring.toolkit.agent.Situation;
+import java.util.ArrayDeque;
 import java.util.LinkedHashMap;
+import java.util.LinkedHashSet;
 import java.util.List;
 import java.util.Map;
 import java.util.Set;
+import java.util.function.LongConsumer;
 import javax.management.InstanceNotFoundException;
 import javax.management.MBeanServerConnection;
 import javax.management.Notification;
@@ -27,11 +33,19 @@ final class ListenersTest {
       new WatchedTable(
           new ConfiguredEvents(new NotificationRule("ORDERS", "a:*", List.of())), () -> {}, log);
   private final RecordingEvents events = new RecordingEvents(table.source().definition());
-  private final Listeners listeners = new Listeners("shop", List.of(table), log);
+  private final WatchedTable other =
+      new WatchedTable(
+          new ConfiguredEvents(new NotificationRule("MORE", "b:*", List.of())), () -> {}, log);
+  private final RecordingEvents otherEvents = new RecordingEvents(other.source().definition());
+  private final ManualClock clock = new ManualClock();
+  private final ArrayDeque<TargetWork<?>> rest = new ArrayDeque<>();
+  private final Listeners listeners =
+      new Listeners("shop", List.of(table, other), new TimeBudget(clock, 1500), rest::add, log);
 
   ListenersTest() {
     table.bind(events);
     table.armed(WATCH);
+    other.bind(otherEvents);
   }
 
   @Test
@@ -57,15 +71,92 @@ final class ListenersTest {
   }
 
   @Test
-  void whatTheConnectionLostIsCountedBeforeTheNextEvent() throws Exception {
-    FakeLink link = new FakeLink("a:x=1");
+  void whatTheConnectionLostIsCountedAtOnceForEachTableThatHasAListener() throws Exception {
+    other.armed(WATCH);
+    FakeLink link = new FakeLink("a:x=1", "b:x=1");
     listeners.on(link);
-    link.lost = 5;
 
-    link.tell("a:x=1");
+    link.loss.accept(5);
 
     assertThat(events.missed()).isEqualTo(5);
+    assertThat(otherEvents.missed()).isEqualTo(5);
+  }
+
+  @Test
+  void whatTheConnectionLostIsNoLossOfATableWithoutListenersThere() throws Exception {
+    other.armed(WATCH);
+    FakeLink link = new FakeLink("a:x=1");
+    listeners.on(link);
+
+    link.loss.accept(5);
+    table.disarmed(WATCH);
+    listeners.on(link);
+    link.loss.accept(7);
+
+    assertThat(events.missed()).isEqualTo(5);
+    assertThat(otherEvents.missed()).isZero();
+  }
+
+  @Test
+  void aConnectionThatWasGivenUpIsNotHeardAnyMore() throws Exception {
+    FakeLink first = new FakeLink("a:x=1");
+    FakeLink second = new FakeLink("a:x=1");
+    listeners.on(first);
+    listeners.on(second);
+
+    first.tell("a:x=1");
+    first.loss.accept(5);
+    second.tell("a:x=1");
+
     assertThat(events.events()).hasSize(1);
+    assertThat(events.missed()).isEqualTo(1);
+  }
+
+  @Test
+  void manyBeansAreListenedToInPiecesThatFitIntoACall() throws Exception {
+    String[] beans = new String[90];
+    for (int i = 0; i < beans.length; i++) {
+      beans[i] = "a:x=" + i;
+    }
+    FakeLink link = new FakeLink(beans);
+    link.latency = 40;
+
+    long longest = longestPiece(link);
+
+    assertThat(link.listeners.values()).doesNotContainNull();
+    assertThat(longest).isBetween(1500L, 1540L);
+
+    table.disarmed(WATCH);
+    longest = longestPiece(link);
+
+    assertThat(link.listeners.values()).containsOnlyNulls();
+    assertThat(longest).isBetween(1500L, 1540L);
+  }
+
+  /** Does everything that a wish asks for; gives the time of the longest piece. */
+  private long longestPiece(FakeLink link) throws Exception {
+    long longest = 0;
+    for (TargetWork<?> next = listeners; next != null; next = rest.poll()) {
+      long start = clock.millis();
+      next.on(link);
+      longest = Math.max(longest, clock.millis() - start);
+    }
+    return longest;
+  }
+
+  @Test
+  void aNewWishTakesThePlaceOfWhatIsLeftOfTheLast() throws Exception {
+    FakeLink link = new FakeLink("a:x=1", "a:x=2");
+    link.latency = 2000;
+    listeners.on(link);
+    TargetWork<?> left = rest.remove();
+    table.disarmed(WATCH);
+    link.latency = 0;
+
+    listeners.on(link);
+    left.on(link);
+
+    assertThat(link.listeners.values()).containsOnlyNulls();
   }
 
   @Test
@@ -93,10 +184,11 @@ final class ListenersTest {
   }
 
   /** A connection whose beans can be told of. */
-  private static final class FakeLink implements Link {
+  private final class FakeLink implements Link {
     final Map<ObjectName, NotificationListener> listeners = new LinkedHashMap<>();
     ObjectName gone;
-    long lost;
+    LongConsumer loss;
+    long latency;
 
     FakeLink(String... beans) throws Exception {
       for (String bean : beans) {
@@ -112,7 +204,10 @@ final class ListenersTest {
 
     @Override
     public Set<ObjectName> names(ObjectName pattern) {
-      return Set.copyOf(listeners.keySet());
+      clock.advance(latency);
+      Set<ObjectName> names = new LinkedHashSet<>(listeners.keySet());
+      names.removeIf(name -> !pattern.apply(name));
+      return names;
     }
 
     @Override
@@ -122,19 +217,19 @@ final class ListenersTest {
       if (bean.equals(gone)) {
         throw new InstanceNotFoundException();
       }
+      clock.advance(latency);
       listeners.put(bean, listener);
     }
 
     @Override
     public void removeListener(ObjectName bean, NotificationListener listener) {
+      clock.advance(latency);
       listeners.put(bean, null);
     }
 
     @Override
-    public long takeLostNotifications() {
-      long taken = lost;
-      lost = 0;
-      return taken;
+    public void onLoss(LongConsumer told) {
+      loss = told;
     }
 
     @Override

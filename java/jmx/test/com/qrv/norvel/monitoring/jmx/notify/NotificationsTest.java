@@ -11,6 +11,8 @@ import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
 import java.lang.management.ManagementFactory;
 import java.util.List;
 import java.util.Map;
+import java.util.Set;
+import java.util.concurrent.ConcurrentHashMap;
 import java.util.concurrent.CountDownLatch;
 import java.util.concurrent.atomic.AtomicInteger;
 import javax.management.ListenerNotFoundException;
@@ -19,6 +21,7 @@ import javax.management.MBeanServer;
 import javax.management.Notification;
 import javax.management.NotificationBroadcasterSupport;
 import javax.management.NotificationFilter;
+import javax.management.NotificationFilterSupport;
 import javax.management.NotificationListener;
 import javax.management.ObjectName;
 import org.junit.jupiter.api.AfterEach;
@@ -29,22 +32,28 @@ final class NotificationsTest {
   /** A bean that tells of orders. */
   public interface ShopMBean {}
 
-  /** Counts who listens to it. */
+  /**
+   * Counts who listens to it with a filter for types. A collector outside that has found this
+   * process and asks it for notifications of any bean makes the server listen to all.
+   */
   public static final class Shop extends NotificationBroadcasterSupport implements ShopMBean {
     final AtomicInteger listeners = new AtomicInteger();
+    private final Set<NotificationListener> counted = ConcurrentHashMap.newKeySet();
 
     @Override
     public void addNotificationListener(
         NotificationListener listener, NotificationFilter filter, Object handback) {
       super.addNotificationListener(listener, filter, handback);
-      listeners.incrementAndGet();
+      if (filter instanceof NotificationFilterSupport && counted.add(listener)) {
+        listeners.incrementAndGet();
+      }
     }
 
     @Override
     public void removeNotificationListener(NotificationListener listener)
         throws ListenerNotFoundException {
       super.removeNotificationListener(listener);
-      listeners.decrementAndGet();
+      discount(listener);
     }
 
     @Override
@@ -52,7 +61,13 @@ final class NotificationsTest {
         NotificationListener listener, NotificationFilter filter, Object handback)
         throws ListenerNotFoundException {
       super.removeNotificationListener(listener, filter, handback);
-      listeners.decrementAndGet();
+      discount(listener);
+    }
+
+    private void discount(NotificationListener listener) {
+      if (counted.remove(listener)) {
+        listeners.decrementAndGet();
+      }
     }
 
     @Override
@@ -72,10 +87,13 @@ final class NotificationsTest {
   private final MBeanServer server = ManagementFactory.getPlatformMBeanServer();
   private final RecordingLog log = new RecordingLog();
   private final FakeAgent agent = new FakeAgent();
-  private final SelfJvm self = new SelfJvm("tests", Clock.SYSTEM);
+  private final SelfJvm self = new SelfJvm("tests", Clock.SYSTEM, log);
   private final Notifications notifications =
       new Notifications(
-          List.of(new NotificationRule(TABLE, "zel.test:type=Shop,*", List.of("order"))), log);
+          List.of(new NotificationRule(TABLE, "zel.test:type=Shop,*", List.of("order"))),
+          Clock.SYSTEM,
+          60_000,
+          log);
   private final Shop shop = new Shop();
 
   @BeforeEach

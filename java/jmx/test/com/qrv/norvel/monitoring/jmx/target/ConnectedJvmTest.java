@@ -15,7 +15,6 @@ import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.ExecutionException;
 import java.util.concurrent.TimeUnit;
 import java.util.concurrent.atomic.AtomicInteger;
-import javax.management.MBeanException;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 
@@ -27,10 +26,14 @@ final class ConnectedJvmTest {
   private final RecordingLog log = new RecordingLog();
   private final AtomicInteger presences = new AtomicInteger();
   private final AtomicInteger ups = new AtomicInteger();
+  private final AtomicInteger failingUps = new AtomicInteger();
   private final TargetObserver observer =
       new TargetObserver() {
         @Override
         public void up(MonitoredJvm target) {
+          if (failingUps.getAndUpdate(left -> Math.max(0, left - 1)) > 0) {
+            throw new IllegalStateException("on purpose");
+          }
           ups.incrementAndGet();
         }
 
@@ -67,76 +70,6 @@ final class ConnectedJvmTest {
     assertThat(jvm.status().state()).isEqualTo(TargetState.UP);
     assertThat(jvm.status().samples()).isEqualTo(2);
     assertThat(jvm.isPresent()).isTrue();
-  }
-
-  @Test
-  void otherWorkRunsOnTheTargetsThreadAndCountsAsNoSample() throws Exception {
-    start(FakeDialer.Mood.ANSWERS);
-
-    String thread = jvm.work("look", link -> Thread.currentThread().getName());
-
-    assertThat(thread).isEqualTo("jmx-t");
-    assertThat(jvm.status().samples()).isZero();
-    assertThat(jvm.status().times()).isEmpty();
-  }
-
-  @Test
-  void workForLaterIsDoneWithoutAnybodyWaitingAndDroppedWhileTheTargetIsDown() throws Exception {
-    start(FakeDialer.Mood.ANSWERS);
-    jvm.sample(StandardTables.GC);
-    CompletableFuture<String> done = new CompletableFuture<>();
-
-    jvm.later("listen", link -> done.complete(Thread.currentThread().getName()));
-
-    assertThat(done.get(30, TimeUnit.SECONDS)).isEqualTo("jmx-t");
-    dialer.become(FakeDialer.Mood.BREAKS);
-    assertThatThrownBy(() -> jvm.sample(StandardTables.GC)).isInstanceOf(TargetException.class);
-    AtomicInteger runs = new AtomicInteger();
-    jvm.later("listen", link -> runs.incrementAndGet());
-    dialer.become(FakeDialer.Mood.ANSWERS);
-    jvm.retryNow();
-    Await.until("it is up again", () -> ups.get() == 2);
-    jvm.sample(StandardTables.GC);
-    assertThat(runs).hasValue(0);
-  }
-
-  @Test
-  void aRefusalThatNobodyWaitsForIsLoggedOnceHoweverOftenItIsRepeated() throws Exception {
-    start(FakeDialer.Mood.ANSWERS);
-    jvm.sample(StandardTables.GC);
-
-    for (int i = 1; i <= 3; i++) {
-      jvm.later(
-          "listen #" + i,
-          link -> {
-            throw new MBeanException(null, "not allowed");
-          });
-    }
-    Await.until("all are refused", () -> jvm.status().failures() == 3);
-    jvm.sample(StandardTables.GC);
-
-    assertThat(log.errors()).hasSize(1);
-    assertThat(log.errors().get(0)).contains("listen #1 of t").contains("not allowed");
-  }
-
-  @Test
-  void workThatTheTargetRefusesCostsItsCallerOnly() throws Exception {
-    start(FakeDialer.Mood.ANSWERS);
-
-    assertThatThrownBy(
-            () ->
-                jvm.work(
-                    "flush",
-                    link -> {
-                      throw new MBeanException(null, "not now");
-                    }))
-        .isInstanceOf(TargetException.class)
-        .hasMessageContaining("flush of t")
-        .hasMessageContaining("not now");
-
-    assertThat(jvm.sample(StandardTables.GC)).hasSize(1);
-    assertThat(dialer.dials).hasValue(1);
-    assertThat(jvm.status().failures()).isEqualTo(1);
   }
 
   @Test
@@ -285,13 +218,40 @@ final class ConnectedJvmTest {
   }
 
   @Test
-  void aTargetThatFailedIsDroppedWithoutAGoodbye() throws Exception {
+  void aBrokenConnectionIsCutAndThenClosedSoThatNothingOfItLivesOn() throws Exception {
     start(FakeDialer.Mood.ANSWERS);
     jvm.sample(StandardTables.GC);
     dialer.become(FakeDialer.Mood.BREAKS);
     assertThatThrownBy(() -> jvm.sample(StandardTables.GC)).isInstanceOf(TargetException.class);
 
+    Await.until("it is left", () -> dialer.leaves.get() == 1);
     assertThat(dialer.goodbyes).hasValue(0);
+  }
+
+  @Test
+  void anObserverThatThrowsCostsTheConnectionButNotTheTarget() throws Exception {
+    failingUps.set(1);
+    start(FakeDialer.Mood.ANSWERS);
+    Await.until("it is down", () -> jvm.status().state() == TargetState.DOWN);
+    assertThat(jvm.status().lastError()).contains("on purpose");
+
+    jvm.retryNow();
+
+    Await.until("it is up", () -> ups.get() == 1);
+  }
+
+  @Test
+  void aClosedWatchdogEndsWithTheLastTarget() throws Exception {
+    Thread watching = new Thread(watchdog);
+    watching.start();
+    start(FakeDialer.Mood.ANSWERS);
+    Await.until("it is up", () -> ups.get() == 1);
+
+    watchdog.close();
+    jvm.close();
+
+    watching.join(30_000);
+    assertThat(watching.isAlive()).isFalse();
   }
 
   @Test

@@ -4,6 +4,7 @@ import java.io.IOException;
 import java.lang.management.ManagementFactory;
 import java.util.Set;
 import java.util.concurrent.atomic.AtomicInteger;
+import java.util.function.LongConsumer;
 import javax.management.MBeanServerConnection;
 import javax.management.NotificationFilter;
 import javax.management.NotificationListener;
@@ -22,6 +23,8 @@ final class FakeDialer implements Dialer {
   final AtomicInteger reads = new AtomicInteger();
   final AtomicInteger pings = new AtomicInteger();
   final AtomicInteger goodbyes = new AtomicInteger();
+  final AtomicInteger leaves = new AtomicInteger(); // closed after it was cut
+  volatile long borne; // the longest silence
   private Mood mood; // guarded by this
   private boolean cut; // guarded by this
   private boolean hanging; // guarded by this
@@ -46,6 +49,15 @@ final class FakeDialer implements Dialer {
   public synchronized void cut() {
     cut = true;
     notifyAll();
+  }
+
+  private synchronized boolean isCut() {
+    return cut;
+  }
+
+  @Override
+  public void bear(long millis) {
+    borne = millis;
   }
 
   @Override
@@ -89,7 +101,11 @@ final class FakeDialer implements Dialer {
     }
 
     @Override
-    public void close() {
+    public void close() throws IOException {
+      if (isCut()) {
+        leaves.incrementAndGet();
+        throw new IOException("socket closed");
+      }
       goodbyes.incrementAndGet();
     }
 
@@ -106,9 +122,7 @@ final class FakeDialer implements Dialer {
     public void removeListener(ObjectName bean, NotificationListener listener) {}
 
     @Override
-    public long takeLostNotifications() {
-      return 0;
-    }
+    public void onLoss(LongConsumer told) {}
 
     @Override
     public MBeanServerConnection server() {

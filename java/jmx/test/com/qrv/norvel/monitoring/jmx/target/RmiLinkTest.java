@@ -200,6 +200,19 @@ final class RmiLinkTest {
     return link.read(reads);
   }
 
+  @Test
+  void aSampleThatTakesTooLongIsRefusedAndTheConnectionStays() throws Exception {
+    LinkTimes none = new LinkTimes(0, SELDOM_MILLIS, clock);
+    RmiLink hasty =
+        new RmiLink("t", connector, connector.getMBeanServerConnection(), none, log);
+
+    assertThatThrownBy(() -> hasty.read(SAMPLE, new String[] {"Good"}))
+        .isInstanceOf(IllegalStateException.class)
+        .hasMessageContaining("test:type=Sample takes more than 0 ms");
+
+    hasty.ping();
+  }
+
   private Object[][] read(String... attributes) throws IOException {
     return link.read(SAMPLE, attributes);
   }

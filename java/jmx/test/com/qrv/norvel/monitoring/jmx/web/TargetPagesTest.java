@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.jmx.web;
 import static org.assertj.core.api.Assertions.assertThat;
 
 import com.qrv.norvel.monitoring.jmx.Clock;
+import com.qrv.norvel.monitoring.jmx.RecordingLog;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
 import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
@@ -35,7 +36,7 @@ final class TargetPagesTest {
           2,
           List.of(new WorkTime("JVM_GC", 4, 11)));
 
-  private final SelfJvm self = new SelfJvm("the test", Clock.SYSTEM);
+  private final SelfJvm self = new SelfJvm("the test", Clock.SYSTEM, new RecordingLog());
 
   private final TargetBoard board =
       new TargetBoard() {
