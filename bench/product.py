@@ -1,3 +1,4 @@
+#!/usr/bin/env python3
 """What the installed agent costs, seen from outside: its start, and the way of an event.
 
     bench/product.py --root ROOT start [--runs N]     exec to "ready" and to the first rows
