@@ -105,3 +105,14 @@ std::string LiveJvm::version() const {
   }
   return result;
 }
+
+int guarded(const std::function<int()>& measurement) {
+  try {
+    return measurement();
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "%s\n", e.what());
+  } catch (const ZelException& e) {
+    std::fprintf(stderr, "failure in %s at line %u\n", e.file.c_str(), e.line);
+  }
+  return 1;
+}

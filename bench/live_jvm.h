@@ -3,6 +3,7 @@
 #include <jni.h>
 
 #include <cstddef>
+#include <functional>
 #include <string>
 
 #include "jvm_call_guard.h"
@@ -34,6 +35,9 @@ class LiveJvm {
  private:
   host::JvmCallGuard guard_;
 };
+
+/// Runs a measurement and returns its status; one that throws is told about and returns 1.
+int guarded(const std::function<int()>& measurement);
 
 /// A frame of local references for one callback.
 class CallbackFrame {

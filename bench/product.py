@@ -71,6 +71,7 @@ class Agent:
         body = answer.read()
         if answer.status not in (200, 201):
             raise SystemExit(f"{path}: {answer.status} {body!r}")
+        return json.loads(body)
 
     def first_rows(self, subnode):
         """Seconds from exec to the first rows of a subnode."""

@@ -78,17 +78,6 @@ class BenchAgent(Agent):
             prepare=with_application(
                 build_folder(options) / "bench_agent_application.jar", jvm_options, settings))
 
-    def post(self, path, content):
-        token = (self.home / "var/token").read_text().strip()
-        self.connection.request(
-            "POST", path, json.dumps(content),
-            {"Authorization": f"Bearer {token}", "Content-Type": "application/json"})
-        answer = self.connection.getresponse()
-        body = answer.read()
-        if answer.status != 200:
-            raise SystemExit(f"{path} is answered {answer.status}: {body!r}")
-        return json.loads(body)
-
     def rows(self, table):
         return [row["values"] for row in ask(self, f"/api/v1/tables/{table}/rows")["rows"]]
 

@@ -155,17 +155,6 @@ int soak(LiveJvm& jvm, const Plan& plan) {
   return flat ? 0 : 1;
 }
 
-int guardedSoak(LiveJvm& jvm, const Plan& plan) {
-  try {
-    return soak(jvm, plan);
-  } catch (const std::exception& e) {
-    std::fprintf(stderr, "%s\n", e.what());
-  } catch (const ZelException& e) {
-    std::fprintf(stderr, "failure in %s at line %u\n", e.file.c_str(), e.line);
-  }
-  return 1;
-}
-
 bool parse(int argc, char** argv, Plan& plan) {
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--unguarded") == 0) {
@@ -194,7 +183,7 @@ int main(int argc, char** argv) {
   int status = 1;
   try {
     LiveJvm jvm;
-    std::thread worker([&] { status = guardedSoak(jvm, plan); });
+    std::thread worker([&] { status = guarded([&] { return soak(jvm, plan); }); });
     worker.join();
   } catch (const std::exception& e) {
     std::fprintf(stderr, "%s\n", e.what());

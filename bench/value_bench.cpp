@@ -147,17 +147,6 @@ int run(LiveJvm& jvm, Source source) {
   return benchmark::RunSpecifiedBenchmarks() > 0 ? 0 : 1;
 }
 
-int guardedRun(LiveJvm& jvm, Source source) {
-  try {
-    return run(jvm, source);
-  } catch (const std::exception& e) {
-    std::fprintf(stderr, "%s\n", e.what());
-  } catch (const ZelException& e) {
-    std::fprintf(stderr, "failure in %s at line %u\n", e.file.c_str(), e.line);
-  }
-  return 1;
-}
-
 // Repeated and interleaved, unless the command line says otherwise: the last option counts.
 std::vector<char*> withDefaults(int argc, char** argv) {
   static char minTime[] = "--benchmark_min_time=0.1";
@@ -191,7 +180,7 @@ int main(int argc, char** argv) {
     LiveJvm jvm(prepared ? "" : BENCH_TOOLKIT_PATH, "-Dzel.application=bench.BenchApplication\n");
     // On a thread of its own, like the agent's callbacks: the one that made the virtual machine
     // belongs to it.
-    std::thread worker([&] { status = guardedRun(jvm, source); });
+    std::thread worker([&] { status = guarded([&] { return run(jvm, source); }); });
     worker.join();
   } catch (const std::exception& e) {
     std::fprintf(stderr, "%s\n", e.what());

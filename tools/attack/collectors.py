@@ -140,8 +140,7 @@ def main():
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     product_path.add_options(parser, 10, "agents")
     parser.add_argument("--attacks", type=int, default=200, help="per agent (default: 200)")
-    parser.add_argument("--jars", default="build/dev/tests/e2e",
-                        help="folder of the hostile application (default: build/dev/tests/e2e)")
+    product_path.add_jars(parser)
     options = parser.parse_args()
     product_path.use(options.root, options.jars)
     import hostile  # found only now

@@ -125,8 +125,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     product_path.add_options(parser, 100, "storms")
-    parser.add_argument("--jars", default="build/dev/tests/e2e",
-                        help="folder of the hostile application (default: build/dev/tests/e2e)")
+    product_path.add_jars(parser)
     parser.add_argument("--stretch", type=float, default=1.0,
                         help="stretches the moments, for an agent that starts slowly")
     options = parser.parse_args()

@@ -30,6 +30,12 @@ def add_options(parser, count, what):
                         "more (default: all below /usr/lib/jvm from 17 on)")
 
 
+def add_jars(parser):
+    """For the campaigns that need the tests' hostile application."""
+    parser.add_argument("--jars", default="build/dev/tests/e2e",
+                        help="folder of the hostile application (default: build/dev/tests/e2e)")
+
+
 def javas(named):
     """The Java installations that were named, or all."""
     import product  # found once use() was called

@@ -3,6 +3,8 @@ package com.qrv.norvel.monitoring.jmx.target;
 import com.qrv.norvel.monitoring.jmx.table.BeanReads;
 import com.qrv.norvel.monitoring.jmx.table.Rhythm;
 import java.util.Arrays;
+import java.util.HashMap;
+import java.util.Map;
 import javax.management.ObjectName;
 
 /** The beans of one table at one connection, as they were found last. */
@@ -37,20 +39,15 @@ final class KnownBeans {
     for (int i = 0; i < count; i++) {
       often[i] = attributes[places[i]];
     }
+    Map<ObjectName, KnownBean> byName = new HashMap<>();
+    for (KnownBean bean : before == null ? new KnownBean[0] : before.beans) {
+      byName.put(bean.name(), bean);
+    }
     beans = new KnownBean[found.length];
     for (int i = 0; i < found.length; i++) {
-      KnownBean known = before == null ? null : before.bean(found[i]);
+      KnownBean known = byName.get(found[i]);
       beans[i] = known == null ? new KnownBean(found[i]) : known;
     }
-  }
-
-  private KnownBean bean(ObjectName name) {
-    for (KnownBean bean : beans) {
-      if (bean.name().equals(name)) {
-        return bean;
-      }
-    }
-    return null;
   }
 
   /** Whether nothing of a bean is read for each sample. */
