@@ -135,8 +135,9 @@ final class DayTest {
     /** Returns when the targets' thread has seen what runs now, and has done with it. */
     void awaitSearches() throws Exception {
       for (int i = 0; i < 2; i++) {
-        clock.advance(1000);
+        // Counted first: as soon as the clock moves, a search may come by itself.
         int before = searches();
+        clock.advance(1000);
         targets.presenceChanged();
         Await.until("the processes are looked at", () -> searches() > before);
       }
