@@ -44,7 +44,9 @@ class HostileTest(unittest.TestCase):
         # Rows that were there when the collector returned belong to the sample.
         rows = agent.rows("LEAKS")
         self.assertEqual(rows[:2], TWO_ROWS)
-        self.assertLessEqual({row["TEXT"] for row in rows[2:]}, {"leaked", ""})
+        self.assertLessEqual({row["TEXT"] for row in rows[2:-1]}, {"leaked"})
+        # The last one may be on its way while it is still being filled.
+        self.assertTrue("leaked".startswith(rows[-1]["TEXT"]) or len(rows) == 2, rows[-1])
 
         self.check_well(agent)
         agent.signal(signal.SIGTERM)
