@@ -222,7 +222,7 @@ TEST_F(SubscriptionSetTest, AStuckCallbackHoldsAStopUpForItsBoundOnly) {
   set->deleteObjects(1ms);
 
   EXPECT_EQ(stuck.listed(), 0);
-  EXPECT_EQ(set->size(), 1U);
+  EXPECT_TRUE(test::eventually([this] { return set->size() == 1; }));
   EXPECT_TRUE(test::eventually([this] { return alarms.created == alarms.deleted; }));
   door.open();
   EXPECT_TRUE(test::eventually([this] { return set->size() == 0; }));

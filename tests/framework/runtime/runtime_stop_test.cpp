@@ -151,7 +151,7 @@ TEST_F(RuntimeStopTest, AWaitingReportIsAnsweredWhenTheStopBegins) {
 }
 
 TEST_F(RuntimeStopTest, ACollectorThatNeverReturnsDelaysTheStopByTheBoundOnlyAndKeepsItsObject) {
-  config.engine.drainBound = 50ms;
+  config.engine.drainBound = 500ms;
   table.sample = [&](test::TestRequest& request) {
     if (request.subnode() == "one") {
       door.pass();
