@@ -62,8 +62,7 @@ TEST_F(EventSituationTest, BatchesWithEventsThatPassAreToldAndCounted) {
   ASSERT_TRUE(awaitMatches("High", 3));
 
   EXPECT_FALSE(statusOf("High").isTrue);
-  ASSERT_TRUE(test::eventually([&] { return told().size() == 3; }));
-  EXPECT_EQ(told(), (Texts{"High armed", "High armed", "High armed"}));
+  EXPECT_EQ(awaitTold(3), (Texts{"High armed", "High armed", "High armed"}));
 }
 
 TEST_F(EventSituationTest, NamedSubnodesAreToldApartByTheOriginOfTheEvents) {
@@ -86,7 +85,7 @@ TEST_F(EventSituationTest, UnwatchingDeletesTheObjects) {
 
   EXPECT_EQ(alarms.listed(), 0);
   awaitGone(alarms);
-  EXPECT_EQ(told(), (Texts{"High armed", "High disarming"}));
+  EXPECT_EQ(awaitTold(2), (Texts{"High armed", "High disarming"}));
   EXPECT_TRUE(test::eventually([&] { return !watch("Next", "ALARMS", "", {}, 0s); }))
       << "its place is free when its objects have gone";
 }
@@ -113,6 +112,7 @@ TEST_F(EventSituationTest, AnIntervalIsRefused) {
 TEST_F(EventSituationTest, AtTheEndTheObjectsAreDeletedAndNobodyIsTold) {
   beginWithAlarms();
   watchAlarms("High");
+  awaitTold(1);
 
   stop(30s);
 

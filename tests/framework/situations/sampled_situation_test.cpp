@@ -102,8 +102,8 @@ TEST_F(SampledSituationTest, ItBecomesTrueAndFalseWithItsSamples) {
 
   EXPECT_FALSE(statusOf("Busy").isTrue);
   EXPECT_EQ(statusOf("Busy").matches, 4U);
-  EXPECT_EQ(told(), (Texts{"Busy armed", "Busy armed true one", "Busy armed true one two",
-                           "Busy armed true two", "Busy armed"}));
+  EXPECT_EQ(awaitTold(5), (Texts{"Busy armed", "Busy armed true one", "Busy armed true one two",
+                                 "Busy armed true two", "Busy armed"}));
 }
 
 TEST_F(SampledSituationTest, SinceIsWhenItBecameTrue) {
@@ -193,7 +193,7 @@ TEST_F(SampledSituationTest, UnwatchingDeletesTheObjectsAndForgetsTheName) {
   const int before = perSubnode.samples;
   pass(60s);
   EXPECT_EQ(perSubnode.samples, before);
-  EXPECT_EQ(told(), (Texts{"Busy armed", "Busy armed true one", "Busy disarming"}));
+  EXPECT_EQ(awaitTold(3), (Texts{"Busy armed", "Busy armed true one", "Busy disarming"}));
   arm("Busy", "OWN");
   EXPECT_EQ(desk->situations().size(), 1U);
 }

@@ -138,6 +138,12 @@ class SituationTest : public EngineTest {
     return notices;
   }
 
+  /// The notices once there are so many: a change is told a moment after it can be seen.
+  Texts awaitTold(std::size_t count) {
+    test::eventually([&] { return told().size() >= count; });
+    return told();
+  }
+
   static inline const Texts kNothing;
 
   SituationsConfig situations;

@@ -60,7 +60,7 @@ TEST_F(SituationStopTest, ATableThatGoesEndsItsSituations) {
   EXPECT_EQ(own.created, own.deleted);
   EXPECT_FALSE(desk->situation("B"));
   EXPECT_TRUE(desk->situation("A"));
-  EXPECT_EQ(told(), (Texts{"A armed", "B armed", "B disarming"}));
+  EXPECT_EQ(awaitTold(3), (Texts{"A armed", "B armed", "B disarming"}));
 }
 
 TEST_F(SituationStopTest, SituationsComeAndGoWhileSubnodesDo) {

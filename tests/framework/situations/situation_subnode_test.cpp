@@ -73,7 +73,7 @@ TEST_F(SituationSubnodeTest, ASubnodeThatGoesIsClosedAndNotTrueAnyMore) {
 
   EXPECT_EQ(requestsOpen(), 1U);
   EXPECT_FALSE(statusOf("Busy").isTrue);
-  EXPECT_EQ(told(), (Texts{"Busy armed", "Busy armed true one", "Busy armed"}));
+  EXPECT_EQ(awaitTold(3), (Texts{"Busy armed", "Busy armed true one", "Busy armed"}));
   const int before = samplesOf("one");
   pass(60s);
   EXPECT_EQ(samplesOf("one"), before);
