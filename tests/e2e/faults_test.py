@@ -57,9 +57,7 @@ class FaultsTest(FaultTargetTest):
         wait_until(lambda: threads_of(agent).count(FETCHER) == len(targets), "all are heard")
         before = self.of_connections(agent)
         targets["hang"].command("hang")
-        # Less than an answer with rows: a larger limit may cut only the fetching of notifications,
-        # which the connector repeats by itself, so that the target never fails.
-        targets["drop"].command("drop=400")
+        targets["drop"].command("drop=2000")
 
         tables = dict.fromkeys(targets, TABLES[-2:])
         tables["hang"] = tables["well"] = TABLES
@@ -97,6 +95,19 @@ class FaultsTest(FaultTargetTest):
                    f"no more threads than {before}")
         agent.signal(signal.SIGTERM)
         self.assertEqual(agent.wait(), 0, agent.stderr())
+
+    def test_a_target_whose_notifications_can_not_be_fetched_is_down_until_they_can(self):
+        target = self.target("notify=20")
+        agent = self.agent({"cut": target}, timeout_ms=3000, more=TICKS)
+        wait_until(lambda: self.heard_since(agent, 0), "it is heard")
+
+        # Nothing else is asked for, so nothing else is cut.
+        target.command("drop=2000")
+        wait_until(lambda: status_of(agent, "cut")["FAILURES"] > 0, "the cut is noticed")
+        target.command("drop=off")
+
+        last = agent.get("/api/v1/tables/TICKS/events")["last"]
+        wait_until(lambda: self.heard_since(agent, last), "it is heard again")
 
     @staticmethod
     def of_connections(agent):

@@ -46,13 +46,16 @@ abstract class RmiDialer implements Dialer {
     environment.put("jmx.remote.x.client.connection.check.period", 0L);
     // A long poll; it has to end by itself before the socket's time is over.
     environment.put("jmx.remote.x.notification.fetch.timeout", (long) times.callMillis());
+    FetchThread fetches = new FetchThread(target);
+    environment.put("jmx.remote.x.fetch.notifications.executor", fetches);
     String[] credentials = credentials();
     if (credentials != null) {
       environment.put(JMXConnector.CREDENTIALS, credentials);
     }
     RMIConnector connector = connector(environment);
     connector.connect(environment);
-    return new RmiLink(target, connector, connector.getMBeanServerConnection(), times, log);
+    return new RmiLink(
+        target, connector, connector.getMBeanServerConnection(), fetches, times, log);
   }
 
   @Override

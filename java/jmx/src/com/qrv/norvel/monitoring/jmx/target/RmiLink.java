@@ -6,6 +6,7 @@ import com.qrv.norvel.monitoring.jmx.table.Rhythm;
 import com.qrv.norvel.monitoring.jmx.table.Unavailable;
 import java.io.IOException;
 import java.rmi.UnmarshalException;
+import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.HashMap;
 import java.util.HashSet;
@@ -34,6 +35,8 @@ final class RmiLink implements Link {
   private final String target;
   private final JMXConnector connector;
   private final MBeanServerConnection server;
+  private final FetchThread fetches;
+  private final List<ObjectName> heard = new ArrayList<>(); // once for each listener
   private final EventLog log;
   private final LinkTimes times;
   private final Map<String, KnownBeans> knownBeans = new HashMap<>(); // by name or pattern
@@ -45,16 +48,19 @@ final class RmiLink implements Link {
    * Takes an open connector.
    *
    * @param target names it in messages
+   * @param fetches fetches the connector's notifications
    */
   RmiLink(
       String target,
       JMXConnector connector,
       MBeanServerConnection server,
+      FetchThread fetches,
       LinkTimes times,
       EventLog log) {
     this.target = target;
     this.connector = connector;
     this.server = server;
+    this.fetches = fetches;
     this.times = times;
     this.budget = TimeBudget.ofCall(times.clock(), times.callMillis());
     this.log = log;
@@ -70,11 +76,13 @@ final class RmiLink implements Link {
       ObjectName bean, NotificationListener listener, NotificationFilter filter)
       throws IOException, JMException {
     server.addNotificationListener(bean, listener, filter, null);
+    heard.add(bean);
   }
 
   @Override
   public void removeListener(ObjectName bean, NotificationListener listener)
       throws IOException, JMException {
+    heard.remove(bean);
     server.removeNotificationListener(bean, listener);
   }
 
@@ -96,6 +104,7 @@ final class RmiLink implements Link {
 
   @Override
   public void ping() throws IOException {
+    checkFetches();
     server.getDefaultDomain();
   }
 
@@ -118,6 +127,7 @@ final class RmiLink implements Link {
 
   @Override
   public Object[][] read(BeanReads reads) throws IOException {
+    checkFetches();
     budget.begin();
     KnownBeans known = known(reads);
     Object[][] rows = new Object[known.beans.length][];
@@ -133,6 +143,22 @@ final class RmiLink implements Link {
       }
     }
     return found == rows.length ? rows : Arrays.copyOf(rows, found);
+  }
+
+  /**
+   * Whoever listens would wait in vain on a connection that fetches no more. It has every right to
+   * when the beans that were listened to have gone.
+   */
+  private void checkFetches() throws IOException {
+    if (heard.isEmpty() || !fetches.hasEnded()) {
+      return;
+    }
+    for (ObjectName bean : heard) {
+      if (server.isRegistered(bean)) {
+        throw new IOException("its notifications could not be fetched any more");
+      }
+    }
+    heard.clear();
   }
 
   /** The connection is sound, so what takes too long costs the sample only. */

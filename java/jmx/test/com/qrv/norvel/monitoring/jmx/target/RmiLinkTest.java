@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.jmx.target;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
+import com.qrv.norvel.monitoring.jmx.Await;
 import com.qrv.norvel.monitoring.jmx.ManualClock;
 import com.qrv.norvel.monitoring.jmx.RecordingLog;
 import com.qrv.norvel.monitoring.jmx.net.RmiSetup;
@@ -16,7 +17,10 @@ import java.io.IOException;
 import java.io.Serializable;
 import java.lang.management.ManagementFactory;
 import java.util.List;
+import java.util.concurrent.CountDownLatch;
 import javax.management.MBeanServer;
+import javax.management.NotificationBroadcasterSupport;
+import javax.management.NotificationListener;
 import javax.management.ObjectName;
 import javax.management.remote.JMXConnector;
 import javax.management.remote.JMXConnectorFactory;
@@ -45,6 +49,8 @@ final class RmiLinkTest {
   private final RecordingLog log = new RecordingLog();
   private final ManualClock clock = new ManualClock();
   private final LinkTimes times = new LinkTimes(CALL_MILLIS, SELDOM_MILLIS, clock);
+  private final FetchThread fetches = new FetchThread("t");
+  private final CountDownLatch fetched = new CountDownLatch(1);
   private JMXConnectorServer connectorServer;
   private JMXConnector connector;
   private RmiLink link;
@@ -58,7 +64,7 @@ final class RmiLinkTest {
             new JMXServiceURL("service:jmx:rmi://"), null, server);
     connectorServer.start();
     connector = JMXConnectorFactory.connect(connectorServer.getAddress());
-    link = new RmiLink("t", connector, connector.getMBeanServerConnection(), times, log);
+    link = new RmiLink("t", connector, connector.getMBeanServerConnection(), fetches, times, log);
   }
 
   @AfterEach
@@ -66,6 +72,66 @@ final class RmiLinkTest {
     server.unregisterMBean(new ObjectName(SAMPLE));
     connector.close();
     connectorServer.stop();
+  }
+
+  @Test
+  void aConnectionThatFetchesNoMoreNotificationsFails() throws Exception {
+    RmiLink listening = listenTo(SAMPLE, (notification, handback) -> {});
+    listening.ping();
+    assertThat(listening.read(ONE)).hasSize(1);
+
+    endFetching();
+
+    assertThatThrownBy(() -> listening.read(ONE))
+        .isInstanceOf(IOException.class)
+        .hasMessage("its notifications could not be fetched any more");
+    assertThatThrownBy(listening::ping).isInstanceOf(IOException.class);
+  }
+
+  @Test
+  void aConnectionThatNobodyListensToNeedNotFetch() throws Exception {
+    NotificationListener listener = (notification, handback) -> {};
+    RmiLink listening = listenTo(SAMPLE, listener);
+
+    listening.removeListener(new ObjectName(SAMPLE), listener);
+    endFetching();
+
+    listening.ping();
+    assertThat(listening.read(ONE)).hasSize(1);
+  }
+
+  @Test
+  void aConnectionWhoseBeansHaveGoneNeedNotFetch() throws Exception {
+    ObjectName other = new ObjectName("test:type=Gone");
+    server.registerMBean(new Sample(), other);
+    RmiLink listening = listenTo(other.toString(), (notification, handback) -> {});
+
+    server.unregisterMBean(other);
+    endFetching();
+
+    listening.ping();
+    assertThat(listening.read(ONE)).hasSize(1);
+  }
+
+  /** To the server itself, with a fetch in progress: RMI's filter here takes no listeners. */
+  private RmiLink listenTo(String bean, NotificationListener listener) throws Exception {
+    RmiLink listening = new RmiLink("t", connector, server, fetches, times, log);
+    fetches.execute(
+        () -> {
+          try {
+            fetched.await();
+          } catch (InterruptedException e) {
+            Thread.currentThread().interrupt();
+          }
+        });
+    listening.addListener(new ObjectName(bean), listener, null);
+    return listening;
+  }
+
+  /** The fetch asks for no other, like one that fails. */
+  private void endFetching() throws Exception {
+    fetched.countDown();
+    Await.until("the fetching has ended", fetches::hasEnded);
   }
 
   @Test
@@ -204,7 +270,7 @@ final class RmiLinkTest {
   void aSampleThatTakesTooLongIsRefusedAndTheConnectionStays() throws Exception {
     LinkTimes none = new LinkTimes(0, SELDOM_MILLIS, clock);
     RmiLink hasty =
-        new RmiLink("t", connector, connector.getMBeanServerConnection(), none, log);
+        new RmiLink("t", connector, connector.getMBeanServerConnection(), fetches, none, log);
 
     assertThatThrownBy(() -> hasty.read(SAMPLE, new String[] {"Good"}))
         .isInstanceOf(IllegalStateException.class)
@@ -237,7 +303,8 @@ final class RmiLinkTest {
   }
 
   /** A bean with good and bad attributes. */
-  public static final class Sample implements SampleMBean {
+  public static final class Sample extends NotificationBroadcasterSupport
+      implements SampleMBean {
     private int reads;
     private int seldomReads;
 
