@@ -57,7 +57,8 @@ class FaultsTest(FaultTargetTest):
         wait_until(lambda: threads_of(agent).count(FETCHER) == len(targets), "all are heard")
         before = self.of_connections(agent)
         targets["hang"].command("hang")
-        targets["drop"].command("drop=2000")
+        # Less than an answer with rows, so that each of them is cut.
+        targets["drop"].command("drop=400")
 
         tables = dict.fromkeys(targets, TABLES[-2:])
         tables["hang"] = tables["well"] = TABLES
@@ -96,18 +97,16 @@ class FaultsTest(FaultTargetTest):
         agent.signal(signal.SIGTERM)
         self.assertEqual(agent.wait(), 0, agent.stderr())
 
-    def test_a_target_whose_notifications_can_not_be_fetched_is_down_until_they_can(self):
+    def test_a_target_whose_fetches_of_notifications_are_cut_is_heard_again_and_again(self):
         target = self.target("notify=20")
         agent = self.agent({"cut": target}, timeout_ms=3000, more=TICKS)
         wait_until(lambda: self.heard_since(agent, 0), "it is heard")
 
-        # Nothing else is asked for, so nothing else is cut.
+        # Nothing else is asked for, so hardly anything else is cut.
         target.command("drop=2000")
-        wait_until(lambda: status_of(agent, "cut")["FAILURES"] > 0, "the cut is noticed")
-        target.command("drop=off")
-
-        last = agent.get("/api/v1/tables/TICKS/events")["last"]
-        wait_until(lambda: self.heard_since(agent, last), "it is heard again")
+        before = agent.get("/api/v1/tables/TICKS/events")["last"]
+        wait_until(lambda: agent.get("/api/v1/tables/TICKS/events")["last"] > before + 100,
+                   "many events")
 
     @staticmethod
     def of_connections(agent):
