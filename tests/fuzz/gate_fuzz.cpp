@@ -5,7 +5,7 @@
 
 #include "basic/utf8.h"
 #include "fuzz/fuzz_target.h"
-#include "http/gate.h"
+#include "http/server/gate.h"
 
 namespace {
 

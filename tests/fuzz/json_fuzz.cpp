@@ -2,7 +2,7 @@
 
 #include "basic/utf8.h"
 #include "fuzz/fuzz_target.h"
-#include "http/json_parser.h"
+#include "http/json/json_parser.h"
 
 namespace {
 

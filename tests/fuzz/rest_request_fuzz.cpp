@@ -3,8 +3,8 @@
 
 #include "fuzz/fuzz_target.h"
 #include "fuzz/inline_agent.h"
-#include "http/json_document.h"
-#include "http/rest_api.h"
+#include "http/api/rest_api.h"
+#include "http/json/json_document.h"
 
 namespace {
 

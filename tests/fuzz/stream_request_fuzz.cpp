@@ -4,9 +4,9 @@
 #include <algorithm>
 
 #include "fuzz/fuzz_target.h"
-#include "http/api_parameters.h"
-#include "http/event_stream.h"
-#include "http/stream_request.h"
+#include "http/api/api_parameters.h"
+#include "http/api/event_stream.h"
+#include "http/api/stream_request.h"
 #include "support/manual_clock.h"
 
 namespace {

@@ -2,8 +2,8 @@
 
 #include "basic/utf8.h"
 #include "fuzz/fuzz_target.h"
-#include "http/api_parameters.h"
-#include "http/target.h"
+#include "http/api/api_parameters.h"
+#include "http/server/target.h"
 
 namespace {
 

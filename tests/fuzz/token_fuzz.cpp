@@ -5,8 +5,8 @@
 #include <algorithm>
 
 #include "fuzz/fuzz_target.h"
-#include "http/gate.h"
-#include "http/token.h"
+#include "http/server/gate.h"
+#include "http/server/token.h"
 #include "support/temp_dir.h"
 
 namespace {

@@ -5,12 +5,12 @@
 
 #include "basic/clock.h"
 #include "config/agent_config.h"
-#include "http/http_server.h"
-#include "http/server_options.h"
-#include "http/rest_api.h"
-#include "http/service_registry.h"
-#include "http/service_site.h"
-#include "http/token.h"
+#include "http/api/rest_api.h"
+#include "http/server/http_server.h"
+#include "http/server/server_options.h"
+#include "http/server/token.h"
+#include "http/services/service_registry.h"
+#include "http/services/service_site.h"
 #include "runtime/service.h"
 
 namespace fw {

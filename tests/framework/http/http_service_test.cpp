@@ -2,7 +2,7 @@
 
 #include <fstream>
 
-#include "framework/http/service_fixture.h"
+#include "framework/http/services/service_fixture.h"
 #include "runtime/service.h"
 #include "support/fake_agent.h"
 #include "support/temp_dir.h"

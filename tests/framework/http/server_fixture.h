@@ -7,8 +7,8 @@
 #include <string>
 
 #include "basic/clock.h"
-#include "http/http_server.h"
-#include "http/rest_api.h"
+#include "http/api/rest_api.h"
+#include "http/server/http_server.h"
 #include "support/fake_agent.h"
 #include "support/http_client.h"
 

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "http/json/json_document.h"
+
+namespace fw::http {
+
+/// Why a text is no JSON document that may come in.
+struct JsonError {
+  std::size_t position = 0;  ///< bytes from the start of the text
+  std::string message;       ///< what was found and what was expected, for people
+};
+
+/// Objects and arrays within each other at most.
+inline constexpr int kMaxJsonDepth = 16;
+
+/// Members of one object at most: looking for a name takes longer the more there are.
+inline constexpr std::size_t kMaxJsonMembers = 256;
+
+/// Parses one JSON document (RFC 8259) strictly: valid UTF-8, no name twice in an object, whole
+/// numbers that fit into 64 bits with a sign, others as a double holds them.
+std::variant<Json, JsonError> parseJson(std::string_view text);
+
+}  // namespace fw::http

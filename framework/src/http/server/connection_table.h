@@ -1,0 +1,131 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "basic/clock.h"
+#include "http/server/exchange.h"
+#include "http/server/live_body.h"
+
+struct MHD_Connection;
+
+namespace fw::http {
+
+/// How long the phases of a request may take.
+struct Deadlines {
+  std::chrono::milliseconds receive{10'000};  ///< from its first byte until it is complete
+  std::chrono::milliseconds answer{60'000};   ///< until the handler has answered
+  std::chrono::milliseconds send{60'000};     ///< until the client has taken the answer
+
+  // A stream goes on for as long as both sides like.
+  std::chrono::milliseconds stall{60'000};      ///< that its client takes nothing of what waits
+  std::chrono::milliseconds heartbeat{15'000};  ///< between its signs of life
+};
+
+/// How many connections may be open.
+struct ConnectionLimits {
+  std::uint32_t total = 256;
+  std::uint32_t perAddress = 256;
+};
+
+/// What the server has done so far.
+struct Counters {
+  std::uint64_t connections = 0;         ///< accepted
+  std::uint64_t connectionsRefused = 0;  ///< at a connection limit
+  std::uint64_t requests = 0;
+  std::uint64_t requestsLate = 0;  ///< cut, or answered 504, by a deadline
+  std::uint32_t connectionsOpen = 0;
+  std::uint32_t requestsOpen = 0;  ///< complete, and not yet answered to the last byte
+  std::uint64_t streams = 0;
+  std::uint64_t streamsRefused = 0;  ///< at their limit
+  std::uint64_t streamsCut = 0;      ///< because the client took nothing
+  std::uint32_t streamsOpen = 0;     ///< not among the open requests
+};
+
+/// The open connections with their requests, and the deadlines of both.
+///
+/// The HTTP library only cuts connections on which nothing happens. A client that sends a byte now
+/// and then, or takes one, could hold a connection for ever: sweep() ends it. A stream has no
+/// deadline for the whole: its client is cut when it takes nothing although something waits.
+class ConnectionTable {
+ public:
+  ConnectionTable(Clock& clock, Deadlines deadlines, ConnectionLimits limits);
+
+  /// Whether one more connection from `address` (IPv4) may come; counts it as refused if not.
+  bool admit(std::uint32_t address);
+
+  // The life of a connection and of each request on it, told by its HTTP thread.
+  void opened(MHD_Connection* connection, int socket, std::uint32_t address);
+  std::shared_ptr<Exchange> begin(MHD_Connection* connection, const char* target);
+  void handling(MHD_Connection* connection);
+  void sending(MHD_Connection* connection);
+  void streaming(MHD_Connection* connection, std::shared_ptr<LiveBody> body);
+  void ended(MHD_Connection* connection);
+  void closed(MHD_Connection* connection);
+
+  /// The connection's request; null between requests.
+  std::shared_ptr<Exchange> current(MHD_Connection* connection) const;
+
+  /// Acts on every deadline that has passed. Called a few times a second.
+  void sweep();
+
+  /// Ends all streams, and those that begin later at once.
+  void endStreams();
+
+  /// Answers all open requests that are not answered yet with 503.
+  void abandon();
+
+  /// Waits until each complete request is answered and the answer sent; false when `bound` passed
+  /// first.
+  bool waitIdle(std::chrono::milliseconds bound);
+
+  /// Waits until no stream is open; false when `bound` passed first.
+  bool waitStreamsEnded(std::chrono::milliseconds bound);
+
+  Counters counters() const;
+
+ private:
+  enum class Phase { Idle, Receiving, Handling, Sending, Streaming };
+  struct Connection {
+    int socket = -1;  // valid as long as the entry stands
+    std::uint32_t address = 0;
+    Phase phase = Phase::Idle;
+    std::chrono::steady_clock::time_point since;
+    std::uint64_t bytesBefore = 0;  // received when the phase Idle began
+    std::shared_ptr<Exchange> exchange;
+
+    // While it streams, `since` is when the client last took something or had nothing to take.
+    std::shared_ptr<LiveBody> stream;
+    std::uint64_t bytesTaken = 0;
+    std::chrono::steady_clock::time_point lastBeat;
+  };
+  struct Due {
+    std::vector<std::shared_ptr<Exchange>> late;
+    std::vector<std::shared_ptr<LiveBody>> beats;
+    std::vector<std::shared_ptr<LiveBody>> left;  // by their clients
+  };
+
+  // Under mutex_.
+  void enter(Connection& connection, Phase phase);
+  void sweepRequest(Connection& entry, Clock::MonotonicTime now, Due& due);
+  void sweepStream(Connection& entry, Clock::MonotonicTime now, Due& due);
+  std::uint32_t openRequests() const;
+  std::uint32_t openStreams() const;
+
+  Clock& clock_;
+  const Deadlines deadlines_;
+  const ConnectionLimits limits_;
+
+  mutable std::mutex mutex_;
+  std::condition_variable idle_;
+  std::unordered_map<MHD_Connection*, Connection> connections_;  // guarded by mutex_
+  Counters counters_;                                            // guarded by mutex_
+  bool streamsEnd_ = false;                                      // guarded by mutex_
+};
+
+}  // namespace fw::http

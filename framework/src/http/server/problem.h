@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "http/server/response.h"
+
+namespace fw::http {
+
+/// An error as RFC 9457 describes it. The kind becomes the type "urn:zel:problem:KIND".
+struct Problem {
+  using Extra = std::variant<std::int64_t, std::string, std::vector<std::string>>;
+
+  int status;
+  std::string_view kind;
+  std::string_view title;  ///< the same for every problem of a kind
+  std::string detail;      ///< what happened and what helps, whole sentences
+  std::vector<std::pair<std::string, Extra>> extras;
+  std::string_view allow = {};  ///< of a 405: the methods that the address takes; static storage
+};
+
+/// The answer that tells of a problem with the request for `path`.
+Response problemResponse(const Problem& problem, std::string_view path);
+
+// The problems that more than one place tells of.
+Problem badRequest(std::string detail);
+Problem notFound(std::string_view path);
+Problem methodNotAllowed(std::string_view method, std::string_view allow);
+Problem unknownTable(const std::string& name, const std::vector<std::string>& known);
+Problem stopping();
+
+}  // namespace fw::http

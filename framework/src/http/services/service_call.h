@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "agentfw/kdh1.h"
+#include "http/server/gate.h"
+#include "http/server/response.h"
+#include "http/services/live_handles.h"
+
+namespace fw::http {
+
+/// One request to a service of the agent and the response that its callback puts together: what
+/// stands behind a KDH1_request_handle. Any thread may call; the operations return a Kdh1Code.
+///
+/// A content is opened once, then read piece by piece. A response is started, then its content,
+/// then the content is put piece by piece until it is as long as it was announced.
+class ServiceCall {
+ public:
+  /// `path` stands below the service; a response may have `contentLimit` bytes.
+  ServiceCall(Request request, std::string path, std::size_t contentLimit);
+  ServiceCall(const ServiceCall&) = delete;
+  ServiceCall& operator=(const ServiceCall&) = delete;
+
+  /// The calls whose callbacks run now; never destroyed.
+  static LiveHandles<ServiceCall>& live();
+
+  /// The request as its callback sees it; points into this object.
+  KDH1_request_struct describe(KDH1_request_handle handle) const;
+
+  int options(int kind, const std::uint32_t* newOptions, std::uint32_t* currentOptions);
+  int openContent(std::uint32_t& length);
+  int get(char* buffer, std::uint32_t length);
+  int respond(int status);
+  int createContent(int media, std::uint32_t length);
+  int put(const char* data, std::uint32_t length);
+
+  /// The answer, when the callback has returned `result`: the response if that was a success and
+  /// is complete, else a problem that tells nothing of what went wrong inside.
+  Response finish(int result);
+
+ private:
+  void addHeader(KDH1_hdr_t id, const std::string& text);
+
+  const Request request_;
+  const std::string path_;
+  const std::size_t contentLimit_;
+  std::vector<KDH1_header> headers_;  // unchanged once made
+
+  std::mutex mutex_;
+  std::uint32_t accounting_ = 0;  // guarded by mutex_, as all below
+  bool opened_ = false;
+  std::size_t read_ = 0;  // bytes of the request's content
+  bool responded_ = false;
+  int status_ = 0;
+  bool created_ = false;
+  int media_ = KDH1_MEDIA_BINARY;
+  std::size_t announced_ = 0;
+  std::string content_;
+};
+
+}  // namespace fw::http

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+
+#include "http/server/http_server.h"
+#include "http/services/service_registry.h"
+
+namespace fw {
+class CallbackGate;
+class TimerQueue;
+class WorkerLane;
+}  // namespace fw
+
+namespace fw::http {
+
+/// Where and how long the callbacks of services run. Everything outlives their callbacks.
+struct ServiceRunner {
+  CallbackGate& gate;
+  WorkerLane& lane;
+  TimerQueue& timers;
+  std::chrono::milliseconds deadline;  ///< then the client gets its answer without the callback
+  std::size_t responseLimit;           ///< bytes of a response
+};
+
+/// Serves the agent's services below /service/ and their list at /api/v1/services; everything else
+/// is left to the next handler.
+///
+/// A callback runs on the runner's lane, inside its gate. One that takes too long goes on; what it
+/// answers then goes nowhere. A request whose time is over before its turn comes is not given to
+/// the service at all.
+class ServiceSite final : public Handler {
+ public:
+  /// All three outlive the site; callbacks may outlive it.
+  ServiceSite(ServiceRegistry& registry, ServiceRunner runner, Handler& next)
+      : registry_(registry), runner_(runner), next_(next) {}
+
+  void handle(const Request& request, std::shared_ptr<Responder> responder) override;
+
+ private:
+  Response list(const Request& request) const;
+  void serve(const Request& request, std::shared_ptr<Responder> responder) const;
+
+  ServiceRegistry& registry_;
+  const ServiceRunner runner_;
+  Handler& next_;
+};
+
+}  // namespace fw::http
