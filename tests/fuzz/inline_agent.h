@@ -7,9 +7,9 @@
 #include <variant>
 
 #include "actions/command_check.h"
-#include "engine/reports.h"
-#include "journal/journal.h"
+#include "agent/agent.h"
 #include "fuzz/fuzz_target.h"
+#include "journal/journal.h"
 #include "situations/situation_check.h"
 #include "support/event_batches.h"
 #include "support/fake_agent.h"

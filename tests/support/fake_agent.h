@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "engine/reports.h"
+#include "agent/agent.h"
 #include "journal/journal.h"
 
 /// A running agent that a test makes up. Answers reports on a thread of its own, as the real one

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,15 +14,9 @@
 #include "tables/value.h"
 
 /// @file
-/// What the running agent shows and answers; everything that serves people or programs goes through
-/// the class Agent below.
+/// Reports: what is asked of the tables, what comes back, and how sampling them goes.
 
 namespace fw {
-
-class Actions;
-class EventFeed;
-class Journal;
-class Situations;
 
 /// A request for the current rows of a table.
 struct ReportRequest {
@@ -66,18 +59,6 @@ struct ReportResult {
   std::uint64_t matched = 0;          ///< rows that pass `where`, also beyond `limit`
 };
 
-enum class SubnodeState { Online, Offline };
-
-struct SubnodeInfo {
-  std::string name;
-  std::string product;
-  std::string version;
-  std::vector<std::string> affinities;
-  std::string info;
-  SubnodeState state = SubnodeState::Online;
-  std::chrono::system_clock::time_point since;  ///< when the state began
-};
-
 /// A table and how its sampling goes.
 struct TableStatus {
   enum class State { Describing, Ready, Refused };
@@ -104,49 +85,6 @@ struct LaneStatus {
   std::uint32_t queued = 0;
   std::uint32_t limit = 0;        ///< threads at most
   std::uint64_t saturations = 0;  ///< times that work waited with all threads busy at the limit
-};
-
-struct AgentStatus {
-  enum class State { Starting, Loading, Ready, Stopping };
-  State state = State::Starting;
-  std::string nodeName;  ///< INSTANCE:HOST:PRODUCT
-  std::string instance;
-  std::string host;
-  std::string productCode;
-  std::string productName;
-  std::string productVersion;
-  std::string frameworkVersion;
-  std::vector<std::string> affinities;
-  std::chrono::system_clock::time_point startedAt;
-  std::chrono::milliseconds uptime{0};
-  std::uint64_t pid = 0;
-  std::uint64_t residentBytes = 0;
-  std::uint32_t reportsWaiting = 0;
-  std::uint64_t reports = 0;         ///< answered, with or without rows
-  std::uint64_t reportsRefused = 0;  ///< answered Busy
-  std::vector<LaneStatus> lanes;
-};
-
-/// The running agent as its servers see it. Any thread may call; nothing here blocks on a
-/// collector.
-class Agent {
- public:
-  virtual ~Agent() = default;
-
-  virtual AgentStatus status() const = 0;
-  virtual std::vector<TableStatus> tables() const = 0;  ///< in name order
-  virtual std::optional<TableStatus> table(std::string_view name) const = 0;
-  virtual std::vector<SubnodeInfo> subnodes() const = 0;  ///< in name order
-
-  /// Takes a report. `done` is called exactly once, on a thread of the framework and never before
-  /// report() has returned on the same thread; it must neither block nor throw.
-  virtual void report(ReportRequest request, std::function<void(ReportResult)> done) = 0;
-
-  // What else it offers. Each lives as long as the agent.
-  virtual const EventFeed& eventFeed() const = 0;
-  virtual Journal& journal() = 0;
-  virtual Situations& situationDesk() = 0;
-  virtual Actions& actionDesk() = 0;
 };
 
 }  // namespace fw

@@ -13,7 +13,7 @@
 
 #include "actions/actions.h"
 #include "basic/clock.h"
-#include "engine/reports.h"
+#include "engine/subnode_info.h"
 #include "events/event_feed.h"
 #include "situations/situations.h"
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "basic/clock.h"
-#include "engine/reports.h"
 #include "engine/subnode_directory.h"
+#include "engine/subnode_info.h"
 
 namespace fw {
 

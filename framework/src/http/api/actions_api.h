@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "engine/reports.h"
+#include "agent/agent.h"
 #include "http/server/exchange.h"
 #include "http/server/gate.h"
 #include "http/server/response.h"

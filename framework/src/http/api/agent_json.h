@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "agent/agent.h"
 #include "basic/clock.h"
-#include "engine/reports.h"
 #include "http/server/connection_table.h"
 
 namespace fw::http {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/reports.h"
+#include "agent/agent.h"
 #include "http/server/gate.h"
 #include "http/server/response.h"
 

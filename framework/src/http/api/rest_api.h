@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/reports.h"
+#include "agent/agent.h"
 #include "http/api/stream_hub.h"
 #include "http/server/http_server.h"
 
