@@ -1,10 +1,11 @@
 package com.qrv.norvel.monitoring.jmx;
 
+import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
+import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetException;
 import com.qrv.norvel.monitoring.jmx.table.BeanColumn;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.Unavailable;
-import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
-import com.qrv.norvel.monitoring.jmx.target.TargetException;
 import com.qrv.norvel.monitoring.toolkit.agent.Column;
 import com.qrv.norvel.monitoring.toolkit.agent.Columns;
 import com.qrv.norvel.monitoring.toolkit.agent.Row;
@@ -25,10 +26,10 @@ final class BeanSampler implements Sampler {
 
   private final BeanTable table;
   private final Targets targets;
-  private final EventLog log;
+  private final OperatorLog log;
   private final Set<String> reported = new HashSet<>(); // guarded by itself
 
-  BeanSampler(BeanTable table, Targets targets, EventLog log) {
+  BeanSampler(BeanTable table, Targets targets, OperatorLog log) {
     this.table = table;
     this.targets = targets;
     this.log = log;

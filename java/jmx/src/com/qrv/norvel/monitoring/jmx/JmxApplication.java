@@ -1,15 +1,17 @@
 package com.qrv.norvel.monitoring.jmx;
 
 import com.qrv.norvel.monitoring.jmx.action.TargetActions;
+import com.qrv.norvel.monitoring.jmx.base.Clock;
+import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.jmx.config.ConfigFile;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
+import com.qrv.norvel.monitoring.jmx.monitored.ConnectedJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.SelfJvm;
 import com.qrv.norvel.monitoring.jmx.net.RmiPreload;
-import com.qrv.norvel.monitoring.jmx.notify.Notifications;
+import com.qrv.norvel.monitoring.jmx.notify.BeanNotifications;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
-import com.qrv.norvel.monitoring.jmx.target.ConnectedJvm;
-import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
 import com.qrv.norvel.monitoring.jmx.web.TargetPages;
 import com.qrv.norvel.monitoring.toolkit.agent.Agent;
 import com.qrv.norvel.monitoring.toolkit.agent.Application;
@@ -33,7 +35,7 @@ public final class JmxApplication implements Application {
   @Override
   public void configure(Agent agent) throws Exception {
     JmxConfig config = ConfigFile.load();
-    EventLog log = new TraceLog(agent.log(JmxApplication.class));
+    OperatorLog log = new TracedOperatorLog(agent.log(JmxApplication.class));
     if (!config.remote().isEmpty()) {
       RmiPreload.begin(config.calls().timeoutMillis(), log);
     }
@@ -42,8 +44,8 @@ public final class JmxApplication implements Application {
     TargetFactory factory = new JmxTargetFactory(config.calls(), Clock.SYSTEM, log);
     DaemonStarter daemons =
         new DaemonStarter(config.daemons(), agent.daemons(), Clock.SYSTEM, log);
-    Notifications notifications =
-        new Notifications(
+    BeanNotifications notifications =
+        new BeanNotifications(
             config.notifications(), Clock.SYSTEM, config.calls().timeoutMillis(), log);
     notifications.register(agent);
     targets =
@@ -56,7 +58,8 @@ public final class JmxApplication implements Application {
     agent.table(TargetsTable.DEFINITION, new TargetsTable(targets));
     long budget = config.calls().timeoutMillis() / 2;
     agent.web("/", deadline, new TargetPages(targets, StandardTables.all(), budget));
-    new TargetActions(targets, config.actions()).register(agent, Math.max(deadline, TargetActions.MAX_MILLIS + 1000));
+    new TargetActions(targets, config.actions())
+        .register(agent, Math.max(deadline, TargetActions.MAX_MILLIS + 1000));
   }
 
   @Override

@@ -1,22 +1,24 @@
 package com.qrv.norvel.monitoring.jmx;
 
+import com.qrv.norvel.monitoring.jmx.base.Clock;
+import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.discovery.LinuxProcesses;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
-import com.qrv.norvel.monitoring.jmx.target.ConnectedJvm;
-import com.qrv.norvel.monitoring.jmx.target.Dialer;
-import com.qrv.norvel.monitoring.jmx.target.LinkTimes;
-import com.qrv.norvel.monitoring.jmx.target.LocalDialer;
-import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
-import com.qrv.norvel.monitoring.jmx.target.RemoteAddress;
-import com.qrv.norvel.monitoring.jmx.target.RemoteDialer;
-import com.qrv.norvel.monitoring.jmx.target.Retry;
-import com.qrv.norvel.monitoring.jmx.target.TargetIdentity;
-import com.qrv.norvel.monitoring.jmx.target.TargetKind;
-import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
-import com.qrv.norvel.monitoring.jmx.target.TargetTimes;
-import com.qrv.norvel.monitoring.jmx.target.Watchdog;
+import com.qrv.norvel.monitoring.jmx.link.Dialer;
+import com.qrv.norvel.monitoring.jmx.link.LinkTimes;
+import com.qrv.norvel.monitoring.jmx.link.LocalDialer;
+import com.qrv.norvel.monitoring.jmx.link.RemoteAddress;
+import com.qrv.norvel.monitoring.jmx.link.RemoteDialer;
+import com.qrv.norvel.monitoring.jmx.monitored.CallWatchdog;
+import com.qrv.norvel.monitoring.jmx.monitored.ConnectedJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.Retry;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetIdentity;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetKind;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetTimes;
 import java.nio.file.Path;
 import java.util.Random;
 import java.util.function.BooleanSupplier;
@@ -28,15 +30,15 @@ final class JmxTargetFactory implements TargetFactory {
 
   private final JmxConfig.Calls calls;
   private final Clock clock;
-  private final EventLog log;
-  private final Watchdog watchdog;
+  private final OperatorLog log;
+  private final CallWatchdog watchdog;
   private ProcessTable processes; // null until somebody asks
 
-  JmxTargetFactory(JmxConfig.Calls calls, Clock clock, EventLog log) {
+  JmxTargetFactory(JmxConfig.Calls calls, Clock clock, OperatorLog log) {
     this.calls = calls;
     this.clock = clock;
     this.log = log;
-    this.watchdog = new Watchdog(clock, calls.timeoutMillis());
+    this.watchdog = new CallWatchdog(clock, calls.timeoutMillis());
   }
 
   @Override

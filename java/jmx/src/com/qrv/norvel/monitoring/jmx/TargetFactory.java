@@ -1,9 +1,10 @@
 package com.qrv.norvel.monitoring.jmx;
 
+import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
-import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
 
 /** Makes the targets, and what finds them; a seam for tests. */
 interface TargetFactory {

@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.jmx;
 
+import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalDiscovery;
@@ -7,11 +8,11 @@ import com.qrv.norvel.monitoring.jmx.discovery.LocalListener;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.Patterns;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
-import com.qrv.norvel.monitoring.jmx.notify.Notifications;
-import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
-import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
-import com.qrv.norvel.monitoring.jmx.target.TargetObserver;
-import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetObserver;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.notify.BeanNotifications;
 import com.qrv.norvel.monitoring.jmx.web.TargetBoard;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnode;
 import com.qrv.norvel.monitoring.toolkit.agent.Subnodes;
@@ -34,9 +35,9 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
   private final JmxConfig config;
   private final TargetFactory factory;
   private final Subnodes subnodes;
-  private final Notifications notifications;
+  private final BeanNotifications notifications;
   private final DaemonStarter daemons; // the thread's alone
-  private final EventLog log;
+  private final OperatorLog log;
   private final SelfJvm self;
 
   private final Map<String, MonitoredJvm> jvms = new LinkedHashMap<>(); // guarded by jvms
@@ -58,8 +59,8 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
       TargetFactory factory,
       Subnodes subnodes,
       DaemonStarter daemons,
-      Notifications notifications,
-      EventLog log) {
+      BeanNotifications notifications,
+      OperatorLog log) {
     this.config = config;
     this.self = self;
     this.factory = factory;

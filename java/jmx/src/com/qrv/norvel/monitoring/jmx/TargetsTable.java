@@ -1,6 +1,6 @@
 package com.qrv.norvel.monitoring.jmx;
 
-import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
 import com.qrv.norvel.monitoring.toolkit.agent.Columns;
 import com.qrv.norvel.monitoring.toolkit.agent.Row;
 import com.qrv.norvel.monitoring.toolkit.agent.RowSink;

@@ -2,16 +2,17 @@ package com.qrv.norvel.monitoring.jmx;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
+import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.monitored.CallWatchdog;
+import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.SteppedJvm;
+import com.qrv.norvel.monitoring.jmx.notify.BeanNotifications;
 import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
-import com.qrv.norvel.monitoring.jmx.notify.Notifications;
-import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
-import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
-import com.qrv.norvel.monitoring.jmx.target.SteppedJvm;
-import com.qrv.norvel.monitoring.jmx.target.Watchdog;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Map;
@@ -32,10 +33,10 @@ final class DayTest {
   private final RecordingLog log = new RecordingLog();
   private final RecordingSubnodes subnodes = new RecordingSubnodes();
   private final FakeAgent agent = new FakeAgent();
-  private final Watchdog watchdog = new Watchdog(clock, 3000);
+  private final CallWatchdog watchdog = new CallWatchdog(clock, 3000);
   private final Machine machine = new Machine();
-  private final Notifications notifications =
-      new Notifications(
+  private final BeanNotifications notifications =
+      new BeanNotifications(
           List.of(new NotificationRule(TABLE, "a:*", List.of())), clock, 3000, log);
   private final Targets targets =
       new Targets(

@@ -3,17 +3,18 @@ package com.qrv.norvel.monitoring.jmx;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
+import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
-import com.qrv.norvel.monitoring.jmx.notify.Notifications;
+import com.qrv.norvel.monitoring.jmx.link.Link;
+import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetException;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetState;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetWork;
+import com.qrv.norvel.monitoring.jmx.notify.BeanNotifications;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
-import com.qrv.norvel.monitoring.jmx.target.Link;
-import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
-import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
-import com.qrv.norvel.monitoring.jmx.target.TargetException;
-import com.qrv.norvel.monitoring.jmx.target.TargetWork;
-import com.qrv.norvel.monitoring.jmx.target.TargetState;
 import java.lang.management.ManagementFactory;
 import java.util.ArrayList;
 import java.util.Collections;
@@ -30,7 +31,8 @@ final class LocalTargetsTest {
   private final RecordingSubnodes subnodes = new RecordingSubnodes();
   private final RecordingLog log = new RecordingLog();
   private final FakeAgent agent = new FakeAgent();
-  private final Notifications notifications = new Notifications(List.of(), Clock.SYSTEM, 1000, log);
+  private final BeanNotifications notifications =
+      new BeanNotifications(List.of(), Clock.SYSTEM, 1000, log);
   private Targets targets;
 
   @AfterEach
@@ -139,7 +141,8 @@ final class LocalTargetsTest {
         new JmxConfig.Local(
             true, 1, Collections.singletonList("*ChildJvm$Main"), new ArrayList<>());
     JmxConfig.Calls calls = new JmxConfig.Calls(CALL_MILLIS, 200, 1000, 30, 10);
-    JmxConfig config = new JmxConfig(local, new ArrayList<>(), calls, 10, List.of(), List.of(), List.of());
+    JmxConfig config =
+        new JmxConfig(local, new ArrayList<>(), calls, 10, List.of(), List.of(), List.of());
     targets =
         new Targets(
             config,

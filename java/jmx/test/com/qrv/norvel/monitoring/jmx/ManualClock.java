@@ -1,5 +1,7 @@
 package com.qrv.norvel.monitoring.jmx;
 
+import com.qrv.norvel.monitoring.jmx.base.Clock;
+
 /** A clock that stands still until it is told to go on. */
 public final class ManualClock implements Clock {
   private long now = 1_000_000;

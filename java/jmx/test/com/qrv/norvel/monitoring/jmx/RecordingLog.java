@@ -1,10 +1,11 @@
 package com.qrv.norvel.monitoring.jmx;
 
+import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import java.util.ArrayList;
 import java.util.List;
 
 /** Keeps what is logged. */
-public final class RecordingLog implements EventLog {
+public final class RecordingLog implements OperatorLog {
   private final List<String> infos = new ArrayList<>();
   private final List<String> errors = new ArrayList<>();
 

@@ -2,19 +2,20 @@ package com.qrv.norvel.monitoring.jmx;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
+import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
-import com.qrv.norvel.monitoring.jmx.notify.Notifications;
+import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetKind;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetState;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetWork;
+import com.qrv.norvel.monitoring.jmx.notify.BeanNotifications;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
-import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
-import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
-import com.qrv.norvel.monitoring.jmx.target.TargetKind;
-import com.qrv.norvel.monitoring.jmx.target.TargetState;
-import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
-import com.qrv.norvel.monitoring.jmx.target.TargetWork;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.HashMap;
@@ -205,7 +206,7 @@ final class TargetsTest {
     DaemonRule rule =
         new DaemonRule("watch", List.of("/opt/watch"), true, null, null, null, Map.of());
     DaemonStarter starter = new DaemonStarter(List.of(rule), daemons, Clock.SYSTEM, log);
-    Notifications notifications = new Notifications(List.of(), Clock.SYSTEM, 1000, log);
+    BeanNotifications notifications = new BeanNotifications(List.of(), Clock.SYSTEM, 1000, log);
     SelfJvm self = new SelfJvm("me", Clock.SYSTEM, log);
     targets = new Targets(config, self, factory, subnodes, starter, notifications, log);
     targets.start();

@@ -1,7 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.action;
 
-import com.qrv.norvel.monitoring.jmx.target.Link;
-import com.qrv.norvel.monitoring.jmx.target.TargetWork;
+import com.qrv.norvel.monitoring.jmx.link.Link;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetWork;
 import java.math.BigDecimal;
 import java.util.List;
 import javax.management.InstanceNotFoundException;

@@ -1,6 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.action;
 
-import com.qrv.norvel.monitoring.jmx.target.TargetWork;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetWork;
 import java.util.List;
 
 /** Something that may be done at a target. */

@@ -1,11 +1,11 @@
 package com.qrv.norvel.monitoring.jmx.action;
 
-import com.qrv.norvel.monitoring.jmx.target.LongWork;
-import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
-import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
-import com.qrv.norvel.monitoring.jmx.target.TargetException;
-import com.qrv.norvel.monitoring.jmx.target.TargetLookup;
-import com.qrv.norvel.monitoring.jmx.target.TargetWork;
+import com.qrv.norvel.monitoring.jmx.monitored.LongWork;
+import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetException;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetLookup;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetWork;
 import com.qrv.norvel.monitoring.toolkit.agent.ActionHandler;
 import com.qrv.norvel.monitoring.toolkit.agent.ActionRequest;
 import com.qrv.norvel.monitoring.toolkit.agent.ActionResult;

@@ -2,9 +2,9 @@ package com.qrv.norvel.monitoring.jmx.config;
 
 import com.qrv.norvel.monitoring.jmx.action.Operation;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
+import com.qrv.norvel.monitoring.jmx.link.RemoteAddress;
+import com.qrv.norvel.monitoring.jmx.monitored.SelfJvm;
 import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
-import com.qrv.norvel.monitoring.jmx.target.RemoteAddress;
-import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
 import java.util.ArrayList;
 import java.util.HashSet;
 import java.util.List;

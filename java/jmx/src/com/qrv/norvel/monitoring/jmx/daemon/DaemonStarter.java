@@ -1,9 +1,9 @@
 package com.qrv.norvel.monitoring.jmx.daemon;
 
-import com.qrv.norvel.monitoring.jmx.Clock;
-import com.qrv.norvel.monitoring.jmx.EventLog;
-import com.qrv.norvel.monitoring.jmx.target.TargetKind;
-import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.base.Clock;
+import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetKind;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
 import com.qrv.norvel.monitoring.toolkit.agent.DaemonCommand;
 import com.qrv.norvel.monitoring.toolkit.agent.Daemons;
 import java.util.ArrayDeque;
@@ -30,13 +30,13 @@ public final class DaemonStarter {
   private final List<DaemonRule> rules;
   private final Daemons daemons;
   private final Clock clock;
-  private final EventLog log;
+  private final OperatorLog log;
   private final Set<String> started = new LinkedHashSet<>();
   private final Map<String, Due> waiting = new LinkedHashMap<>();
   private final ArrayDeque<Long> starts = new ArrayDeque<>();
   private boolean limitReported;
 
-  public DaemonStarter(List<DaemonRule> rules, Daemons daemons, Clock clock, EventLog log) {
+  public DaemonStarter(List<DaemonRule> rules, Daemons daemons, Clock clock, OperatorLog log) {
     this.rules = rules;
     this.daemons = daemons;
     this.clock = clock;

@@ -1,6 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.net;
 
-import com.qrv.norvel.monitoring.jmx.EventLog;
+import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import java.io.IOException;
 import java.io.ObjectInputStream;
 import java.io.ObjectStreamClass;
@@ -14,15 +14,15 @@ import javax.management.remote.rmi.RMIServer;
  */
 public final class RmiPreload implements Runnable {
   private final int callMillis;
-  private final EventLog log;
+  private final OperatorLog log;
 
-  private RmiPreload(int callMillis, EventLog log) {
+  private RmiPreload(int callMillis, OperatorLog log) {
     this.callMillis = callMillis;
     this.log = log;
   }
 
   /** Begins, on a thread of its own. */
-  public static void begin(int callMillis, EventLog log) {
+  public static void begin(int callMillis, OperatorLog log) {
     Thread thread = new Thread(null, new RmiPreload(callMillis, log), "jmx-preload", 256 * 1024);
     thread.setDaemon(true);
     thread.start();

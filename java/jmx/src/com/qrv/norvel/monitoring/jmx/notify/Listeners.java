@@ -1,9 +1,9 @@
 package com.qrv.norvel.monitoring.jmx.notify;
 
-import com.qrv.norvel.monitoring.jmx.EventLog;
-import com.qrv.norvel.monitoring.jmx.target.Link;
-import com.qrv.norvel.monitoring.jmx.target.TargetWork;
-import com.qrv.norvel.monitoring.jmx.target.TimeBudget;
+import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
+import com.qrv.norvel.monitoring.jmx.link.Link;
+import com.qrv.norvel.monitoring.jmx.link.TimeBudget;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetWork;
 import java.io.IOException;
 import java.util.ArrayList;
 import java.util.Collections;
@@ -34,7 +34,7 @@ final class Listeners implements TargetWork<Object> {
   private final List<WatchedTable> tables;
   private final TimeBudget budget;
   private final Consumer<TargetWork<?>> goOn;
-  private final EventLog log;
+  private final OperatorLog log;
   private final Map<WatchedTable, Map<ObjectName, NotificationListener>> added =
       new LinkedHashMap<>();
   private final Set<WatchedTable> heard = ConcurrentHashMap.newKeySet(); // has a listener
@@ -51,7 +51,7 @@ final class Listeners implements TargetWork<Object> {
       List<WatchedTable> tables,
       TimeBudget budget,
       Consumer<TargetWork<?>> goOn,
-      EventLog log) {
+      OperatorLog log) {
     this.subnode = subnode;
     this.tables = tables;
     this.budget = budget;

@@ -1,6 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.notify;
 
-import com.qrv.norvel.monitoring.jmx.EventLog;
+import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.toolkit.agent.EventTable;
 import com.qrv.norvel.monitoring.toolkit.agent.Row;
 import com.qrv.norvel.monitoring.toolkit.agent.Situation;
@@ -20,13 +20,13 @@ final class WatchedTable implements SituationHandler {
 
   private final NotificationTable source;
   private final Runnable onWish;
-  private final EventLog log;
+  private final OperatorLog log;
   private final Set<String> situations = new HashSet<>(); // guarded by itself
   private final Set<String> reported = new HashSet<>(); // guarded by itself
   private volatile EventTable events;
 
   /** @param onWish run when it begins or ceases to be wanted; must not block */
-  WatchedTable(NotificationTable source, Runnable onWish, EventLog log) {
+  WatchedTable(NotificationTable source, Runnable onWish, OperatorLog log) {
     this.source = source;
     this.onWish = onWish;
     this.log = log;

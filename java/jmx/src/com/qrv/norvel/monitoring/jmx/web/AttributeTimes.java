@@ -1,9 +1,9 @@
 package com.qrv.norvel.monitoring.jmx.web;
 
-import com.qrv.norvel.monitoring.jmx.Clock;
+import com.qrv.norvel.monitoring.jmx.base.Clock;
+import com.qrv.norvel.monitoring.jmx.link.Link;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetWork;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
-import com.qrv.norvel.monitoring.jmx.target.Link;
-import com.qrv.norvel.monitoring.jmx.target.TargetWork;
 import java.io.IOException;
 import java.util.ArrayList;
 import java.util.HashSet;

@@ -1,7 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.web;
 
-import com.qrv.norvel.monitoring.jmx.target.TargetLookup;
-import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetLookup;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
 import java.util.List;
 
 /** The targets as pages show them. Any thread may call. */

@@ -1,12 +1,12 @@
 package com.qrv.norvel.monitoring.jmx.web;
 
-import com.qrv.norvel.monitoring.jmx.Clock;
+import com.qrv.norvel.monitoring.jmx.base.Clock;
+import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetException;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetState;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.monitored.WorkTime;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
-import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
-import com.qrv.norvel.monitoring.jmx.target.TargetException;
-import com.qrv.norvel.monitoring.jmx.target.TargetState;
-import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
-import com.qrv.norvel.monitoring.jmx.target.WorkTime;
 import com.qrv.norvel.monitoring.toolkit.agent.MediaType;
 import com.qrv.norvel.monitoring.toolkit.agent.WebHandler;
 import com.qrv.norvel.monitoring.toolkit.agent.WebRequest;

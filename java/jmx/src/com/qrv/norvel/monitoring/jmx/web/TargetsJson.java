@@ -1,7 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.web;
 
-import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
-import com.qrv.norvel.monitoring.jmx.target.WorkTime;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.monitored.WorkTime;
 import java.util.List;
 
 /** Writes the targets as JSON, for programs. */

@@ -2,13 +2,13 @@ package com.qrv.norvel.monitoring.jmx.action;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
-import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.FakeAgent;
 import com.qrv.norvel.monitoring.jmx.RecordingLog;
-import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
-import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
-import com.qrv.norvel.monitoring.jmx.target.TargetException;
-import com.qrv.norvel.monitoring.jmx.target.TargetWork;
+import com.qrv.norvel.monitoring.jmx.base.Clock;
+import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetException;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetWork;
 import com.qrv.norvel.monitoring.toolkit.agent.ActionResult;
 import java.lang.management.ManagementFactory;
 import java.lang.reflect.Proxy;

@@ -2,8 +2,8 @@ package com.qrv.norvel.monitoring.jmx.net;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
-import java.io.ObjectInputFilter;
 import java.io.ObjectInputFilter.Status;
+import java.io.ObjectInputFilter;
 import java.util.ArrayList;
 import java.util.TreeMap;
 import org.junit.jupiter.api.Test;

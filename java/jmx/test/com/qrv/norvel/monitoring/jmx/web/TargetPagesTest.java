@@ -2,16 +2,16 @@ package com.qrv.norvel.monitoring.jmx.web;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
-import com.qrv.norvel.monitoring.jmx.Clock;
 import com.qrv.norvel.monitoring.jmx.RecordingLog;
+import com.qrv.norvel.monitoring.jmx.base.Clock;
+import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.SelfJvm;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetKind;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetState;
+import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
+import com.qrv.norvel.monitoring.jmx.monitored.WorkTime;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
-import com.qrv.norvel.monitoring.jmx.target.MonitoredJvm;
-import com.qrv.norvel.monitoring.jmx.target.SelfJvm;
-import com.qrv.norvel.monitoring.jmx.target.TargetKind;
-import com.qrv.norvel.monitoring.jmx.target.TargetState;
-import com.qrv.norvel.monitoring.jmx.target.TargetStatus;
-import com.qrv.norvel.monitoring.jmx.target.WorkTime;
 import com.qrv.norvel.monitoring.toolkit.agent.MediaType;
 import com.qrv.norvel.monitoring.toolkit.agent.WebRequest;
 import com.qrv.norvel.monitoring.toolkit.agent.WebResponse;

@@ -21,14 +21,14 @@ import java.util.HashMap;
 final class AgentRuntime implements RequestHandler {
   private final ApplicationLife life;
   private final BoundedCalls calls;
-  private final Notifications notifications;
+  private final NotificationSender notifications;
   private final EventSender events;
   private final AgentLog log;
 
   AgentRuntime(
       ApplicationLife life,
       BoundedCalls calls,
-      Notifications notifications,
+      NotificationSender notifications,
       EventSender events,
       AgentLog log) {
     this.life = life;
@@ -138,10 +138,10 @@ final class AgentRuntime implements RequestHandler {
 
   /** Tells the native side to stop, since the answer that should have said so is gone. */
   static final class StopOnFatal implements BoundedCalls.FatalListener {
-    private final Notifications notifications;
+    private final NotificationSender notifications;
     private final AgentLog log;
 
-    StopOnFatal(Notifications notifications, AgentLog log) {
+    StopOnFatal(NotificationSender notifications, AgentLog log) {
       this.notifications = notifications;
       this.log = log;
     }

@@ -15,7 +15,7 @@ import java.util.HashMap;
  *
  * <p>The thread is made when there is something to send for the first time after the agent is up.
  */
-final class EventSender implements EventQueue.Listener, Notifications.Listener, Runnable {
+final class EventSender implements EventQueue.Listener, NotificationSender.Listener, Runnable {
   static final long NUDGE_NANOS = 50_000_000;
   static final long REPORT_NANOS = 10_000_000_000L;
   private static final long IDLE_NANOS = 60_000_000_000L;
@@ -28,7 +28,7 @@ final class EventSender implements EventQueue.Listener, Notifications.Listener, 
     NONE
   }
 
-  private final Notifications notifications;
+  private final NotificationSender notifications;
   private final Clock clock;
   private final Pace pace;
   private final AgentLog log;
@@ -43,7 +43,7 @@ final class EventSender implements EventQueue.Listener, Notifications.Listener, 
   private long nudgeAt;
   private long reportAt;
 
-  EventSender(Notifications notifications, Clock clock, Pace pace, AgentLog log) {
+  EventSender(NotificationSender notifications, Clock clock, Pace pace, AgentLog log) {
     this.notifications = notifications;
     this.clock = clock;
     this.pace = pace;

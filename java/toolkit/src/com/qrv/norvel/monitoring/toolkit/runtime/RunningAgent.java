@@ -20,7 +20,7 @@ final class RunningAgent implements Agent {
   private final AgentInfo info;
   private final TraceSink sink;
   private final AgentLog ownLog;
-  private final Notifications notifications;
+  private final NotificationSender notifications;
   private final EventSender events;
   private final Handlers handlers;
   private final Subnodes subnodes;
@@ -36,7 +36,7 @@ final class RunningAgent implements Agent {
       AgentInfo info,
       TraceSink sink,
       AgentLog ownLog,
-      Notifications notifications,
+      NotificationSender notifications,
       EventSender events,
       Handlers handlers,
       Subnodes subnodes,

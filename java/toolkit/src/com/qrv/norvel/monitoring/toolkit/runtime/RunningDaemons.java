@@ -2,6 +2,7 @@ package com.qrv.norvel.monitoring.toolkit.runtime;
 
 import com.qrv.norvel.monitoring.toolkit.agent.DaemonCommand;
 import com.qrv.norvel.monitoring.toolkit.agent.Daemons;
+import com.qrv.norvel.monitoring.toolkit.bridge.ProcessNatives;
 import java.util.HashMap;
 import java.util.Iterator;
 import java.util.List;

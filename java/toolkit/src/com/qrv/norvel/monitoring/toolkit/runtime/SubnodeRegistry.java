@@ -16,10 +16,10 @@ import java.util.List;
  * would otherwise end with the elder of the two changes. Sending only queues over there.
  */
 final class SubnodeRegistry implements Subnodes {
-  private final Notifications notifications;
+  private final NotificationSender notifications;
   private final LinkedHashSet<String> names = new LinkedHashSet<String>(); // guarded by this
 
-  SubnodeRegistry(Notifications notifications) {
+  SubnodeRegistry(NotificationSender notifications) {
     this.notifications = notifications;
   }
 

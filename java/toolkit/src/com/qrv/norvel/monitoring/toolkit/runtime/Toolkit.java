@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.toolkit.runtime;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentInfo;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentLog;
 import com.qrv.norvel.monitoring.toolkit.bridge.Dispatcher;
+import com.qrv.norvel.monitoring.toolkit.bridge.ProcessNatives;
 import com.qrv.norvel.monitoring.toolkit.bridge.Transport;
 import com.qrv.norvel.monitoring.toolkit.workbench.osutils.DaemonWBProcess;
 import java.util.concurrent.Executor;
@@ -59,8 +60,8 @@ public final class Toolkit {
       ProcessNatives natives,
       ApplicationSource source) {
     AgentLog log = log(sink, AgentRuntime.class);
-    Notifications notifications =
-        new Notifications(transport, clock, log(sink, Notifications.class));
+    NotificationSender notifications =
+        new NotificationSender(transport, clock, log(sink, NotificationSender.class));
     AgentRuntime.StopOnFatal fatal = new AgentRuntime.StopOnFatal(notifications, log);
     EventSender events = events(notifications, clock, sink);
     BoundedCalls calls = new BoundedCalls(clock, samplers, log(sink, BoundedCalls.class), fatal);
@@ -82,7 +83,7 @@ public final class Toolkit {
     return new Dispatcher(transport, runtime, log(sink, Dispatcher.class));
   }
 
-  private static EventSender events(Notifications notifications, Clock clock, TraceSink sink) {
+  private static EventSender events(NotificationSender notifications, Clock clock, TraceSink sink) {
     int rate = Math.max(1, Integer.getInteger(MAX_RATE_PROPERTY, DEFAULT_MAX_RATE));
     EventSender events =
         new EventSender(
@@ -105,14 +106,14 @@ public final class Toolkit {
 
   private static final class Agents implements ApplicationLife.AgentFactory {
     private final TraceSink sink;
-    private final Notifications notifications;
+    private final NotificationSender notifications;
     private final EventSender events;
     private final Handlers handlers;
     private final RunningDaemons daemons;
 
     Agents(
         TraceSink sink,
-        Notifications notifications,
+        NotificationSender notifications,
         EventSender events,
         Handlers handlers,
         RunningDaemons daemons) {

@@ -21,7 +21,7 @@ class EventSenderTest {
   private final TraceLog log = new TraceLog(trace, "TEST", EventSender.class);
   private final AtomicInteger nudges = new AtomicInteger();
   private final AtomicInteger batches = new AtomicInteger();
-  private final Notifications notifications = new Notifications(this::sent, clock, log);
+  private final NotificationSender notifications = new NotificationSender(this::sent, clock, log);
   private final EventSender sender =
       new EventSender(notifications, clock, new Pace(clock, 1_000_000_000), log);
   private final EventQueue queue = sender.add(new TableLayout(LOG), null);

@@ -181,7 +181,7 @@ class EventTablesTest {
     ManualClock clock = new ManualClock();
     RecordingSink trace = new RecordingSink();
     TraceLog log = new TraceLog(trace, "TEST", EventSender.class);
-    Notifications dropping = new Notifications(new RecordingTransport(), clock, log);
+    NotificationSender dropping = new NotificationSender(new RecordingTransport(), clock, log);
     dropping.close();
     EventSender sender = new EventSender(dropping, clock, new Pace(clock, 1000), log);
     EventQueue queue = sender.add(new TableLayout(LOG), null);

@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.toolkit.runtime;
 
+import com.qrv.norvel.monitoring.toolkit.bridge.ProcessNatives;
 import java.util.HashMap;
 import java.util.List;
 

@@ -313,7 +313,7 @@ class LifecycleTest {
     Witness application = new Witness();
     NativeSide side = NativeSide.inline(application);
     side.init();
-    for (int i = 0; i < Notifications.MAX_PENDING; i++) {
+    for (int i = 0; i < NotificationSender.MAX_PENDING; i++) {
       application.agent.subnodes().register(Subnode.named("node " + i));
     }
 

@@ -1,6 +1,6 @@
 package com.qrv.norvel.monitoring.toolkit.workbench.osutils;
 
-import com.qrv.norvel.monitoring.toolkit.runtime.ProcessNatives;
+import com.qrv.norvel.monitoring.toolkit.bridge.ProcessNatives;
 import java.util.HashMap;
 
 /** Starts and watches daemons. The native side finds the class and its natives by name. */

@@ -1,0 +1,28 @@
+package com.qrv.norvel.monitoring.jmx.link;
+
+/**
+ * How often a JVM that does not answer is asked to be attached to. It prints its threads instead,
+ * into its own output, for each attempt; but it may only have been busy. Thread-safe.
+ */
+final class AttachLimit {
+  static final int FREE_FAILURES = 3;
+  static final long PAUSE_MILLIS = 600_000;
+
+  private int failures; // guarded by this
+  private long lastMillis; // guarded by this
+
+  /** Whether to ask now: three times in a row, and from then on every ten minutes. */
+  synchronized boolean allows(long nowMillis) {
+    return failures < FREE_FAILURES || nowMillis - lastMillis >= PAUSE_MILLIS;
+  }
+
+  synchronized void failed(long nowMillis) {
+    failures = Math.min(FREE_FAILURES, failures + 1);
+    lastMillis = nowMillis;
+  }
+
+  /** It has answered, or there is reason to think that it will. */
+  synchronized void reset() {
+    failures = 0;
+  }
+}

@@ -1,0 +1,70 @@
+package com.qrv.norvel.monitoring.jmx.link;
+
+import com.qrv.norvel.monitoring.jmx.base.Clock;
+import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
+import com.sun.tools.attach.AttachNotSupportedException;
+import com.sun.tools.attach.VirtualMachine;
+import java.io.IOException;
+import java.util.Map;
+import java.util.function.BooleanSupplier;
+import javax.management.remote.JMXServiceURL;
+import javax.management.remote.rmi.RMIConnector;
+
+/** Connects to a JVM of this machine, in which it starts the management agent once. */
+public final class LocalDialer extends RmiDialer {
+  private final long pid;
+  private final BooleanSupplier isAttachable;
+  private final Clock clock;
+  private final AttachLimit limit = new AttachLimit();
+  private String address; // null before the management agent runs; the target's thread only
+
+  /**
+   * @param isAttachable asked before each attempt; false while the process must be left alone,
+   *     because it would not survive or could not answer
+   */
+  public LocalDialer(
+      String target, long pid, BooleanSupplier isAttachable, LinkTimes times, OperatorLog log) {
+    super(target, times, log);
+    this.pid = pid;
+    this.isAttachable = isAttachable;
+    this.clock = times.clock();
+  }
+
+  @Override
+  public void encourage() {
+    limit.reset();
+  }
+
+  @Override
+  RMIConnector connector(Map<String, Object> environment) throws Exception {
+    if (!isAttachable.getAsBoolean()) {
+      throw new IOException("process " + pid + " is stopped, gone or not to be attached to");
+    }
+    if (address == null) {
+      address = startManagementAgent();
+    }
+    return new RMIConnector(new JMXServiceURL(address), environment);
+  }
+
+  private String startManagementAgent() throws IOException, AttachNotSupportedException {
+    if (!limit.allows(clock.millis())) {
+      throw new IOException(
+          "process " + pid + " was asked " + AttachLimit.FREE_FAILURES
+              + " times in vain to be attached to; it is asked again every "
+              + AttachLimit.PAUSE_MILLIS / 60_000 + " minutes");
+    }
+    VirtualMachine machine;
+    try {
+      machine = VirtualMachine.attach(Long.toString(pid));
+    } catch (AttachNotSupportedException e) {
+      limit.failed(clock.millis());
+      throw e;
+    }
+    limit.reset();
+    try {
+      return machine.startLocalManagementAgent();
+    } finally {
+      machine.detach();
+    }
+  }
+}

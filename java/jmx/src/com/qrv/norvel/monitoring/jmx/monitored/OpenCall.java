@@ -1,0 +1,35 @@
+package com.qrv.norvel.monitoring.jmx.monitored;
+
+/** The call that a target's thread is in, if it is in one. The target's lock guards it. */
+final class OpenCall {
+  private boolean open;
+  private boolean overdue;
+  private long deadlineMillis;
+
+  void begin(long deadline) {
+    open = true;
+    overdue = false;
+    deadlineMillis = deadline;
+  }
+
+  void end() {
+    open = false;
+  }
+
+  /** Goes on as a call that has been given up already. */
+  void giveUp() {
+    open = true;
+    overdue = true;
+    deadlineMillis = Long.MIN_VALUE;
+  }
+
+  /** Whether it has been given up. */
+  boolean isOverdue() {
+    return overdue;
+  }
+
+  /** When it is to be given up; never, when there is none. */
+  long deadlineMillis() {
+    return open ? deadlineMillis : Long.MAX_VALUE;
+  }
+}

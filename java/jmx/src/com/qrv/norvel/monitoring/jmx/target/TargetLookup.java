@@ -1,7 +1,0 @@
-package com.qrv.norvel.monitoring.jmx.target;
-
-/** Finds targets. Any thread may call. */
-public interface TargetLookup {
-  /** The target of that name, or null. */
-  MonitoredJvm find(String name);
-}
