@@ -6,6 +6,8 @@ import com.qrv.norvel.monitoring.toolkit.agent.ActionResult;
 import com.qrv.norvel.monitoring.toolkit.agent.Agent;
 import com.qrv.norvel.monitoring.toolkit.agent.AgentLog;
 import com.qrv.norvel.monitoring.toolkit.agent.FatalApplicationException;
+import com.qrv.norvel.monitoring.toolkit.agent.Names;
+import com.qrv.norvel.monitoring.toolkit.agent.Nearest;
 import com.qrv.norvel.monitoring.toolkit.bridge.Failures;
 import com.qrv.norvel.monitoring.toolkit.bridge.Fields;
 import com.qrv.norvel.monitoring.toolkit.bridge.Keys;
@@ -13,12 +15,11 @@ import com.qrv.norvel.monitoring.toolkit.bridge.MalformedMessageException;
 import com.qrv.norvel.monitoring.toolkit.bridge.RequestFailedException;
 import java.util.ArrayList;
 import java.util.HashMap;
+import java.util.List;
 import java.util.concurrent.Executor;
 
 /** The application's actions. Filled while the application is configured, constant from then on. */
 final class Actions {
-  private static final int MAX_WORD = 64;
-
   private final BoundedCalls calls;
   private final Executor threads;
   private final AgentLog log;
@@ -31,14 +32,7 @@ final class Actions {
   }
 
   void add(String word, long deadlineMs, ActionHandler handler) {
-    if (!isWord(word)) {
-      throw new IllegalArgumentException(
-          "action '"
-              + word
-              + "': expected 1 to "
-              + MAX_WORD
-              + " letters, digits, dots, underscores and hyphens");
-    }
+    Names.checkedWord(word);
     Deadlines.check("action " + word, deadlineMs);
     if (handler == null) {
       throw new IllegalArgumentException("action " + word + " has no handler");
@@ -88,7 +82,7 @@ final class Actions {
   }
 
   private ActionResult unknown(String word) {
-    ArrayList<String> known = Nearest.first(word, actions.keySet());
+    List<String> known = Nearest.first(word, actions.keySet());
     StringBuilder text = new StringBuilder();
     if (word.isEmpty()) {
       text.append("the command is empty");
@@ -102,20 +96,6 @@ final class Actions {
       text.append("; the application has none");
     }
     return ActionResult.failed(ActionResult.UNKNOWN, text.toString());
-  }
-
-  private static boolean isWord(String word) {
-    if (word == null || word.isEmpty() || word.length() > MAX_WORD) {
-      return false;
-    }
-    for (int i = 0; i < word.length(); i++) {
-      char c = word.charAt(i);
-      boolean letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-      if (!letter && !(c >= '0' && c <= '9') && c != '.' && c != '_' && c != '-') {
-        return false;
-      }
-    }
-    return true;
   }
 
   private static final class Action {

@@ -1,16 +1,21 @@
-package com.qrv.norvel.monitoring.toolkit.runtime;
+package com.qrv.norvel.monitoring.toolkit.agent;
 
 import java.util.ArrayList;
 import java.util.Collection;
 import java.util.Comparator;
+import java.util.List;
+import java.util.Locale;
 import java.util.TreeSet;
 
-/** Orders names by how little one would have to type to get from a wrong one to them. */
-final class Nearest {
+/**
+ * Orders names by how little one would have to type to get from a wrong one to them; upper and lower
+ * case count as equal.
+ */
+public final class Nearest {
   private Nearest() {}
 
   /** The names, nearest first; equally near ones by their text. */
-  static ArrayList<String> first(String wrong, Collection<String> names) {
+  public static List<String> first(String wrong, Collection<String> names) {
     ArrayList<String> ordered = new ArrayList<String>(new TreeSet<String>(names));
     ordered.sort(new ByDistance(wrong)); // Keeps the order of equals.
     return ordered;
@@ -21,12 +26,17 @@ final class Nearest {
 
     ByDistance(String wrong) {
       // Longer ones are far from every name; their tail would only cost time.
-      this.wrong = wrong.length() > 100 ? wrong.substring(0, 100) : wrong;
+      String typed = wrong.length() > 100 ? wrong.substring(0, 100) : wrong;
+      this.wrong = typed.toLowerCase(Locale.ROOT);
     }
 
     @Override
     public int compare(String one, String other) {
-      return Integer.compare(distance(wrong, one), distance(wrong, other));
+      return Integer.compare(distanceTo(one), distanceTo(other));
+    }
+
+    private int distanceTo(String name) {
+      return distance(wrong, name.toLowerCase(Locale.ROOT));
     }
   }
 
