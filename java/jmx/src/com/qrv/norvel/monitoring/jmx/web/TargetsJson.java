@@ -2,10 +2,19 @@ package com.qrv.norvel.monitoring.jmx.web;
 
 import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
 import com.qrv.norvel.monitoring.jmx.monitored.WorkTime;
+import java.time.Instant;
+import java.time.ZoneOffset;
+import java.time.format.DateTimeFormatter;
 import java.util.List;
 
-/** Writes the targets as JSON, for programs. */
+/**
+ * Writes the targets as JSON, for programs. As in the agent's REST API, names end in their unit and
+ * moments are RFC 3339 in UTC; what is not known is null.
+ */
 final class TargetsJson {
+  private static final DateTimeFormatter MOMENT =
+      DateTimeFormatter.ofPattern("uuuu-MM-dd'T'HH:mm:ss.SSSX").withZone(ZoneOffset.UTC);
+
   private final StringBuilder json = new StringBuilder("{\"targets\": [");
 
   private TargetsJson() {}
@@ -32,9 +41,10 @@ final class TargetsJson {
     text(status.title());
     json.append(", \"pid\": ");
     json.append(status.pid() == TargetStatus.UNKNOWN ? "null" : Long.toString(status.pid()));
-    json.append(", \"sinceMs\": ").append(status.sinceWallMillis());
-    json.append(", \"lastError\": ");
-    text(status.lastError());
+    json.append(", \"state_since\": ");
+    text(MOMENT.format(Instant.ofEpochMilli(status.sinceWallMillis())));
+    json.append(", \"last_error\": ");
+    textOrNull(status.lastError());
     json.append(", \"samples\": ").append(status.samples());
     json.append(", \"failures\": ").append(status.failures());
     json.append(", \"tables\": [");
@@ -42,11 +52,19 @@ final class TargetsJson {
     for (WorkTime time : status.times()) {
       json.append(separator).append("{\"name\": ");
       text(time.table());
-      json.append(", \"lastMs\": ").append(time.lastMillis());
-      json.append(", \"longestMs\": ").append(time.maxMillis()).append('}');
+      json.append(", \"last_duration_ms\": ").append(time.lastMillis());
+      json.append(", \"max_duration_ms\": ").append(time.maxMillis()).append('}');
       separator = ", ";
     }
     json.append("]}");
+  }
+
+  private void textOrNull(String text) {
+    if (text.isEmpty()) {
+      json.append("null");
+    } else {
+      text(text);
+    }
   }
 
   private void text(String text) {

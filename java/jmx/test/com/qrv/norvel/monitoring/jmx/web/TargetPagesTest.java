@@ -77,10 +77,13 @@ final class TargetPagesTest {
     assertThat(text(response))
         .contains(
             "{\"name\": \"shop\", \"kind\": \"remote\", \"state\": \"down\","
-                + " \"title\": \"a \\\"shop\\\"\", \"pid\": null, \"sinceMs\": 1700000000123,"
-                + " \"lastError\": \"<script>alert('x')</script>\\u0001\\ud83d\","
+                + " \"title\": \"a \\\"shop\\\"\", \"pid\": null,"
+                + " \"state_since\": \"2023-11-14T22:13:20.123Z\","
+                + " \"last_error\": \"<script>alert('x')</script>\\u0001\\ud83d\","
                 + " \"samples\": 3, \"failures\": 2, \"tables\": [{\"name\": \"JVM_GC\","
-                + " \"lastMs\": 4, \"longestMs\": 11}]}");
+                + " \"last_duration_ms\": 4, \"max_duration_ms\": 11}]}")
+        .contains("{\"name\": \"self\"")
+        .contains("\"last_error\": null");
   }
 
   @Test
