@@ -26,7 +26,7 @@ class DaemonsTest(unittest.TestCase):
     def jmx_yaml(self):
         folder = self.folder
         return f"""
-local: {{intervalSeconds: 1, include: ["e2e.Target"]}}
+local: {{interval: 1s, include: ["e2e.Target"]}}
 daemons:
   - name: watch
     for: target

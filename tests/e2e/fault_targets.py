@@ -55,8 +55,8 @@ class FaultTarget:
 def jmx_yaml(targets, timeout_ms, more=""):
     """Monitors the targets through their ports, and nothing else; `more` is added."""
     lines = ["local:", "  enabled: false",
-             "calls:", f"  timeoutMillis: {timeout_ms}", "  retryMinMillis: 200",
-             "  retryMaxMillis: 1000", "  heartbeatSeconds: 1", "remote:"]
+             "calls:", f"  timeout: {timeout_ms}ms", "  retry_min: 200ms",
+             "  retry_max: 1s", "  heartbeat: 1s", "remote:"]
     for name, target in targets.items():
         lines += [f"  - name: {name}", "    host: 127.0.0.1", f"    port: {target.port}"]
     return "\n".join(lines) + "\n" + more

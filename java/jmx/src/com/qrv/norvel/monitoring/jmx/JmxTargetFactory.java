@@ -94,15 +94,14 @@ final class JmxTargetFactory implements TargetFactory {
   }
 
   private LinkTimes times() {
-    return new LinkTimes(calls.timeoutMillis(), calls.seldomSeconds() * 1000L, clock);
+    return new LinkTimes(calls.timeoutMillis(), calls.seldomMillis(), clock);
   }
 
   private MonitoredJvm connected(
       TargetIdentity identity, Dialer dialer, long dialMillis, Targets targets) {
     long call = calls.timeoutMillis();
     TargetTimes times =
-        new TargetTimes(
-            call, Math.max(dialMillis, call), calls.heartbeatSeconds() * 1000L);
+        new TargetTimes(call, Math.max(dialMillis, call), calls.heartbeatMillis());
     Retry retry = new Retry(calls.retryMinMillis(), calls.retryMaxMillis(), new Random());
     return new ConnectedJvm(identity, times, dialer, retry, watchdog, clock, log, targets);
   }

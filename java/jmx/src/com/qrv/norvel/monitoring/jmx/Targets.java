@@ -151,7 +151,7 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
     try {
       long now = factory.clock().millis();
       if (now >= nextScan) {
-        nextScan = now + config.local().intervalSeconds() * 1000L;
+        nextScan = now + config.local().intervalMillis();
         scan(discovery);
       }
       if (now >= nextListening) {
@@ -208,7 +208,7 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
     String reason = null;
     synchronized (jvms) {
       if (jvms.size() > config.maxTargets()) {
-        reason = "there are maxTargets (" + config.maxTargets() + ") already";
+        reason = "there are max_targets (" + config.maxTargets() + ") already";
       } else if (jvms.containsKey(name)) {
         reason = "its name is taken";
       }

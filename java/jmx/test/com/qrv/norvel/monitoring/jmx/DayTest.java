@@ -41,9 +41,9 @@ final class DayTest {
   private final Targets targets =
       new Targets(
           new JmxConfig(
-              new JmxConfig.Local(true, 1, List.of("*"), List.of()),
+              new JmxConfig.Local(true, 1000, List.of("*"), List.of()),
               List.of(),
-              new JmxConfig.Calls(3000, 1000, 60_000, 30, 10),
+              new JmxConfig.Calls(3000, 1000, 60_000, 30_000, 10_000),
               50,
               List.of(),
               List.of(),

@@ -139,8 +139,8 @@ final class LocalTargetsTest {
   private void start() {
     JmxConfig.Local local =
         new JmxConfig.Local(
-            true, 1, Collections.singletonList("*ChildJvm$Main"), new ArrayList<>());
-    JmxConfig.Calls calls = new JmxConfig.Calls(CALL_MILLIS, 200, 1000, 30, 10);
+            true, 1000, Collections.singletonList("*ChildJvm$Main"), new ArrayList<>());
+    JmxConfig.Calls calls = new JmxConfig.Calls(CALL_MILLIS, 200, 1000, 30_000, 10_000);
     JmxConfig config =
         new JmxConfig(local, new ArrayList<>(), calls, 10, List.of(), List.of(), List.of());
     targets =

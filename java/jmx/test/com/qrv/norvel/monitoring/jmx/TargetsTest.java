@@ -98,7 +98,7 @@ final class TargetsTest {
 
     assertThat(log.errors())
         .containsExactly(
-            "the local JVM Main:8 is not monitored: there are maxTargets (1) already");
+            "the local JVM Main:8 is not monitored: there are max_targets (1) already");
     assertThat(targets.statuses()).hasSize(2);
   }
 
@@ -193,12 +193,12 @@ final class TargetsTest {
 
   private void start(int limit) {
     JmxConfig.Local local =
-        new JmxConfig.Local(true, 1, Collections.singletonList("*"), new ArrayList<>());
+        new JmxConfig.Local(true, 1000, Collections.singletonList("*"), new ArrayList<>());
     JmxConfig config =
         new JmxConfig(
             local,
             new ArrayList<>(),
-            new JmxConfig.Calls(1000, 100, 100, 30, 10),
+            new JmxConfig.Calls(1000, 100, 100, 30_000, 10_000),
             limit,
             List.of(),
             List.of(),

@@ -10,14 +10,16 @@ import javax.management.openmbean.CompositeData;
 
 /** Has a target collect its garbage, and tells what that gave. */
 final class CollectGarbage implements TargetAction {
+  static final String WORD = "gc";
+
   @Override
   public String word() {
-    return "gc";
+    return WORD;
   }
 
   @Override
   public String usage() {
-    return "gc";
+    return WORD;
   }
 
   @Override

@@ -12,6 +12,8 @@ final class HeapHistogram implements TargetAction {
   private static final int DEFAULT_LINES = 20;
   private static final int MAX_LINES = 60;
   private static final int HEADER_LINES = 2;
+  static final String WORD = "heap-histogram";
+
   private static final String BEAN = "com.sun.management:type=DiagnosticCommand";
 
   private static final Argument LINES =
@@ -20,12 +22,12 @@ final class HeapHistogram implements TargetAction {
 
   @Override
   public String word() {
-    return "heap-histogram";
+    return WORD;
   }
 
   @Override
   public String usage() {
-    return "heap-histogram [LINES]";
+    return WORD + " [LINES]";
   }
 
   @Override

@@ -17,12 +17,14 @@ import java.util.concurrent.atomic.AtomicLong;
 
 /** The actions of this application: those that every JVM can do, and those of the configuration. */
 public final class TargetActions {
+  private static final String HELP = "help";
+
   /** The words that a configured action can't have. */
-  public static final Set<String> RESERVED = Set.of("gc", "heap-histogram", "help");
+  public static final Set<String> RESERVED = Set.of(CollectGarbage.WORD, HeapHistogram.WORD, HELP);
 
   /**
-   * How long an action may take. The agent waits 30 seconds unless it is configured otherwise; a
-   * target that gives up before that has a better reason to tell.
+   * How long an action may take, where a call may not take longer. The agent waits 30 seconds unless
+   * it is configured otherwise; a target that gives up before that has a better reason to tell.
    */
   public static final long MAX_MILLIS = 28_000;
 
@@ -47,7 +49,7 @@ public final class TargetActions {
     for (TargetAction action : actions) {
       agent.action(action.word(), deadlineMillis, new Handler(action));
     }
-    agent.action("help", new Handler(null));
+    agent.action(HELP, new Handler(null));
   }
 
   /** A class with a name: the first lambda of a process costs its start too much. */

@@ -4,6 +4,7 @@ import com.qrv.norvel.monitoring.jmx.action.Argument;
 import com.qrv.norvel.monitoring.jmx.action.ArgumentType;
 import com.qrv.norvel.monitoring.jmx.action.Operation;
 import com.qrv.norvel.monitoring.jmx.action.TargetActions;
+import com.qrv.norvel.monitoring.toolkit.agent.Names;
 import java.math.BigDecimal;
 import java.util.ArrayList;
 import java.util.HashSet;
@@ -13,8 +14,6 @@ import org.yaml.snakeyaml.nodes.Node;
 
 /** Reads the actions that people may run. */
 final class ActionParser {
-  private static final int MAX_WORD = 64;
-
   private final String file;
 
   ActionParser(String file) {
@@ -42,14 +41,12 @@ final class ActionParser {
             "arguments",
             "description");
     String word = map.required("name");
-    if (!isWord(word)) {
-      throw map.error(
-          "name",
-          "'name' must be 1 to " + MAX_WORD + " letters, digits, dots, underscores and hyphens");
+    try {
+      Names.checkedWord(word);
+    } catch (IllegalArgumentException e) {
+      throw map.error("name", e.getMessage());
     }
-    if (!words.add(word)) {
-      throw map.error("name", "the name '" + word + "' is taken");
-    }
+    map.claim("name", word, words);
     String bean = BeanNames.checked(map);
     List<Argument> arguments = new ArrayList<>();
     Set<String> names = new HashSet<>();
@@ -66,9 +63,7 @@ final class ActionParser {
         new YamlMap(
             file, "an element of arguments", node, "name", "type", "choices", "min", "max");
     String name = map.required("name");
-    if (!names.add(name)) {
-      throw map.error("name", "the name '" + name + "' is taken");
-    }
+    map.claim("name", name, names);
     ArgumentType type = type(map);
     if (!type.isNumber() && (map.has("min") || map.has("max"))) {
       throw map.error(
@@ -120,18 +115,5 @@ final class ActionParser {
       known.add(type.text());
     }
     throw map.error("type", "'type' must be one of " + String.join(", ", known));
-  }
-
-  private static boolean isWord(String word) {
-    for (int i = 0; i < word.length(); i++) {
-      char c = word.charAt(i);
-      boolean allowed =
-          (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')
-              || c == '_' || c == '.' || c == '-';
-      if (!allowed) {
-        return false;
-      }
-    }
-    return word.length() <= MAX_WORD;
   }
 }

@@ -15,6 +15,9 @@ import org.yaml.snakeyaml.nodes.Tag;
 /** Turns the nodes of a configuration file into a {@link JmxConfig}, or says what is wrong. */
 final class ConfigParser {
   private static final int MAX_NAME = 32;
+  private static final int SECOND = 1000;
+  private static final int MINUTE = 60 * SECOND;
+  private static final int HOUR = 60 * MINUTE;
 
   private final String file;
 
@@ -31,14 +34,13 @@ final class ConfigParser {
     }
     YamlMap top =
         new YamlMap(
-            file, "the file", root, "local", "remote", "calls", "maxTargets",
-            "actions", "daemons",
-            "notifications");
+            file, "the file", root, "local", "remote", "calls", "max_targets", "actions",
+            "daemons", "notifications");
     JmxConfig.Local local =
         top.has("local") ? local(top.value("local"), defaults.local()) : defaults.local();
     JmxConfig.Calls calls =
         top.has("calls") ? calls(top.value("calls"), defaults.calls()) : defaults.calls();
-    int maxTargets = top.integer("maxTargets", 1, 10_000, defaults.maxTargets());
+    int maxTargets = top.integer("max_targets", 1, 10_000, defaults.maxTargets());
     List<JmxConfig.Remote> remote = new ArrayList<>();
     Set<String> names = new HashSet<>();
     names.add(SelfJvm.NAME);
@@ -46,7 +48,7 @@ final class ConfigParser {
       remote.add(remote(element, names));
     }
     if (remote.size() > maxTargets) {
-      throw top.error("remote", "there are more than maxTargets (" + maxTargets + ") JVMs");
+      throw top.error("remote", "there are more than max_targets (" + maxTargets + ") JVMs");
     }
     List<Operation> actions = new ActionParser(file).parse(top.list("actions"));
     List<DaemonRule> daemons = new DaemonParser(file).parse(top.list("daemons"));
@@ -57,10 +59,10 @@ final class ConfigParser {
 
   private JmxConfig.Local local(Node node, JmxConfig.Local defaults) throws ConfigException {
     YamlMap map =
-        new YamlMap(file, "local", node, "enabled", "intervalSeconds", "include", "exclude");
+        new YamlMap(file, "local", node, "enabled", "interval", "include", "exclude");
     return new JmxConfig.Local(
         map.bool("enabled", defaults.enabled()),
-        map.integer("intervalSeconds", 1, 3600, defaults.intervalSeconds()),
+        map.duration("interval", SECOND, HOUR, defaults.intervalMillis()),
         map.texts("include", defaults.include()),
         map.texts("exclude", defaults.exclude()));
   }
@@ -68,27 +70,19 @@ final class ConfigParser {
   private JmxConfig.Calls calls(Node node, JmxConfig.Calls defaults) throws ConfigException {
     YamlMap map =
         new YamlMap(
-            file,
-            "calls",
-            node,
-            "timeoutMillis",
-            "retryMinMillis",
-            "retryMaxMillis",
-            "heartbeatSeconds",
-            "seldomSeconds");
-    int retryMin = map.integer("retryMinMillis", 100, 600_000, defaults.retryMinMillis());
+            file, "calls", node, "timeout", "retry_min", "retry_max", "heartbeat", "seldom");
+    int retryMin = map.duration("retry_min", 100, 10 * MINUTE, defaults.retryMinMillis());
     int retryMax =
-        map.integer(
-            "retryMaxMillis", 100, 3_600_000, Math.max(retryMin, defaults.retryMaxMillis()));
+        map.duration("retry_max", 100, HOUR, Math.max(retryMin, defaults.retryMaxMillis()));
     if (retryMax < retryMin) {
-      throw map.error("retryMaxMillis", "'retryMaxMillis' must be at least 'retryMinMillis'");
+      throw map.error("retry_max", "'retry_max' must be at least 'retry_min'");
     }
     return new JmxConfig.Calls(
-        map.integer("timeoutMillis", 100, 60_000, defaults.timeoutMillis()),
+        map.duration("timeout", 100, MINUTE, defaults.timeoutMillis()),
         retryMin,
         retryMax,
-        map.integer("heartbeatSeconds", 1, 3600, defaults.heartbeatSeconds()),
-        map.integer("seldomSeconds", 0, 3600, defaults.seldomSeconds()));
+        map.duration("heartbeat", SECOND, HOUR, defaults.heartbeatMillis()),
+        map.duration("seldom", 0, HOUR, defaults.seldomMillis()));
   }
 
   private JmxConfig.Remote remote(Node node, Set<String> names) throws ConfigException {
@@ -102,15 +96,13 @@ final class ConfigParser {
             "host",
             "port",
             "user",
-            "passwordFile");
+            "password_file");
     String name = map.required("name");
     if (!isName(name)) {
       throw map.error(
           "name", "'name' must be 1 to " + MAX_NAME + " of the characters A-Z a-z 0-9 _ . : -");
     }
-    if (!names.add(name)) {
-      throw map.error("name", "the name '" + name + "' is taken");
-    }
+    map.claim("name", name, names);
     String url = map.text("url");
     String host = map.text("host");
     if ((url == null) == (host == null)) {
@@ -123,9 +115,9 @@ final class ConfigParser {
     if (map.has("port") != (host != null)) {
       throw map.error(host == null ? "port" : "host", "'host' and 'port' go together");
     }
-    if (map.has("user") != map.has("passwordFile")) {
+    if (map.has("user") != map.has("password_file")) {
       throw map.error(
-          map.has("user") ? "user" : "passwordFile", "'user' and 'passwordFile' go together");
+          map.has("user") ? "user" : "password_file", "'user' and 'password_file' go together");
     }
     return new JmxConfig.Remote(
         name,
@@ -133,7 +125,7 @@ final class ConfigParser {
         host,
         map.integer("port", 1, 65_535, 0),
         map.text("user"),
-        map.path("passwordFile"));
+        map.path("password_file"));
   }
 
   private static void checkUrl(YamlMap map, String url) throws ConfigException {

@@ -40,9 +40,7 @@ final class DaemonParser {
             "stderr",
             "environment");
     String name = map.required("name");
-    if (!names.add(name)) {
-      throw map.error("name", "the name '" + name + "' is taken");
-    }
+    map.claim("name", name, names);
     List<String> words = map.texts("command", List.of());
     if (words.isEmpty()) {
       throw map.error("command", "'command' must list a program and its arguments");

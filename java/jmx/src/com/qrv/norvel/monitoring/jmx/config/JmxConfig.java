@@ -23,7 +23,7 @@ public record JmxConfig(
    * @param exclude and none of these does
    */
   public record Local(
-      boolean enabled, int intervalSeconds, List<String> include, List<String> exclude) {}
+      boolean enabled, int intervalMillis, List<String> include, List<String> exclude) {}
 
   /**
    * A JVM behind a JMX address.
@@ -39,21 +39,21 @@ public record JmxConfig(
   /**
    * Times of calls on JVMs.
    *
-   * @param seldomSeconds how old a value may be that hardly changes; 0 reads all for each sample
+   * @param seldomMillis how old a value may be that hardly changes; 0 reads all for each sample
    */
   public record Calls(
       int timeoutMillis,
       int retryMinMillis,
       int retryMaxMillis,
-      int heartbeatSeconds,
-      int seldomSeconds) {}
+      int heartbeatMillis,
+      int seldomMillis) {}
 
   /** What holds without a file. */
   public static JmxConfig defaults() {
     return new JmxConfig(
         defaultLocal(),
         new ArrayList<>(),
-        new Calls(3000, 1000, 30_000, 30, 10),
+        new Calls(3000, 1000, 30_000, 30_000, 10_000),
         200,
         List.of(),
         List.of(),
@@ -61,6 +61,6 @@ public record JmxConfig(
   }
 
   static Local defaultLocal() {
-    return new Local(true, 5, Collections.singletonList("*"), new ArrayList<>());
+    return new Local(true, 5000, Collections.singletonList("*"), new ArrayList<>());
   }
 }

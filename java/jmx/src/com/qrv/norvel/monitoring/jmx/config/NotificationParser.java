@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.config;
 
 import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
+import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
 import java.util.ArrayList;
 import java.util.HashSet;
 import java.util.List;
@@ -9,8 +10,6 @@ import org.yaml.snakeyaml.nodes.Node;
 
 /** Reads which notifications become event tables. */
 final class NotificationParser {
-  private static final int MAX_TABLE = 31;
-
   /** What the names of this application's own tables begin with. */
   private static final String OWN = "JVM_";
 
@@ -33,15 +32,15 @@ final class NotificationParser {
     YamlMap map =
         new YamlMap(file, "an element of notifications", node, "table", "mbean", "types");
     String table = map.required("table");
-    if (!table.matches("[A-Z][A-Z0-9_]*") || table.length() > MAX_TABLE) {
-      throw map.error(
-          "table",
-          "'table' must be 1 to " + MAX_TABLE
-              + " characters, an upper-case letter first, then A-Z, 0-9 or _");
+    try {
+      TableDefinition.builder(table);
+    } catch (IllegalArgumentException e) {
+      throw map.error("table", e.getMessage());
     }
-    if (table.startsWith(OWN) || !tables.add(table)) {
-      throw map.error("table", "the name '" + table + "' is taken");
+    if (table.startsWith(OWN)) {
+      throw map.error("table", "'" + OWN + "' begins the names of the agent's own tables only");
     }
+    map.claim("table", table, tables);
     return new NotificationRule(table, BeanNames.checked(map), map.texts("types", List.of()));
   }
 }

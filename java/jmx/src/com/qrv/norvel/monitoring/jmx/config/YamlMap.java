@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.config;
 
+import com.qrv.norvel.monitoring.toolkit.agent.Nearest;
 import java.math.BigDecimal;
 import java.nio.file.InvalidPathException;
 import java.nio.file.Path;
@@ -8,6 +9,7 @@ import java.util.HashMap;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
+import java.util.Set;
 import org.yaml.snakeyaml.error.Mark;
 import org.yaml.snakeyaml.nodes.MappingNode;
 import org.yaml.snakeyaml.nodes.Node;
@@ -38,15 +40,20 @@ final class YamlMap {
       Node keyNode = tuple.getKeyNode();
       String key = keyNode instanceof ScalarNode ? ((ScalarNode) keyNode).getValue() : "?";
       if (!List.of(keys).contains(key)) {
-        throw error(
-            keyNode,
-            "unknown key '" + key + "' in " + what + "; did you mean '"
-                + NearestKey.of(key, keys) + "'? Known keys: " + String.join(", ", keys));
+        throw error(keyNode, unknown(key, tuple.getValueNode(), List.of(keys)));
       }
       if (values.put(key, tuple.getValueNode()) != null) {
-        throw error(keyNode, "the key '" + key + "' stands twice in " + what);
+        throw error(keyNode, "the key '" + key + "' appears twice in " + what);
       }
     }
+  }
+
+  private String unknown(String key, Node value, List<String> keys) {
+    String text = value instanceof ScalarNode ? ((ScalarNode) value).getValue() : null;
+    String advice = FormerKey.advice(key, text, keys);
+    return "unknown key '" + key + "' in " + what + "; "
+        + (advice == null ? "did you mean '" + Nearest.first(key, keys).get(0) + "'?" : advice + ".")
+        + " Known keys: " + String.join(", ", keys);
   }
 
   boolean has(String key) {
@@ -89,6 +96,32 @@ final class YamlMap {
       throw error(value, expected + ", not '" + text + "'");
     }
     throw error(value, expected + ", not '" + text + "'");
+  }
+
+  /** Milliseconds; the bounds, too. */
+  int duration(String key, int min, int max, int otherwise) throws ConfigException {
+    Node value = values.get(key);
+    if (value == null) {
+      return otherwise;
+    }
+    String expected =
+        "'" + key + "' must be a duration from " + Durations.format(min) + " to "
+            + Durations.format(max) + " with its unit (" + Durations.UNITS + ")";
+    if (!(value instanceof ScalarNode)) {
+      throw error(value, expected);
+    }
+    String text = ((ScalarNode) value).getValue();
+    long millis = Durations.parse(text);
+    if (millis == Durations.NONE || millis < min || millis > max) {
+      List<String> guesses = Durations.guesses(text, min, max);
+      throw error(
+          value,
+          expected + ", not '" + text + "'"
+              + (guesses.isEmpty()
+                  ? ""
+                  : "; did you mean '" + String.join("' or '", guesses) + "'?"));
+    }
+    return (int) millis;
   }
 
   /** The text, or null without the key. */
@@ -151,7 +184,7 @@ final class YamlMap {
       String name = ((ScalarNode) key).getValue();
       boolean isNull = value.getTag() == Tag.NULL;
       if (texts.containsKey(name)) {
-        throw error(file, key.getStartMark(), "the key '" + name + "' stands twice in " + what);
+        throw error(file, key.getStartMark(), "the key '" + name + "' appears twice in " + what);
       }
       texts.put(name, isNull ? null : ((ScalarNode) value).getValue());
     }
@@ -196,6 +229,13 @@ final class YamlMap {
       throw error(value, "'" + key + "' must be a list");
     }
     return ((SequenceNode) value).getValue();
+  }
+
+  /** Takes a name for one element of a list; a mistake when another has it. */
+  void claim(String key, String name, Set<String> taken) throws ConfigException {
+    if (!taken.add(name)) {
+      throw error(key, "the name '" + name + "' is taken");
+    }
   }
 
   /** A mistake at a key's value, or at the map when the key is absent. */

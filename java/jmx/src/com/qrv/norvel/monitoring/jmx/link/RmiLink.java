@@ -19,7 +19,6 @@ import javax.management.AttributeNotFoundException;
 import javax.management.InstanceNotFoundException;
 import javax.management.JMException;
 import javax.management.MBeanServerConnection;
-import javax.management.MalformedObjectNameException;
 import javax.management.Notification;
 import javax.management.NotificationFilter;
 import javax.management.NotificationListener;
@@ -185,7 +184,7 @@ final class RmiLink implements Link {
   }
 
   private ObjectName[] find(String beans) throws IOException {
-    ObjectName name = objectName(beans);
+    ObjectName name = ObjectNames.of(beans);
     if (!name.isPattern()) {
       return new ObjectName[] {name};
     }
@@ -205,14 +204,6 @@ final class RmiLink implements Link {
       return bean.values();
     }
     return bean.with(readBean(bean.name(), known.often), known.oftenPlaces);
-  }
-
-  private static ObjectName objectName(String text) {
-    try {
-      return new ObjectName(text);
-    } catch (MalformedObjectNameException e) {
-      throw new IllegalArgumentException(text + " is no object name", e);
-    }
   }
 
   private Object[] readBean(ObjectName bean, String[] attributes)

@@ -75,9 +75,7 @@ public final class TargetSockets {
 
   /** Notes an endpoint that the target's thread is about to dial. */
   synchronized void admit(String endpoint) throws IOException {
-    if (refusing) {
-      throw new IOException("the target is overdue, so " + endpoint + " is not dialled");
-    }
+    refuseIfOverdue(endpoint);
     endpoints.remove(endpoint);
     endpoints.addLast(endpoint);
     if (endpoints.size() > MAX_ENDPOINTS) {
@@ -85,7 +83,10 @@ public final class TargetSockets {
     }
   }
 
-  synchronized boolean isRefusing() {
-    return refusing;
+  /** @throws IOException once the target's sockets have been cut */
+  synchronized void refuseIfOverdue(String endpoint) throws IOException {
+    if (refusing) {
+      throw new IOException("the target is overdue, so " + endpoint + " is not dialled");
+    }
   }
 }

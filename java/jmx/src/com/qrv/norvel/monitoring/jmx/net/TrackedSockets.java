@@ -55,8 +55,8 @@ public final class TrackedSockets extends RMISocketFactory {
     }
     boolean connected = false;
     try {
-      if (owner != null && owner.isRefusing()) {
-        throw new IOException("the target is overdue, so " + endpoint + " is not dialled");
+      if (owner != null) {
+        owner.refuseIfOverdue(endpoint);
       }
       socket.connect(new InetSocketAddress(host, port), connectMillis);
       socket.setTcpNoDelay(true);

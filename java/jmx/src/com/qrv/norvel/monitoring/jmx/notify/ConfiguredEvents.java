@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.notify;
 
+import com.qrv.norvel.monitoring.jmx.link.ObjectNames;
 import com.qrv.norvel.monitoring.toolkit.agent.Columns;
 import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
 import javax.management.Notification;
@@ -28,7 +29,7 @@ final class ConfiguredEvents implements NotificationTable {
             .column(Columns.utf8("MESSAGE", TEXT_SIZE))
             .column(Columns.utf8("USER_DATA", TEXT_SIZE))
             .build();
-    beans = Listeners.objectName(rule.beans());
+    beans = ObjectNames.of(rule.beans());
     filter = rule.types().isEmpty() ? null : new NotificationFilterSupport();
     for (String type : rule.types()) {
       filter.enableType(type);

@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.notify;
 
+import com.qrv.norvel.monitoring.jmx.link.ObjectNames;
 import com.qrv.norvel.monitoring.toolkit.agent.Columns;
 import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
 import java.util.Collection;
@@ -43,7 +44,7 @@ final class GcEvents implements NotificationTable {
 
   @Override
   public ObjectName beans() {
-    return Listeners.objectName("java.lang:type=GarbageCollector,*");
+    return ObjectNames.of("java.lang:type=GarbageCollector,*");
   }
 
   @Override

@@ -17,7 +17,6 @@ import java.util.function.Consumer;
 import javax.management.InstanceNotFoundException;
 import javax.management.JMException;
 import javax.management.ListenerNotFoundException;
-import javax.management.MalformedObjectNameException;
 import javax.management.Notification;
 import javax.management.NotificationListener;
 import javax.management.ObjectName;
@@ -171,15 +170,6 @@ final class Listeners implements TargetWork<Object> {
 
   private Map<ObjectName, NotificationListener> of(WatchedTable table) {
     return added.computeIfAbsent(table, key -> new LinkedHashMap<>());
-  }
-
-  /** The name or pattern of a text that has been checked. */
-  static ObjectName objectName(String text) {
-    try {
-      return new ObjectName(text);
-    } catch (MalformedObjectNameException e) {
-      throw new IllegalArgumentException(text + " is no object name", e);
-    }
   }
 
   /** What is heard of one bean, on a thread of the connection, which must not be held up. */

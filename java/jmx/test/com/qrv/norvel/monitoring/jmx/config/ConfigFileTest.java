@@ -20,6 +20,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
+import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.MethodSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
@@ -40,12 +41,12 @@ final class ConfigFileTest {
   void readsEveryKey() throws Exception {
     JmxConfig config =
         read(
-            "maxTargets: 3\n"
-                + "local: {enabled: no, intervalSeconds: 60, include: [a.*, b], exclude: ['*c']}\n"
-                + "calls: {timeoutMillis: 500, retryMinMillis: 200, retryMaxMillis: 400,\n"
-                + "        heartbeatSeconds: 10, seldomSeconds: 0}\n"
+            "max_targets: 3\n"
+                + "local: {enabled: no, interval: 1m, include: [a.*, b], exclude: ['*c']}\n"
+                + "calls: {timeout: 500ms, retry_min: 200ms, retry_max: 400ms,\n"
+                + "        heartbeat: 10s, seldom: 0s}\n"
                 + "remote:\n"
-                + "  - {name: one, host: db1, port: 9010, user: u, passwordFile: p}\n"
+                + "  - {name: one, host: db1, port: 9010, user: u, password_file: p}\n"
                 + "  - {name: two, url: 'service:jmx:rmi:///jndi/rmi://h:1/jmxrmi'}\n"
                 + "actions:\n"
                 + "  - {name: flush, mbean: 'a:type=Cache,name=*', operation: clear,\n"
@@ -61,10 +62,10 @@ final class ConfigFileTest {
 
     assertThat(config.maxTargets()).isEqualTo(3);
     assertThat(config.local().enabled()).isFalse();
-    assertThat(config.local().intervalSeconds()).isEqualTo(60);
+    assertThat(config.local().intervalMillis()).isEqualTo(60_000);
     assertThat(config.local().include()).containsExactly("a.*", "b");
     assertThat(config.local().exclude()).containsExactly("*c");
-    assertThat(config.calls()).isEqualTo(new JmxConfig.Calls(500, 200, 400, 10, 0));
+    assertThat(config.calls()).isEqualTo(new JmxConfig.Calls(500, 200, 400, 10_000, 0));
     assertThat(config.remote())
         .containsExactly(
             new JmxConfig.Remote("one", null, "db1", 9010, "u", "p"),
@@ -96,20 +97,26 @@ final class ConfigFileTest {
 
   static Arguments[] mistakes() {
     return new Arguments[] {
-      Arguments.of("local:\n  intervalSecond: 5\n",
-          ":2:3: unknown key 'intervalSecond' in local; did you mean 'intervalSeconds'?"),
+      Arguments.of("local:\n  intervall: 5s\n",
+          ":2:3: unknown key 'intervall' in local; did you mean 'interval'?"),
       Arguments.of("lokal: {}\n", ":1:1: unknown key 'lokal' in the file; did you mean 'local'?"),
       Arguments.of("local: 5\n", ":1:8: local must be a map"),
       Arguments.of("local:\n  enabled: maybe\n", ":2:12: 'enabled' must be true or false"),
-      Arguments.of("local:\n  intervalSeconds: 0\n",
-          ":2:20: 'intervalSeconds' must be a whole number from 1 to 3600, not '0'"),
-      Arguments.of("local:\n  intervalSeconds: soon\n", "from 1 to 3600, not 'soon'"),
-      Arguments.of("local:\n  intervalSeconds: 99999999999999999999\n", "from 1 to 3600, not"),
+      Arguments.of("local:\n  interval: 0s\n",
+          ":2:13: 'interval' must be a duration from 1s to 1h with its unit (ms, s, m, h),"
+              + " not '0s'"),
+      Arguments.of("local:\n  interval: soon\n", "(ms, s, m, h), not 'soon'"),
+      Arguments.of("local:\n  interval: [5s]\n", ":2:13: 'interval' must be a duration"),
+      Arguments.of("local:\n  interval: 5\n", "not '5'; did you mean '5s' or '5m'?"),
+      Arguments.of("calls: {timeout: 3000}\n", "not '3000'; did you mean '3000ms'?"),
+      Arguments.of("max_targets: many\n",
+          ":1:14: 'max_targets' must be a whole number from 1 to 10000, not 'many'"),
+      Arguments.of("max_targets: 99999999999999999999\n", "from 1 to 10000, not '99999"),
       Arguments.of("local:\n  include: '*'\n", ":2:12: 'include' must be a list"),
       Arguments.of("local:\n  include: [[]]\n", "each element of 'include' must be a text"),
-      Arguments.of("local: {}\nlocal: {}\n", ":2:1: the key 'local' stands twice in the file"),
-      Arguments.of("calls: {retryMinMillis: 5000, retryMaxMillis: 1000}\n",
-          "'retryMaxMillis' must be at least 'retryMinMillis'"),
+      Arguments.of("local: {}\nlocal: {}\n", ":2:1: the key 'local' appears twice in the file"),
+      Arguments.of("calls: {retry_min: 5s, retry_max: 1s}\n",
+          "'retry_max' must be at least 'retry_min'"),
       Arguments.of("remote:\n  - {host: h, port: 1}\n", ":2:5: the key 'name' is missing"),
       Arguments.of("remote:\n  - {name: self, host: h, port: 1}\n", "the name 'self' is taken"),
       Arguments.of("remote:\n  - {name: a b, host: h, port: 1}\n", "'name' must be 1 to 32"),
@@ -119,16 +126,16 @@ final class ConfigFileTest {
       Arguments.of("remote:\n  - {name: a, host: h}\n", "'host' and 'port' go together"),
       Arguments.of("remote:\n  - {name: a, host: h, port: 70000}\n", "from 1 to 65535"),
       Arguments.of("remote:\n  - {name: a, host: h, port: 1, user: u}\n",
-          "'user' and 'passwordFile' go together"),
+          "'user' and 'password_file' go together"),
       Arguments.of("remote:\n  - {name: a, url: 'http://h'}\n", ":2:20: 'url' is wrong"),
-      Arguments.of("maxTargets: 1\nremote:\n  - {name: a, host: h, port: 1}\n"
-          + "  - {name: b, host: h, port: 2}\n", "more than maxTargets (1)"),
+      Arguments.of("max_targets: 1\nremote:\n  - {name: a, host: h, port: 1}\n"
+          + "  - {name: b, host: h, port: 2}\n", "more than max_targets (1)"),
       Arguments.of("actions:\n  - {mbean: 'a:b=c', operation: o}\n",
           ":2:5: the key 'name' is missing"),
       Arguments.of("actions:\n  - {name: gc, mbean: 'a:b=c', operation: o}\n",
           ":2:12: the name 'gc' is taken"),
       Arguments.of("actions:\n  - {name: a b, mbean: 'a:b=c', operation: o}\n",
-          "'name' must be 1 to 64 letters"),
+          "action 'a b': expected 1 to 64 letters, digits"),
       Arguments.of("actions:\n  - {name: a, mbean: '*:b=c', operation: o}\n",
           "the domain of 'mbean' must be given without wildcards"),
       Arguments.of("actions:\n  - {name: a, mbean: nothing, operation: o}\n",
@@ -181,7 +188,7 @@ final class ConfigFileTest {
       Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d], environment: [A]}\n",
           ":2:57: 'environment' must be a map of names and values"),
       Arguments.of("notifications:\n- {table: JVM_X, mbean: 'a:b=c'}\n",
-          ":2:11: the name 'JVM_X' is taken"),
+          ":2:11: 'JVM_' begins the names of the agent's own tables only"),
       Arguments.of("notifications:\n- {table: orders, mbean: 'a:b=c'}\n",
           "an upper-case letter first"),
       Arguments.of("notifications:\n- {table: ORDERS, mbean: '*:*'}\n",
@@ -194,8 +201,8 @@ final class ConfigFileTest {
       Arguments.of("local: \0\n", ":1:8: the character U+0000 can't stand in the file"),
       Arguments.of("local:\n  include: [\"a\\0\"]\n",
           ":2:13: each element of 'include' must be a text without U+0000"),
-      Arguments.of("remote:\n- {name: a, host: h, port: 1, user: u, passwordFile: \"\\udc00\"}\n",
-          ":2:54: 'passwordFile' must be a text without"),
+      Arguments.of("remote:\n- {name: a, host: h, port: 1, user: u, password_file: \"\\udc00\"}\n",
+          ":2:55: 'password_file' must be a text without"),
       Arguments.of("a: &a [[[[[[[[[[[[b]]]]]]]]]]]]\n", "it is not valid YAML: Nesting Depth"),
       Arguments.of("a: &a [b]\nc: [*a,*a,*a,*a,*a,*a,*a,*a,*a,*a,*a,*a]\n",
           ":2:38: it is not valid YAML: Number of aliases"),
@@ -210,6 +217,28 @@ final class ConfigFileTest {
         .isInstanceOf(ConfigException.class)
         .hasMessageContaining("jmx.yaml:")
         .hasMessageContaining(message);
+  }
+
+  @ParameterizedTest
+  @CsvSource(
+      delimiter = '|',
+      value = {
+        "local: {intervalSeconds: 60}     | write 'interval: 1m' instead of 'intervalSeconds: 60'",
+        "calls: {timeoutMillis: 3000}     | write 'timeout: 3s' instead of 'timeoutMillis: 3000'",
+        "calls: {retryMinMillis: 500}     | write 'retry_min: 500ms' instead of",
+        "calls: {retryMaxMillis: 30000}   | write 'retry_max: 30s' instead of",
+        "calls: {heartbeatSeconds: 90}    | write 'heartbeat: 90s' instead of",
+        "calls: {seldomSeconds: 0}        | write 'seldom: 0ms' instead of",
+        "calls: {seldomSeconds: soon}     | write 'seldom' instead of 'seldomSeconds', and a"
+            + " duration with its unit (ms, s, m, h)",
+        "calls: {seldomSeconds: [1]}      | write 'seldom' instead of 'seldomSeconds', and",
+        "maxTargets: 5                    | write 'max_targets' instead of 'maxTargets'.",
+        "remote: [{passwordFile: x}]      | write 'password_file' instead of 'passwordFile'.",
+      })
+  void aKeyInItsFormerSpellingIsToldHowToWriteIt(String text, String advice) {
+    assertThatThrownBy(() -> read(text + "\n"))
+        .isInstanceOf(ConfigException.class)
+        .hasMessageContaining("; " + advice);
   }
 
   @Test
@@ -229,7 +258,7 @@ final class ConfigFileTest {
     assertThatThrownBy(() -> read("local: {? " + key + " : 1}\n"))
         .isInstanceOf(ConfigException.class)
         .hasMessageContaining(":1:11: unknown key 'a?bbb")
-        .hasMessageEndingWith("Known keys: enabled, intervalSeconds, include, exclude")
+        .hasMessageEndingWith("Known keys: enabled, interval, include, exclude")
         .satisfies(e -> assertThat(e.getMessage()).hasSizeLessThan(1000));
   }
 

@@ -26,7 +26,7 @@ final class ConfigGenerator {
     "1:30", "1.5", ".inf", "-.INF", ".nan", "1e400", "1e5", "true", "no", "On", "~", "null", "''",
     "2001-01-01", "=", "<<", "!!int x", "!!float {}", "!!bool [a]", "!!null x", "!!binary ====",
     "!!java.net.URL ['http://h']", "!<%FF> a", "!<tag:yaml.org,2002:int> 1", "[]", "{}", "[[]]",
-    "{a: b}", "[a, 1, null]", "{? [a] : b}",
+    "{a: b}", "[a, 1, null]", "{? [a] : b}", "5", "s", "1.5s", "-1s", "99999999999999999999h",
   };
   private static final String[] PIECES = {
     "\t", "\n", "\r", ":", " ", "  ", "- ", "? ", "{", "}", "[", "]", ",", "\"", "'", "|", ">", "&a ",
@@ -35,9 +35,9 @@ final class ConfigGenerator {
     "!<%C3%28> ", "!<%> ", "\\",
   };
   private static final String[] KEYS = {
-    "local", "remote", "calls", "maxTargets", "actions", "daemons", "notifications", "name", "url",
+    "local", "remote", "calls", "max_targets", "actions", "daemons", "notifications", "name", "url",
     "host", "port", "enabled", "include", "mbean", "operation", "arguments", "type", "lokal", "42",
-    "~", "''", "? ", "[a]", "{a: b}", "!!str name", "<<",
+    "~", "''", "? ", "[a]", "{a: b}", "!!str name", "<<", "timeoutMillis", "passwordFile",
   };
 
   private final Random random;
@@ -69,11 +69,11 @@ final class ConfigGenerator {
     List<String> sections =
         new ArrayList<>(
             List.of(
-                "local: " + map("enabled", bool(), "intervalSeconds", number(), "include", texts(),
+                "local: " + map("enabled", bool(), "interval", duration(), "include", texts(),
                     "exclude", texts()),
-                "calls: " + map("timeoutMillis", number(), "retryMinMillis", number(),
-                    "retryMaxMillis", number(), "heartbeatSeconds", number()),
-                "maxTargets: " + number(),
+                "calls: " + map("timeout", duration(), "retry_min", duration(),
+                    "retry_max", duration(), "heartbeat", duration(), "seldom", duration()),
+                "max_targets: " + number(),
                 "remote:" + elements(this::remote),
                 "actions:" + elements(this::action),
                 "daemons:" + elements(this::daemon),
@@ -93,7 +93,7 @@ final class ConfigGenerator {
         oneIn(2)
             ? "url: " + value("'service:jmx:rmi:///jndi/rmi://h:1/jmxrmi'")
             : "host: " + value("db1") + ", port: " + number();
-    String user = oneIn(3) ? ", user: " + value("u") + ", passwordFile: " + value("p") : "";
+    String user = oneIn(3) ? ", user: " + value("u") + ", password_file: " + value("p") : "";
     return "{name: " + value("n" + random.nextInt(50)) + ", " + address + user + extra() + '}';
   }
 
@@ -155,7 +155,7 @@ final class ConfigGenerator {
     switch (random.nextInt(5)) {
       case 0 -> out.writeBytes(utf8(pick(PIECES)));
       case 1 -> out.writeBytes(bytes(1 + random.nextInt(3)));
-      case 2 -> out.write(content, at, end - at); // stands twice
+      case 2 -> out.write(content, at, end - at); // appears twice
       case 3 -> at = end; // is left out
       default -> {
         return out.toByteArray(); // is cut off
@@ -197,6 +197,14 @@ final class ConfigGenerator {
 
   private String number() {
     return oneIn(12) ? pick(SCALARS) : String.valueOf(100 + random.nextInt(900));
+  }
+
+  /** Mostly one that every key takes. */
+  private String duration() {
+    String[] units = {"00ms", "s", "s", "m", "", "h"};
+    return oneIn(12)
+        ? pick(SCALARS)
+        : 1 + random.nextInt(59) + units[Math.min(random.nextInt(60) / 10, random.nextInt(40))];
   }
 
   private String texts() {
