@@ -107,7 +107,7 @@ def report(needs, knot):
     circle = shortest_circle(needs, knot)
     print("packages in a circle: " + " -> ".join(circle))
     if len(knot) > len(circle) - 1:
-        print("  with all that hang on it: " + ", ".join(knot))
+        print("  tied together with it: " + ", ".join(knot))
     for package, other in zip(circle, circle[1:]):
         print(f"  {package} needs {other}:")
         for use in needs[package][other]:
@@ -116,7 +116,6 @@ def report(needs, knot):
 
 def main(arguments):
     trees = [pathlib.Path(a).resolve() for a in arguments] or [ROOT / tree for tree in TREES]
-    needs = {}
     for tree in trees:
         if not tree.is_dir():
             print(f"{tree}: no such folder", file=sys.stderr)
