@@ -1,5 +1,8 @@
 """Events, actions and pages of a monitored JVM, asked for over HTTP."""
 
+import json
+import os
+import pathlib
 import unittest
 import urllib.request
 
@@ -7,6 +10,7 @@ from fault_targets import (FETCHER, TICKS, FaultTargetTest, status_of, threads_o
                            wait_until_up)
 from product import DEADLINE, wait_until
 
+DOCUMENT = pathlib.Path(os.environ["ZEL_E2E_SOURCE"]) / "docs/formats/targets-json.md"
 ACTIONS = """actions:
   - name: fault
     mbean: zel.fault:type=Control
@@ -117,8 +121,12 @@ class CommandsTest(FaultTargetTest):
         media, text = page("")
         self.assertEqual(media, "text/html")
         self.assertIn('<a href="attributes?target=shop">shop</a>', text)
-        names = [row["name"] for row in agent.get(service["address"] + "targets.json")["targets"]]
-        self.assertEqual(names, ["self", "shop"])
+        targets = agent.get(service["address"] + "targets.json")["targets"]
+        self.assertEqual([target["name"] for target in targets], ["self", "shop"])
+        document = DOCUMENT.read_text(encoding="utf-8")
+        example = json.loads(document.split("```json")[1].split("```")[0])
+        self.assertEqual(targets[0].keys(), example["targets"][0].keys())
+        self.assertRegex(targets[0]["state_since"], r"^20\d\d-\d\d-\d\dT[\d:]{8}\.\d{3}Z$")
         media, text = page("attributes?target=shop")
         self.assertEqual(media, "text/html")
         self.assertIn("java.lang:type=Memory", text)
