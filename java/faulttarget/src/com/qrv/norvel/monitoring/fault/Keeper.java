@@ -123,7 +123,7 @@ final class Keeper {
       input.write((line + '\n').getBytes(StandardCharsets.UTF_8));
       input.flush();
     } catch (IOException e) {
-      out.println("error: '" + line + "' was lost, because the target is just restarting");
+      out.println("error: '" + line + "' was lost, because the target is restarting");
     }
   }
 }

@@ -3,15 +3,16 @@ package com.qrv.norvel.monitoring.fault;
 /** A way to misbehave. Some are on or off, the others take a number. */
 enum Mode {
   HANG("hang", "reads of attributes block until hang=off"),
-  SLOW("slow", "MS", 1, 3_600_000, "each read of an attribute takes so long"),
+  SLOW("slow", "MS", 1, 3_600_000, "each read of an attribute takes this long"),
   DROP("drop", "BYTES", 0, 1 << 30,
-      "connections to the JMX port are closed after so many bytes sent, with 0 at once"),
-  BEANS("beans", "N", 1, 1_000_000, "so many MBeans zel.fault:type=Bean,name=*"),
-  POOLS("pools", "N", 1, 1_000_000, "so many MBeans java.nio:type=BufferPool,name=fault-*"),
+      "connections to the JMX port are closed after this many bytes; 0: at once"),
+  BEANS("beans", "N", 1, 1_000_000, "this many MBeans zel.fault:type=Bean,name=*"),
+  POOLS("pools", "N", 1, 1_000_000, "this many MBeans java.nio:type=BufferPool,name=fault-*"),
   THROW("throw", "some attributes throw or have a value of an unknown class"),
-  RESTART("restart", "SECONDS", 1, 86_400, "ends without a goodbye and comes back, again and again"),
-  GC("gc", "MS", 1, 3_600_000, "allocates and collects garbage so often"),
-  NOTIFY("notify", "PER_SECOND", 1, 100_000, "zel.fault:type=Notifier sends so many notifications");
+  RESTART("restart", "SECONDS", 1, 86_400, "ends abruptly and starts again, over and over"),
+  GC("gc", "MS", 1, 3_600_000, "allocates and collects garbage this often"),
+  NOTIFY("notify", "PER_SECOND", 1, 100_000,
+      "zel.fault:type=Notifier sends this many notifications");
 
   private final String text;
   private final String unit;

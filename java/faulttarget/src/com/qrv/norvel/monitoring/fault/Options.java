@@ -75,9 +75,9 @@ record Options(int port, List<Setting> settings, boolean help) {
     }
     return text
         + "\n  --port N           opens a JMX port on 127.0.0.1 without password, 0 for any free\n"
-        + "\nOnce it runs, it prints 'ready port=N pid=N' and takes a line of standard input for a\n"
-        + "command: any MODE=VALUE, MODE=off, off (all modes), status, quit. So does the operation\n"
-        + "'apply' of its MBean zel.fault:type=Control. 'restart' must be given at the start; a\n"
-        + "second process then keeps the first one alive.\n";
+        + "\nOnce it runs, it prints 'ready port=N pid=N' and takes each line of standard input\n"
+        + "as a command: any MODE=VALUE, MODE=off, off (all modes), status, quit. So does the\n"
+        + "operation 'apply' of its MBean zel.fault:type=Control. 'restart' must be given at the\n"
+        + "start; a second process then keeps the first one alive.\n";
   }
 }

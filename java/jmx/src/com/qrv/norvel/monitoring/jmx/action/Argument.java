@@ -65,7 +65,7 @@ public record Argument(
         : ArgumentType.shown(min) + " to " + ArgumentType.shown(max);
   }
 
-  /** As it stands in the list of actions: {@code REGION=eu|us}, {@code DAYS:int}. */
+  /** As it appears in the list of actions: {@code REGION=eu|us}, {@code DAYS:int}. */
   String usage() {
     return name.toUpperCase(Locale.ROOT)
         + (choices.isEmpty() ? ":" + type.text() : "=" + String.join("|", choices));

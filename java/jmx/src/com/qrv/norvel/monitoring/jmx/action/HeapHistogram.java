@@ -63,7 +63,7 @@ final class HeapHistogram implements TargetAction {
                   new Object[] {new String[0]},
                   new String[] {String[].class.getName()});
     } catch (InstanceNotFoundException e) {
-      throw new UnsupportedOperationException("this JVM offers no histogram", e);
+      throw new UnsupportedOperationException("this JVM does not offer a histogram", e);
     }
     StringBuilder first = new StringBuilder();
     String[] split = String.valueOf(all).split("\n", lines + 2);

@@ -23,8 +23,9 @@ public final class TargetActions {
   public static final Set<String> RESERVED = Set.of(CollectGarbage.WORD, HeapHistogram.WORD, HELP);
 
   /**
-   * How long an action may take, where a call may not take longer. The agent waits 30 seconds unless
-   * it is configured otherwise; a target that gives up before that has a better reason to tell.
+   * How long an action may take, where a call may not take longer. The agent waits 30 seconds
+   * unless it is configured otherwise; a target that gives up before that has a better reason to
+   * tell.
    */
   public static final long MAX_MILLIS = 28_000;
 

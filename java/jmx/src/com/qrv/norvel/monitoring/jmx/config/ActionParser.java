@@ -93,7 +93,7 @@ final class ActionParser {
     Argument any = new Argument("", type, List.of(), min, max);
     for (String choice : choices) {
       if (type.parse(choice) == null) {
-        throw map.error("choices", "'" + choice + "' is no " + type.text());
+        throw map.error("choices", "'" + choice + "' is not of the type " + type.text());
       }
       if (!any.accepts(choice)) {
         throw map.error("choices", "'" + choice + "' is not between 'min' and 'max'");

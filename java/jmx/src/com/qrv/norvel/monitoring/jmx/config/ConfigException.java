@@ -19,7 +19,7 @@ public final class ConfigException extends Exception {
     return new ConfigException(file + ":" + line + ":" + column + ": " + inOneLine(message));
   }
 
-  /** What the file holds stands in messages, too; it may be long, and hold anything. */
+  /** Messages quote the file, whose content may be long and anything. */
   private static String inOneLine(String message) {
     String text = message;
     if (text.length() > MAX_LENGTH) {

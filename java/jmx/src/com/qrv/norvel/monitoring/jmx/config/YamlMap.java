@@ -51,8 +51,12 @@ final class YamlMap {
   private String unknown(String key, Node value, List<String> keys) {
     String text = value instanceof ScalarNode ? ((ScalarNode) value).getValue() : null;
     String advice = FormerKey.advice(key, text, keys);
-    return "unknown key '" + key + "' in " + what + "; "
-        + (advice == null ? "did you mean '" + Nearest.first(key, keys).get(0) + "'?" : advice + ".")
+    if (advice == null) {
+      advice = "did you mean '" + Nearest.first(key, keys).get(0) + "'?";
+    } else {
+      advice += ".";
+    }
+    return "unknown key '" + key + "' in " + what + "; " + advice
         + " Known keys: " + String.join(", ", keys);
   }
 
@@ -136,7 +140,7 @@ final class YamlMap {
     try {
       return text == null ? null : Path.of(text).toString();
     } catch (InvalidPathException e) {
-      throw error(key, "'" + key + "' can't be the name of a file here: " + e.getReason());
+      throw error(key, "'" + key + "' is not a valid file name: " + e.getReason());
     }
   }
 
@@ -198,12 +202,12 @@ final class YamlMap {
                 || value.getTag() == Tag.INT
                 || value.getTag() == Tag.FLOAT);
     if (!isText || ((ScalarNode) value).getValue().isEmpty()) {
-      throw error(value, name + " must be a text");
+      throw error(value, name + " must be text");
     }
     String text = ((ScalarNode) value).getValue();
     // An escape can name either; the system's calls would end a text at the first.
     if (text.codePoints().anyMatch(c -> c == 0 || Character.getType(c) == Character.SURROGATE)) {
-      throw error(value, name + " must be a text without U+0000 and without halves of characters");
+      throw error(value, name + " must be text without U+0000 and unpaired surrogates");
     }
     return text;
   }

@@ -24,7 +24,7 @@ final class YamlText {
   static Node compose(String file, byte[] content) throws ConfigException {
     if (content.length > MAX_BYTES) {
       throw ConfigException.at(
-          file, 1, 1, "the file is larger than " + MAX_BYTES + " bytes; no more are read");
+          file, 1, 1, "the file is larger than " + MAX_BYTES + " bytes, the most that is read");
     }
     String text = decode(file, content);
     LoaderOptions options = new LoaderOptions();
@@ -43,7 +43,7 @@ final class YamlText {
     }
   }
 
-  /** Whether a character may stand in a line of a message as it is. */
+  /** Whether a character may appear in a line of a message as it is. */
   static boolean isShown(int c) {
     int type = Character.getType(c);
     return !Character.isISOControl(c)
@@ -72,14 +72,15 @@ final class YamlText {
       if (!StreamReader.isPrintable(c)) {
         throw ConfigException.at(
             file, line, column,
-            String.format("the character U+%04X can't stand in the file; remove it", c));
+            String.format("the character U+%04X is not allowed in the file; remove it", c));
       }
       column = c == '\n' ? 1 : column + 1;
       line += c == '\n' ? 1 : 0;
       i += Character.charCount(c);
     }
     if (!isText) {
-      throw ConfigException.at(file, line, column, "a byte here is not UTF-8; save the file as it");
+      throw ConfigException.at(
+          file, line, column, "this byte is not valid UTF-8; save the file in UTF-8");
     }
     return text.toString();
   }

@@ -18,7 +18,7 @@ import java.util.Map;
  * @param directory absolute; null leaves the agent's
  * @param stdout absolute; null drops the output
  * @param stderr absolute; null drops it
- * @param environment changes to the agent's; a null value takes a variable away
+ * @param environment changes to the agent's; a null value removes a variable
  */
 public record DaemonRule(
     String name,
@@ -63,7 +63,7 @@ public record DaemonRule(
   }
 
   /**
-   * The first text in it that looks like a variable and would reach the program as it stands, or
+   * The first text in it that looks like a variable and would reach the program as is, or
    * that has no meaning because there is no target; null without one.
    */
   public String strayVariable() {

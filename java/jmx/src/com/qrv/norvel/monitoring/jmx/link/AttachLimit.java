@@ -1,8 +1,8 @@
 package com.qrv.norvel.monitoring.jmx.link;
 
 /**
- * How often a JVM that does not answer is asked to be attached to. It prints its threads instead,
- * into its own output, for each attempt; but it may only have been busy. Thread-safe.
+ * How often attaching to a JVM that does not respond is tried. For each attempt it prints its
+ * threads into its own output instead; yet it may only have been busy. Thread-safe.
  */
 final class AttachLimit {
   static final int FREE_FAILURES = 3;

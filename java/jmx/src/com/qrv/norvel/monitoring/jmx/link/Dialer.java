@@ -21,6 +21,6 @@ public interface Dialer {
   /** Takes back {@link #cut}; the target's thread only. */
   void allow();
 
-  /** Has the connection bear a silence of this length from now on; the target's thread only. */
+  /** Lets the connection tolerate a silence this long from now on; the target's thread only. */
   void bear(long millis);
 }

@@ -38,7 +38,8 @@ public final class LocalDialer extends RmiDialer {
   @Override
   RMIConnector connector(Map<String, Object> environment) throws Exception {
     if (!isAttachable.getAsBoolean()) {
-      throw new IOException("process " + pid + " is stopped, gone or not to be attached to");
+      throw new IOException(
+          "process " + pid + " is stopped, has ended or does not allow attaching");
     }
     if (address == null) {
       address = startManagementAgent();
@@ -49,8 +50,8 @@ public final class LocalDialer extends RmiDialer {
   private String startManagementAgent() throws IOException, AttachNotSupportedException {
     if (!limit.allows(clock.millis())) {
       throw new IOException(
-          "process " + pid + " was asked " + AttachLimit.FREE_FAILURES
-              + " times in vain to be attached to; it is asked again every "
+          "process " + pid + " has not responded to " + AttachLimit.FREE_FAILURES
+              + " requests to attach; it is asked again every "
               + AttachLimit.PAUSE_MILLIS / 60_000 + " minutes");
     }
     VirtualMachine machine;

@@ -12,7 +12,7 @@ public final class ObjectNames {
     try {
       return new ObjectName(text);
     } catch (MalformedObjectNameException e) {
-      throw new IllegalArgumentException(text + " is no object name", e);
+      throw new IllegalArgumentException(text + " is not an object name", e);
     }
   }
 }

@@ -32,7 +32,7 @@ public record RemoteAddress(String url, String host, int port, String entry) {
     try {
       parsed = new JMXServiceURL(url);
     } catch (MalformedURLException e) {
-      throw new IllegalArgumentException("it is no JMX service URL: " + e.getMessage(), e);
+      throw new IllegalArgumentException("it is not a JMX service URL: " + e.getMessage(), e);
     }
     if (!parsed.getProtocol().equals("rmi")) {
       throw new IllegalArgumentException(

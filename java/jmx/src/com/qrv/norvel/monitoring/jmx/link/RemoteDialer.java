@@ -45,7 +45,7 @@ public final class RemoteDialer extends RmiDialer {
     Object stub =
         LocateRegistry.getRegistry(address.host(), address.port()).lookup(address.entry());
     if (!(stub instanceof RMIServer)) {
-      throw new IOException("the registry's entry " + address.entry() + " is no JMX server");
+      throw new IOException("the registry's entry " + address.entry() + " is not a JMX server");
     }
     return new RMIConnector((RMIServer) stub, environment);
   }
@@ -69,7 +69,7 @@ public final class RemoteDialer extends RmiDialer {
     }
     if (permissions.contains(PosixFilePermission.GROUP_READ)
         || permissions.contains(PosixFilePermission.OTHERS_READ)) {
-      throw new IOException("others may read the password file " + file + "; chmod 600 it");
+      throw new IOException("the password file " + file + " is readable by others; chmod 600 it");
     }
     String text = new String(Files.readAllBytes(file), StandardCharsets.UTF_8);
     int end = text.indexOf('\n');

@@ -39,7 +39,7 @@ abstract class RmiDialer implements Dialer {
   @Override
   public final Link dial() throws Exception {
     if (sockets == null) {
-      throw new IOException("the process's RMI socket factory belongs to somebody else");
+      throw new IOException("another RMI socket factory is already set in this process");
     }
     Map<String, Object> environment = new HashMap<>();
     // Without this each connector has a thread that asks for a sign of life.

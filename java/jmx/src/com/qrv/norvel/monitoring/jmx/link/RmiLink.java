@@ -154,7 +154,7 @@ final class RmiLink implements Link {
     }
     for (ObjectName bean : heard) {
       if (server.isRegistered(bean)) {
-        throw new IOException("its notifications could not be fetched any more");
+        throw new IOException("its notifications can no longer be fetched");
       }
     }
     heard.clear();
@@ -165,7 +165,7 @@ final class RmiLink implements Link {
     if (budget.isOver()) {
       throw new IllegalStateException(
           beans + " takes more than " + budget.millis()
-              + " ms to read: it is too much or too slow");
+              + " ms to read: it is too large or too slow");
     }
   }
 

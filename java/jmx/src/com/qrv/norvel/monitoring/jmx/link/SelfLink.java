@@ -36,7 +36,7 @@ public final class SelfLink implements Link {
         names.add(bean.getObjectName());
       }
     }
-    // Collectors are found without the server, which is dear to build.
+    // Collectors are found without the server, which is expensive to build.
     return names.isEmpty() ? ManagementFactory.getPlatformMBeanServer().queryNames(pattern, null)
         : names;
   }

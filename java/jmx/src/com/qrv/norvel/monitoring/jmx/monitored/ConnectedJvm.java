@@ -14,7 +14,8 @@ import java.util.List;
  *
  * <p>A call that takes too long is ended by the {@link CallWatchdog}; whoever waits for it is told
  * at once. While the target is down, callers are refused at once and the thread tries to connect at
- * growing intervals. Work of one kind is shared by those who ask for it, so nothing grows meanwhile.
+ * growing intervals. Work of one kind is shared by those who ask for it, so nothing grows in the
+ * meantime.
  */
 public final class ConnectedJvm implements MonitoredJvm, Runnable {
   /** How long a sample waits for its turn and its answer, counted in calls. */
@@ -173,7 +174,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
         turn();
       }
       begin(times.call(), false);
-      leave("target " + name() + " was left without a goodbye: ");
+      leave("target " + name() + " was disconnected without a clean close: ");
     } catch (InterruptedException e) {
       // Somebody ends this thread: so be it.
       Thread.currentThread().interrupt();

@@ -1,6 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.monitored;
 
-/** Says for people what was thrown. */
+/** Describes what was thrown, for people. */
 final class FaultText {
   private FaultText() {}
 

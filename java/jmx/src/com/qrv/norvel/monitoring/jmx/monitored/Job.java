@@ -47,7 +47,7 @@ final class Job<T> {
     callers++;
   }
 
-  /** Whether the last one who waited has gone, and with him the reason to begin at all. */
+  /** Whether the last one who waited has gone, and with it the reason to begin at all. */
   boolean loseCaller() {
     callers--;
     return callers == 0 && !alone && !begun;
@@ -61,7 +61,7 @@ final class Job<T> {
   TargetException late(String target, long millis) {
     return begun
         ? new TargetException(
-            key + " of " + target + " is not over after " + millis + " ms",
+            key + " of " + target + " has not finished after " + millis + " ms",
             TargetException.Outcome.UNKNOWN)
         : new TargetException(target + " was busy with other work for " + millis + " ms");
   }

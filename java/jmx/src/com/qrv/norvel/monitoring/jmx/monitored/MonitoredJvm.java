@@ -8,8 +8,8 @@ public interface MonitoredJvm {
   String name();
 
   /**
-   * Whether it has a subnode: from when it is reached until it is lost and the next attempt to reach
-   * it has failed, too.
+   * Whether it has a subnode: from when it is reached until it is lost and the next attempt to
+   * reach it has failed, too.
    */
   boolean isPresent();
 

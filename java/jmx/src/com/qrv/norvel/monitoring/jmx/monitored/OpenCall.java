@@ -16,7 +16,7 @@ final class OpenCall {
     open = false;
   }
 
-  /** Goes on as a call that has been given up already. */
+  /** Continues as a call that has been given up already. */
   void giveUp() {
     open = true;
     overdue = true;

@@ -164,7 +164,7 @@ final class Listeners implements TargetWork<Object> {
         link.removeListener(bean, listener);
       }
     } catch (InstanceNotFoundException | ListenerNotFoundException e) {
-      log.info("target " + subnode + ": " + bean + " has gone with its listener");
+      log.info("target " + subnode + ": " + bean + " has disappeared along with its listener");
     }
   }
 

@@ -2,7 +2,7 @@ package com.qrv.norvel.monitoring.jmx.table;
 
 /** One column of a {@link BeanTable}: its form in the row, and the attribute it is read from. */
 public final class BeanColumn {
-  /** How the column stands in a row. */
+  /** How the column appears in a row. */
   public enum Form {
     INT32,
     INT64,
@@ -65,7 +65,7 @@ public final class BeanColumn {
       return taken.toString();
     }
     if (!(taken instanceof Number)) {
-      return Unavailable.because("it is no number but a " + taken.getClass().getName());
+      return Unavailable.because("it is not a number but a " + taken.getClass().getName());
     }
     if (conversion == Conversion.MILLI) {
       double fraction = ((Number) taken).doubleValue();

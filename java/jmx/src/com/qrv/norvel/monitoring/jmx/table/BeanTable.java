@@ -130,7 +130,7 @@ public final class BeanTable {
       return add(column, BeanColumn.Form.TEXT, bytes, null, null, BeanColumn.Conversion.NONE);
     }
 
-    /** These attributes hardly change, or are dear for what they tell. */
+    /** These attributes hardly change, or are expensive for what they tell. */
     Builder seldom(String... some) {
       for (String attribute : some) {
         seldom.add(attribute);

@@ -34,7 +34,7 @@ final class Items {
     static Object item(Object composite, String item) {
       if (!(composite instanceof CompositeData)) {
         return Unavailable.because(
-            "it is no composite value but a " + composite.getClass().getName());
+            "it is not a composite value but a " + composite.getClass().getName());
       }
       CompositeData data = (CompositeData) composite;
       if (!data.containsKey(item)) {

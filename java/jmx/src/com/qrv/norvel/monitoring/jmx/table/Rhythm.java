@@ -4,6 +4,6 @@ package com.qrv.norvel.monitoring.jmx.table;
 public enum Rhythm {
   /** For each sample. */
   EACH_SAMPLE,
-  /** It hardly changes, or is dear for what it tells: an earlier value is good for a while. */
+  /** It hardly changes, or is expensive for what it tells: an earlier value is good for a while. */
   SELDOM
 }

@@ -97,7 +97,7 @@ final class Page {
     return html.append("</main>\n</body>\n</html>\n").toString();
   }
 
-  /** A moment for people: "2026-05-04 17:03:59 UTC". */
+  /** A point in time, for people: "2026-05-04 17:03:59 UTC". */
   static String moment(long wallMillis) {
     String text = Instant.ofEpochMilli(wallMillis).truncatedTo(ChronoUnit.SECONDS).toString();
     return text.replace('T', ' ').replace("Z", " UTC");

@@ -100,7 +100,7 @@ public final class TargetPages implements WebHandler {
     Page page = new Page("Attributes of " + name);
     page.paragraph(
         result.times().size() + " attributes of the tables were read one by one"
-            + (result.isComplete() ? "." : "; the time did not suffice for the rest."));
+            + (result.isComplete() ? "." : "; there was not enough time for the rest."));
     page.table("The slowest", "MBean", "Attribute", "#Milliseconds");
     for (AttributeTimes.Time time : slowest.subList(0, Math.min(SLOWEST, slowest.size()))) {
       page.row().cell(time.bean()).cell(time.attribute());

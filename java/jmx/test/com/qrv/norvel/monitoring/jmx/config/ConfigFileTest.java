@@ -113,7 +113,7 @@ final class ConfigFileTest {
           ":1:14: 'max_targets' must be a whole number from 1 to 10000, not 'many'"),
       Arguments.of("max_targets: 99999999999999999999\n", "from 1 to 10000, not '99999"),
       Arguments.of("local:\n  include: '*'\n", ":2:12: 'include' must be a list"),
-      Arguments.of("local:\n  include: [[]]\n", "each element of 'include' must be a text"),
+      Arguments.of("local:\n  include: [[]]\n", "each element of 'include' must be text"),
       Arguments.of("local: {}\nlocal: {}\n", ":2:1: the key 'local' appears twice in the file"),
       Arguments.of("calls: {retry_min: 5s, retry_max: 1s}\n",
           "'retry_max' must be at least 'retry_min'"),
@@ -143,7 +143,8 @@ final class ConfigFileTest {
       Arguments.of("actions:\n  - {name: a, mbean: 'a:b=c'}\n", "the key 'operation' is missing"),
       Arguments.of(ARGUMENT + "{name: x, type: float}\n",
           "'type' must be one of string, int, long, boolean, double"),
-      Arguments.of(ARGUMENT + "{name: x, type: int, choices: [1, two]}\n", "'two' is no int"),
+      Arguments.of(ARGUMENT + "{name: x, type: int, choices: [1, two]}\n",
+          "'two' is not of the type int"),
       Arguments.of(ARGUMENT + "{name: x, min: 1}\n", "only a number has 'min' and 'max'"),
       Arguments.of(ARGUMENT + "{name: x, type: int, min: 2, max: 1}\n",
           "'max' must be at least 'min'"),
@@ -167,7 +168,7 @@ final class ConfigFileTest {
       Arguments.of("daemons:\n- {name: d, for: agent, command: [d]}\n",
           "expected an absolute path"),
       Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d, 'a b']}\n",
-          "holds white space"),
+          "contains white space"),
       Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d, '${pid}']}\n",
           ":2:34: '${pid}' has no meaning 'for: agent'"),
       Arguments.of("daemons:\n- {name: d, for: agent, command: [/bin/d], stdout: '/${pid}'}\n",
@@ -198,11 +199,11 @@ final class ConfigFileTest {
       Arguments.of("a: b: c\n", ":1:5: it is not valid YAML"),
       Arguments.of("local: {\n  include: [\"\\U00110000\"]}\n", ":2:16: it is not valid YAML"),
       Arguments.of("%YAML 99999999999.1\n---\n{}\n", ":1:18: it is not valid YAML"),
-      Arguments.of("local: \0\n", ":1:8: the character U+0000 can't stand in the file"),
+      Arguments.of("local: \0\n", ":1:8: the character U+0000 is not allowed in the file"),
       Arguments.of("local:\n  include: [\"a\\0\"]\n",
-          ":2:13: each element of 'include' must be a text without U+0000"),
+          ":2:13: each element of 'include' must be text without U+0000"),
       Arguments.of("remote:\n- {name: a, host: h, port: 1, user: u, password_file: \"\\udc00\"}\n",
-          ":2:55: 'password_file' must be a text without"),
+          ":2:55: 'password_file' must be text without"),
       Arguments.of("a: &a [[[[[[[[[[[[b]]]]]]]]]]]]\n", "it is not valid YAML: Nesting Depth"),
       Arguments.of("a: &a [b]\nc: [*a,*a,*a,*a,*a,*a,*a,*a,*a,*a,*a,*a]\n",
           ":2:38: it is not valid YAML: Number of aliases"),
@@ -248,7 +249,7 @@ final class ConfigFileTest {
 
     assertThatThrownBy(() -> ConfigFile.read(file))
         .isInstanceOf(ConfigException.class)
-        .hasMessageContaining("jmx.yaml:2:5: a byte here is not UTF-8");
+        .hasMessageContaining("jmx.yaml:2:5: this byte is not valid UTF-8");
   }
 
   @Test

@@ -10,7 +10,8 @@ import java.util.Random;
 /** Makes up configuration files: good ones, nearly good ones, and bytes. */
 final class ConfigGenerator {
   private static final String[] TEXTS = {
-    "a", "orders", "self", "gc", "'a b'", "com.example", "'*'", "'*a*b*'", "'*a*a*a*a*a*a*a*a*a*a*b'", "db1", "\"\"", "''",
+    "a", "orders", "self", "gc", "'a b'", "com.example", "'*'", "'*a*b*'",
+    "'*a*a*a*a*a*a*a*a*a*a*b'", "db1", "\"\"", "''",
     "/tmp/x", "/bin/d", "'${pid}'", "'${subnode}'", "ORDERS", "JVM_X", "int", "string", "double",
     "agent", "target", "'x:type=Cache,name=*'", "'a:b=c'", "'*:b=c'", "'a:*'", "'a:b=\"c'", "'::'",
     "'a:b='", "'a:=b'", "'a:b=c,b=d'", "':a=b'", "'a:b=\\*'", "\"a:b=\\nc\"",
@@ -29,8 +30,10 @@ final class ConfigGenerator {
     "{a: b}", "[a, 1, null]", "{? [a] : b}", "5", "s", "1.5s", "-1s", "99999999999999999999h",
   };
   private static final String[] PIECES = {
-    "\t", "\n", "\r", ":", " ", "  ", "- ", "? ", "{", "}", "[", "]", ",", "\"", "'", "|", ">", "&a ",
-    "*a", "!", "%", "---\n", "...\n", "%YAML 1.1\n---\n", "%YAML 99999999999.9\n---\n", "%TAG ! x\n",
+    "\t", "\n", "\r", ":", " ", "  ", "- ", "? ", "{", "}", "[", "]", ",", "\"", "'", "|", ">",
+    "&a ",
+    "*a", "!", "%", "---\n", "...\n", "%YAML 1.1\n---\n", "%YAML 99999999999.9\n---\n",
+    "%TAG ! x\n",
     "<<: *a\n", "\0", "\u0007", "\u007f", "\ufeff", "\ufffe", "\u0085", "#", "local:", "remote:\n",
     "!<%C3%28> ", "!<%> ", "\\",
   };

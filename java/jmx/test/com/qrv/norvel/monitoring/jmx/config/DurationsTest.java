@@ -15,7 +15,7 @@ import org.junit.jupiter.params.provider.MethodSource;
 final class DurationsTest {
   /** The cases that the agent's own configuration is tested with. */
   private static final Path CASES =
-      Path.of(System.getProperty("zel.docs"), "..", "tests", "framework", "config", "quantities.txt");
+      Path.of(System.getProperty("zel.docs"), "../tests/framework/config/quantities.txt");
 
   record Case(String text, long millis) {}
 

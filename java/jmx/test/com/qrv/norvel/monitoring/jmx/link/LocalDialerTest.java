@@ -82,6 +82,6 @@ final class LocalDialerTest {
   private static void assertNotAsked(LocalDialer dialer) {
     assertThatThrownBy(() -> dialer.connector(new HashMap<>()))
         .hasMessageEndingWith(
-            "was asked 3 times in vain to be attached to; it is asked again every 10 minutes");
+            "has not responded to 3 requests to attach; it is asked again every 10 minutes");
   }
 }

@@ -34,7 +34,7 @@ final class RemoteAddressTest {
 
   @ParameterizedTest
   @CsvSource({
-    "db1:9010, no JMX service URL",
+    "db1:9010, not a JMX service URL",
     "service:jmx:jmxmp://db1:9010, only rmi",
     "service:jmx:rmi://db1:9010, must begin with",
     "service:jmx:rmi:///jndi/rmi://db1:9010, must be rmi://HOST:PORT/ENTRY",

@@ -84,7 +84,7 @@ final class RmiLinkTest {
 
     assertThatThrownBy(() -> listening.read(ONE))
         .isInstanceOf(IOException.class)
-        .hasMessage("its notifications could not be fetched any more");
+        .hasMessage("its notifications can no longer be fetched");
     assertThatThrownBy(listening::ping).isInstanceOf(IOException.class);
   }
 

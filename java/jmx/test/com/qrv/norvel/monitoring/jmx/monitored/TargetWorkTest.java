@@ -139,7 +139,7 @@ final class TargetWorkTest {
         .isInstanceOfSatisfying(
             TargetException.class,
             e -> assertThat(e.outcome()).isEqualTo(TargetException.Outcome.UNKNOWN))
-        .hasMessageContaining("flush of t is not over");
+        .hasMessageContaining("flush of t has not finished");
 
     dialer.become(FakeDialer.Mood.ANSWERS);
     done.get(30, TimeUnit.SECONDS);

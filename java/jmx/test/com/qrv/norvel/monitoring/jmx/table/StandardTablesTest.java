@@ -97,7 +97,7 @@ final class StandardTablesTest {
     Object[] row = table.read(source, "")[0];
 
     assertThat(((Unavailable) row[0]).reason()).contains("java.lang.String");
-    assertThat(((Unavailable) row[1]).reason()).contains("no composite");
+    assertThat(((Unavailable) row[1]).reason()).contains("not a composite");
     assertThat(row[2]).isEqualTo(7L);
   }
 

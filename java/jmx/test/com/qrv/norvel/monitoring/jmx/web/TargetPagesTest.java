@@ -102,7 +102,7 @@ final class TargetPagesTest {
 
     WebResponse response = hurried.answer(new WebRequest("/", "/attributes", "target=self", ""));
 
-    assertThat(text(response)).contains("0 attributes").contains("the time did not suffice");
+    assertThat(text(response)).contains("0 attributes").contains("there was not enough time");
   }
 
   @Test

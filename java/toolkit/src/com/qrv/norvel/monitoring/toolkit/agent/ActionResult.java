@@ -29,19 +29,19 @@ public record ActionResult(int code, String message) {
     message = cut(message == null ? "" : message);
   }
 
-  /** It has worked. */
+  /** It succeeded. */
   public static ActionResult ok(String message) {
     return new ActionResult(0, message);
   }
 
   /**
-   * It has failed.
+   * It failed.
    *
    * @throws IllegalArgumentException when the code is 0
    */
   public static ActionResult failed(int code, String message) {
     if (code == 0) {
-      throw new IllegalArgumentException("a failed action needs a return code that is not 0");
+      throw new IllegalArgumentException("a failed action needs a return code other than 0");
     }
     return new ActionResult(code, message);
   }

@@ -30,18 +30,18 @@ public interface Agent {
    * @return where its events go; may be kept for the life of the process
    * @throws IllegalStateException after {@code configure}
    * @throws IllegalArgumentException when a table of that name is declared already or this one is
-   *     no event table
+   *     not an event table
    */
   EventTable eventTable(TableDefinition table);
 
-  /** As {@link #eventTable(TableDefinition)}, with somebody to tell who watches the table. */
+  /** As {@link #eventTable(TableDefinition)}, with a handler that is told who watches the table. */
   EventTable eventTable(TableDefinition table, SituationHandler situations);
 
   /**
-   * Names whom to tell of the situations that watch sampled tables. The agent waits for none of
-   * these calls, and no deadline ends them. Only {@link Application#configure} may do so, once.
+   * Sets the handler that is told which situations watch sampled tables. The agent waits for none
+   * of these calls, and no deadline ends them. Only {@link Application#configure} may do so, once.
    *
-   * @throws IllegalStateException after {@code configure}, and when somebody is named already
+   * @throws IllegalStateException after {@code configure}, and when one is already set
    */
   void onSituation(SituationHandler situations);
 
@@ -52,7 +52,7 @@ public interface Agent {
    *
    * @param word 1 to 64 letters, digits, dots, underscores and hyphens of ASCII
    * @throws IllegalStateException after {@code configure}
-   * @throws IllegalArgumentException when the word is no word or taken
+   * @throws IllegalArgumentException when the word breaks this rule or is taken
    */
   void action(String word, ActionHandler handler);
 
@@ -69,7 +69,7 @@ public interface Agent {
    *
    * @param prefix "/" for everything, otherwise "/" and segments without a slash at the end
    * @throws IllegalStateException after {@code configure}
-   * @throws IllegalArgumentException when the prefix is none or taken
+   * @throws IllegalArgumentException when the prefix is malformed or taken
    */
   void web(String prefix, WebHandler handler);
 
@@ -98,8 +98,8 @@ public interface Agent {
   Daemons daemons();
 
   /**
-   * Asks the agent to end in an orderly way. Returns at once. Before the agent is up the wish
-   * waits until it is.
+   * Asks the agent to end in an orderly way. Returns at once. Before the agent is up, the
+   * request waits until it is.
    *
    * @param reason one line for the trace
    */

@@ -9,19 +9,19 @@ package com.qrv.norvel.monitoring.toolkit.agent;
  */
 public interface AgentLog {
 
-  /** Something failed that somebody has to look at. Class error. */
+  /** Something failed that somebody has to look into. Class error. */
   void error(String message);
 
   /** As {@link #error(String)}, followed by the stack trace of the cause. */
   void error(String message, Throwable cause);
 
-  /** Something is wrong but is coped with. Class error, marked as a warning. */
+  /** Something is wrong, but handled. Class error, marked as a warning. */
   void warning(String message);
 
   /** As {@link #warning(String)}, followed by the cause's class and message, without its stack. */
   void warning(String message, Throwable cause);
 
-  /** A milestone in the life of the application: written whatever classes are on. */
+  /** A milestone in the life of the application: written whichever classes are on. */
   void always(String message);
 
   /** A change of state: connected, lost, registered. Class state. */

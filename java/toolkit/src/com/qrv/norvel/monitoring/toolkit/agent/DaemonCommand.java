@@ -45,7 +45,7 @@ public final class DaemonCommand {
     return words;
   }
 
-  /** Changes to the agent's environment; a null value takes a variable away. */
+  /** Changes to the agent's environment; a null value removes a variable. */
   public Map<String, String> environment() {
     return environment;
   }
@@ -55,12 +55,12 @@ public final class DaemonCommand {
     return directory;
   }
 
-  /** File that standard output is appended to; null drops it. */
+  /** File that standard output is appended to; null discards it. */
   public String stdout() {
     return stdout;
   }
 
-  /** File that standard error is appended to; null drops it. */
+  /** File that standard error is appended to; null discards it. */
   public String stderr() {
     return stderr;
   }
@@ -138,14 +138,14 @@ public final class DaemonCommand {
           throw new IllegalArgumentException(
               "daemon command: word '"
                   + word
-                  + "' holds white space or a control character; the line is split at blanks and"
+                  + "' contains white space or a control character; the line is split at blanks and"
                   + " nothing can be quoted");
         }
         if (c == '"' || c == '\'') {
           throw new IllegalArgumentException(
               "daemon command: word '"
                   + word
-                  + "' holds a quote, which would reach the program as it stands");
+                  + "' contains a quote, which would be passed to the program as is");
         }
       }
     }
@@ -153,7 +153,7 @@ public final class DaemonCommand {
     private static void checkVariable(String name) {
       if (name == null || name.isEmpty() || name.indexOf('=') >= 0 || name.indexOf('\0') >= 0) {
         throw new IllegalArgumentException(
-            "daemon environment: '" + name + "' is no name of a variable");
+            "daemon environment: '" + name + "' is not the name of a variable");
       }
     }
 

@@ -1,7 +1,7 @@
 package com.qrv.norvel.monitoring.toolkit.agent;
 
 /**
- * Starts programs that live on when the agent ends. Any thread may call.
+ * Starts programs that outlive the agent. Any thread may call.
  *
  * <p>A daemon gets a session of its own, no descriptor of the agent but its three standard streams,
  * and default signal handling.
@@ -9,7 +9,7 @@ package com.qrv.norvel.monitoring.toolkit.agent;
 public interface Daemons {
 
   /**
-   * Starts a daemon. Returns when it has been forked off; whether the program could be run is not
+   * Starts a daemon. Returns when it has been forked; whether the program could be run is not
    * known here: a failure is found in the agent's trace or in the daemon's error file. A daemon
    * that must be watched writes its process id to a file.
    *

@@ -9,7 +9,7 @@ package com.qrv.norvel.monitoring.toolkit.agent;
  * agent counts, shows and never hides.
  *
  * <p>Events wait in a queue that is bounded in rows ({@link TableDefinition.Builder#maxQueued}) and
- * in bytes. They wait there too until the agent is up; after its end they are lost. A table for
+ * in bytes. They also wait there until the agent is up; after its end they are lost. A table for
  * subnodes takes events with the name of one; any other table takes them without.
  *
  * <p>A writer that throws makes no event and takes no number; the caller gets its exception. A
@@ -46,8 +46,8 @@ public interface EventTable {
   boolean emit(String subnode, EventWriter event, long timeoutMs) throws InterruptedException;
 
   /**
-   * Counts events that were lost before they could be handed over, because a source ran over or was
-   * out of reach. They take numbers, so that the gap shows.
+   * Counts events that were lost before they could be handed over, because a source overflowed or
+   * was out of reach. They take numbers, so that the gap shows.
    *
    * @param events how many, at least 1; when nobody knows, 1
    */
@@ -57,7 +57,7 @@ public interface EventTable {
   long emitted();
 
   /**
-   * How many events never will be sent: those that were handed over in vain, and those that were
+   * How many events will never be sent: those that were handed over in vain, and those that were
    * {@link #missed}.
    */
   long lost();
@@ -65,7 +65,7 @@ public interface EventTable {
   /**
    * Whether anybody watches the table: a situation, or the agent's own record of events, which
    * watches every event table unless it is configured away. Events of a table that nobody watches
-   * are sent and forgotten: a source that is dear may save itself the trouble.
+   * are sent and forgotten: an expensive source may save itself the trouble.
    */
   boolean isArmed();
 }

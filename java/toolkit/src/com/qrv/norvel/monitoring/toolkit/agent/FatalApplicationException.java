@@ -1,8 +1,8 @@
 package com.qrv.norvel.monitoring.toolkit.agent;
 
 /**
- * Ends the agent. Thrown by an application that cannot go on: from its samplers and its handlers of
- * actions, web requests and situations, from {@link Application#configure} or from {@link
+ * Ends the agent. Thrown by an application that cannot continue: from its samplers and its handlers
+ * of actions, web requests and situations, from {@link Application#configure} or from {@link
  * Application#started}. There every other exception and error costs one answer only, except in
  * {@code configure}, without which there is no agent.
  */

@@ -9,9 +9,9 @@ final class LanguageChoice {
   private LanguageChoice() {}
 
   /**
-   * The offered tag that the browser prefers; of equals the one that it names first; the first one
-   * offered when it accepts none. A tag fits a range that it equals or is a variant of, and a range
-   * that is a variant of it.
+   * The offered tag that the browser prefers; among equals the one that it names first; the first
+   * one offered when it accepts none. A tag fits a range that it equals or is a variant of, and a
+   * range that is a variant of it.
    *
    * @throws IllegalArgumentException when nothing is offered
    */

@@ -8,8 +8,8 @@ import java.util.Locale;
 import java.util.TreeSet;
 
 /**
- * Orders names by how little one would have to type to get from a wrong one to them; upper and lower
- * case count as equal.
+ * Orders names by how little one would have to type to get from a wrong one to them; upper
+ * and lower case count as equal.
  */
 public final class Nearest {
   private Nearest() {}

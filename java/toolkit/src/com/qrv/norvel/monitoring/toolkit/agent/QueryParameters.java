@@ -11,8 +11,8 @@ import java.util.Map;
  * The parameters of a query or a form: {@code name=value&name=value}. Immutable.
  *
  * <p>Percent signs and plus signs are decoded as UTF-8. Whatever comes from outside can be read:
- * bytes that are no UTF-8 become U+FFFD, a percent sign without two digits stands for itself, a name
- * without "=" has an empty value, and what follows {@link #MAX_PARAMETERS} is left out.
+ * bytes that are not UTF-8 become U+FFFD, a percent sign without two digits stands for itself, a
+ * name without "=" has an empty value, and what follows {@link #MAX_PARAMETERS} is left out.
  */
 public final class QueryParameters {
   /** How many parameters are read. */

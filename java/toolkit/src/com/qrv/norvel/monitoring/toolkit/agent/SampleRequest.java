@@ -20,8 +20,8 @@ public interface SampleRequest {
 
   /**
    * Conditions that the reader of the rows has. The agent filters by itself: these are hints. A
-   * table that leaves rows out because of them must not have a cache time, or the rows that are left
-   * would be served to readers without the conditions too.
+   * table that leaves rows out because of them must not have a cache time, or the rows that are
+   * left would be served to readers without the conditions too.
    */
   List<Filter> filters();
 

@@ -16,7 +16,7 @@ public record Subnode(String name, String affinity, String info, String infoSuff
   public Subnode {
     checkName(name);
     if (affinity == null || info == null || infoSuffix == null) {
-      throw new IllegalArgumentException("subnode '" + name + "': null is no text, use \"\"");
+      throw new IllegalArgumentException("subnode '" + name + "': null is not text, use \"\"");
     }
   }
 

@@ -6,9 +6,9 @@ import java.util.List;
  * A request of a browser. Immutable.
  *
  * <p>The method is not known here: a GET brings its query, a POST its content, both as {@link
- * #content()}. So an answer must not change anything that a link on a stranger's page could be meant
- * to change: that is what actions are for. Everything in here comes from outside and is not to be
- * trusted.
+ * #content()}. So an answer must not change anything that a link on a stranger's page could be
+ * meant to change: that is what actions are for. Everything in here comes from outside and is not to
+ * be trusted.
  */
 public final class WebRequest {
   private final String prefix;
@@ -20,7 +20,7 @@ public final class WebRequest {
    * @param prefix the path that the handler is registered for
    * @param path path of the request: the prefix, or one below it
    * @param content query or content
-   * @param languages what the browser says of its languages, as it says it
+   * @param languages the browser's preferred languages, as it sent them
    */
   public WebRequest(String prefix, String path, String content, String languages) {
     this.prefix = prefix;
@@ -50,7 +50,7 @@ public final class WebRequest {
   }
 
   /**
-   * The language that the browser likes best among those that the page has.
+   * The language that the browser prefers among those that the page has.
    *
    * @param offered tags as "en" or "pt-BR"; the first one is taken when none fits
    */

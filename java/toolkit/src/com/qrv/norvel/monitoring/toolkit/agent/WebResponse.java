@@ -28,7 +28,7 @@ public final class WebResponse {
     this.content = content;
   }
 
-  /** A page. Text of others in it goes through {@link Html#escape}. */
+  /** A page. Foreign text in it goes through {@link Html#escape}. */
   public static WebResponse html(String page) {
     return of(OK, MediaType.HTML, page);
   }

@@ -168,7 +168,7 @@ final class ApplicationLife {
       } catch (FatalApplicationException fatal) {
         fatalListener.lateFatal("the application at its start: " + Failures.describe(fatal));
       } catch (Throwable failure) {
-        log.error("the application failed when the agent was up", failure);
+        log.error("the application failed once the agent was up", failure);
       }
     }
   }

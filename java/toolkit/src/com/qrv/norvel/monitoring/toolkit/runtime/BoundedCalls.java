@@ -111,7 +111,8 @@ final class BoundedCalls {
         mayCome = mayCome && waitForChange(call);
       }
     }
-    throw RequestFailedException.ordinary(call.what + ": " + max + " calls of it still run");
+    throw RequestFailedException.ordinary(
+        call.what + ": " + max + " of its calls are still running");
   }
 
   /** Waits until other calls have changed. Under the lock of running. False: no time is left. */
@@ -273,7 +274,7 @@ final class BoundedCalls {
           what
               + ": ended after "
               + ageMs()
-              + " ms, too late; what it made is dropped"
+              + " ms, too late; its result is dropped"
               + (thrown == null ? "" : ": " + Failures.describe(thrown)));
       if (thrown instanceof FatalApplicationException) {
         fatalListener.lateFatal(what + ": " + Failures.describe(thrown));

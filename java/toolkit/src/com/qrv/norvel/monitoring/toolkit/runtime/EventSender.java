@@ -137,7 +137,7 @@ final class EventSender implements EventQueue.Listener, NotificationSender.Liste
         work = nextWork();
         perform(work, all);
       } catch (Throwable failure) {
-        log.error("events could not be sent; they are tried again", failure);
+        log.error("events could not be sent; they will be sent again", failure);
         retryLater();
       }
     }

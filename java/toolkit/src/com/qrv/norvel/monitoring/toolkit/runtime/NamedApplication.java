@@ -43,7 +43,7 @@ final class NamedApplication implements ApplicationSource {
       throw new IllegalStateException(
           "application class "
               + className
-              + " has to be public, with a public constructor without parameters",
+              + " must be public and have a public constructor without parameters",
           unfit);
     } catch (InvocationTargetException failed) {
       Throwable cause = failed.getCause();

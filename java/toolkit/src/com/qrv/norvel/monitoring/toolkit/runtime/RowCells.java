@@ -16,7 +16,7 @@ final class RowCells implements Row {
   }
 
   /**
-   * Goes on to the next row.
+   * Moves on to the next row.
    *
    * @param row null when no more may be written
    */
@@ -29,7 +29,7 @@ final class RowCells implements Row {
     Column column = writable(index);
     ColumnType type = column.type();
     if (type.isText()) {
-      bad(index, Long.toString(value), " is no text");
+      bad(index, Long.toString(value), " is not text");
     } else if (value < type.min() || value > type.max()) {
       bad(index, Long.toString(value), " is not in " + type.min() + " to " + type.max());
     } else {
@@ -44,7 +44,7 @@ final class RowCells implements Row {
     if (value == null) {
       layout.clear(current, index);
     } else if (!column.type().isText()) {
-      bad(index, BadCells.quoted(value), " is no number");
+      bad(index, BadCells.quoted(value), " is not a number");
     } else {
       layout.putText(current, index, value);
     }

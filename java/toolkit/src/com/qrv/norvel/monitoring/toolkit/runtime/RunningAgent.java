@@ -220,7 +220,7 @@ final class RunningAgent implements Agent {
   private void checkNotSealed(String what) {
     if (sealed) {
       throw new IllegalStateException(
-          what + " comes too late: declarations belong into Application.configure");
+          what + ": too late; declarations belong in Application.configure");
     }
   }
 }

@@ -58,7 +58,7 @@ final class Situations {
       throw new IllegalArgumentException("a handler of situations may not be null");
     }
     if (sampledTeller != null) {
-      throw new IllegalStateException("a handler of situations is named already");
+      throw new IllegalStateException("a handler of situations is already set");
     }
     sampledTeller = teller(handler);
   }

@@ -282,7 +282,7 @@ class ActionsTest {
     }
     entered.acquire(Agent.MAX_CALLS);
 
-    assertResult(run(side, "stuck"), 126, "action stuck: 4 calls of it still run");
+    assertResult(run(side, "stuck"), 126, "action stuck: 4 of its calls are still running");
     assertResult(run(side, "restart"), 0, "done");
     assertThat(rows(side.sample("COUNTS"))).hasSize(1);
 

@@ -135,7 +135,7 @@ class DeadlineTest {
 
     blocking = false;
     release.countDown();
-    agent.trace.awaitMessage("too late; what it made is dropped");
+    agent.trace.awaitMessage("too late; its result is dropped");
 
     assertThat(soon(lateRow)).contains("too late");
     assertThat(agent.transport.sent()).isEqualTo(sent);

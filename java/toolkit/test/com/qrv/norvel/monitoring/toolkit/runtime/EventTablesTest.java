@@ -29,7 +29,8 @@ class EventTablesTest {
   private static final TableDefinition LOG =
       TableDefinition.builder("LOG").events().column(Columns.int32("N")).maxQueued(3).build();
   private static final TableDefinition WIDE =
-      TableDefinition.builder("WIDE").events().column(Columns.int32("N")).maxQueued(200_000).build();
+      TableDefinition.builder("WIDE").events().column(Columns.int32("N")).maxQueued(200_000)
+          .build();
   private static final TableDefinition NODES =
       TableDefinition.builder("NODES")
           .perSubnode()
@@ -393,7 +394,7 @@ class EventTablesTest {
     assertThat(side.trace.messages()).hasSize(10);
     assertThat(side.trace.messages().get(0))
         .isEqualTo(
-            "WARN: table WIDE, column N: value 'many' is no number; the cell is not available");
+            "WARN: table WIDE, column N: value 'many' is not a number; the cell is not available");
     assertThat(side.trace.messages().get(9)).endsWith("(bad value 512 of this column)");
   }
 

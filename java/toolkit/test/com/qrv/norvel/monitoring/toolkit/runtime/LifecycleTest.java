@@ -149,7 +149,7 @@ class LifecycleTest {
     ", add -Dzel.application=CLASS to the JVM options file",
     "no.such.Class, application class no.such.Class is not on the class path",
     "$Stranger, does not implement com.qrv.norvel.monitoring.toolkit.agent.Application",
-    "$Hidden, has to be public",
+    "$Hidden, must be public",
     "$Failing, not today"
   })
   void saysWhatIsWrongWithTheApplicationsName(String name, String text) {
@@ -224,7 +224,7 @@ class LifecycleTest {
 
     side.start();
 
-    side.trace.awaitMessage("the application failed when the agent was up");
+    side.trace.awaitMessage("the application failed once the agent was up");
     assertThat(side.transport.ofType(2)).isEmpty();
     assertThat(NativeSide.rows(side.sample("COUNTS"))).hasSize(1);
   }

@@ -257,11 +257,12 @@ class PagesTest {
 
     side.clock.advanceMs(1000); // the time of those that run, not of the one that waits
 
-    assertThat(body(soon(next)).get(1)).isEqualTo("page /deaf: 4 calls of it still run");
+    assertThat(body(soon(next)).get(1)).isEqualTo("page /deaf: 4 of its calls are still running");
     for (CompletableFuture<HashMap<Integer, Object>> answer : answers) {
       assertThat(body(soon(answer)).get(1)).isEqualTo("page /deaf: not done within 2000 ms");
     }
-    assertThat(body(get(side, "/deaf")).get(1)).isEqualTo("page /deaf: 4 calls of it still run");
+    assertThat(body(get(side, "/deaf")).get(1))
+        .isEqualTo("page /deaf: 4 of its calls are still running");
   }
 
   @ParameterizedTest

@@ -116,8 +116,9 @@ class SampleRowsTest {
     assertThat(text(only(rows), 4, 4)).isEqualTo("\0\0\0\0");
     assertThat(trace.messages())
         .containsExactly(
-            "WARN: table T, column NUMBER: value 'seven' is no number; the cell is not available",
-            "WARN: table T, column TEXT: value 7 is no text; the cell is not available");
+            "WARN: table T, column NUMBER: value 'seven' is not a number; the cell is not"
+                + " available",
+            "WARN: table T, column TEXT: value 7 is not text; the cell is not available");
   }
 
   @Test
