@@ -1,14 +1,13 @@
 // Requests that passed the gate: a line with a method and a target, a line with the header
 // Last-Event-ID, and the content.
 
+#include <nlohmann/json.hpp>
+
 #include "fuzz/fuzz_target.h"
 #include "fuzz/inline_agent.h"
 #include "http/api/rest_api.h"
-#include "http/json/json_document.h"
 
 namespace {
-
-using fw::http::Json;
 
 /// Takes the text up to `end` off the front of `rest`.
 std::string take(std::string_view& rest, char end) {
@@ -37,7 +36,7 @@ void checkContent(fw::http::Response& response) {
   }
   if (response.contentType == fw::http::kJsonType ||
       response.contentType == fw::http::kProblemType) {
-    fuzz::check(Json::accept(content), "the content is JSON");
+    fuzz::check(nlohmann::json::accept(content), "the content is JSON");
   }
   for (const fw::http::Header& header : response.headers) {
     fuzz::check(header.value.find_first_of("\r\n") == std::string::npos, "a header is one line");

@@ -60,12 +60,13 @@ Json toJson(const SubnodeInfo& subnode) {
   };
 }
 
-Json toJson(const TableStatus& table) {
-  Json json = {
+/// Its members; there are more where a table is shown alone.
+Json::Object toMembers(const TableStatus& table) {
+  return {
       {"name", table.info->name},
       {"application", table.info->application},
       {"state", toText(table.state)},
-      {"refusal", nullptr},
+      {"refusal", orNull(table.refusal)},
       {"per_subnode", table.info->perSubnode},
       {"columns_count", table.info->columns.size()},
       {"row_size", table.info->rowSize},
@@ -79,17 +80,23 @@ Json toJson(const TableStatus& table) {
            {"stuck", table.stuck},
            {"last_duration_ms", table.lastDuration.count()},
            {"max_duration_ms", table.maxDuration.count()},
-           {"age_ms", nullptr},
+           {"age_ms", table.age ? Json(table.age->count()) : nullptr},
        }},
   };
-  if (!table.refusal.empty()) {
-    json["refusal"] = table.refusal;
-  }
-  if (table.age) {
-    json["sampling"]["age_ms"] = table.age->count();
-  }
-  return json;
 }
+
+Json toJson(const TableStatus& table) { return toMembers(table); }
+
+Json toJson(const Column& column) {
+  return {
+      {"name", column.name},
+      {"type", toString(column.type)},
+      {"size", column.size},
+      {"offset", column.offset},
+  };
+}
+
+constexpr auto kToJson = [](const auto& item) { return toJson(item); };
 
 }  // namespace
 
@@ -108,10 +115,6 @@ const char* toText(AgentStatus::State state) {
 }
 
 std::string agentJson(const AgentStatus& agent, const Counters& server) {
-  Json lanes = Json::array();
-  for (const LaneStatus& lane : agent.lanes) {
-    lanes.push_back(toJson(lane));
-  }
   return toDocument({
       {"name", agent.nodeName},
       {"state", toText(agent.state)},
@@ -134,39 +137,23 @@ std::string agentJson(const AgentStatus& agent, const Counters& server) {
            {"answered", agent.reports},
            {"refused", agent.reportsRefused},
        }},
-      {"lanes", std::move(lanes)},
+      {"lanes", listOf(agent.lanes, kToJson)},
       {"http", toJson(server)},
   });
 }
 
 std::string tablesJson(const std::vector<TableStatus>& tables) {
-  Json list = Json::array();
-  for (const TableStatus& table : tables) {
-    list.push_back(toJson(table));
-  }
-  return toDocument({{"tables", std::move(list)}});
+  return toDocument({{"tables", listOf(tables, kToJson)}});
 }
 
 std::string tableJson(const TableStatus& table) {
-  Json json = toJson(table);
-  Json& columns = json["columns"] = Json::array();
-  for (const Column& column : table.info->columns) {
-    columns.push_back({
-        {"name", column.name},
-        {"type", toString(column.type)},
-        {"size", column.size},
-        {"offset", column.offset},
-    });
-  }
-  return toDocument(json);
+  Json::Object members = toMembers(table);
+  members.push_back({"columns", listOf(table.info->columns, kToJson)});
+  return toDocument(std::move(members));
 }
 
 std::string subnodesJson(const std::vector<SubnodeInfo>& subnodes) {
-  Json list = Json::array();
-  for (const SubnodeInfo& subnode : subnodes) {
-    list.push_back(toJson(subnode));
-  }
-  return toDocument({{"subnodes", std::move(list)}});
+  return toDocument({{"subnodes", listOf(subnodes, kToJson)}});
 }
 
 std::string subnodeLine(const SubnodeInfo& subnode, Clock::WallTime time) {

@@ -39,57 +39,38 @@ const char* toText(ActionStatus::State state) {
 
 Json toJson(const SituationStatus& situation) {
   const SituationRequest& request = situation.request;
-  Json json = {
+  const auto interval = request.interval.count();
+  return {
       {"name", request.name},
       {"table", request.table},
       {"where", request.where},
       {"subnodes", request.subnodes},
-      {"interval", nullptr},
+      {"interval", interval != 0 ? Json(interval) : nullptr},
       {"state", toText(situation.state)},
       {"true", situation.isTrue},
       {"since", toRfc3339(situation.since)},
       {"matches", situation.matches},
       {"true_for", situation.trueFor},
       {"samples_missed", situation.missed},
-      {"problem", nullptr},
+      {"problem", orNull(situation.problem)},
   };
-  if (request.interval.count() != 0) {
-    json["interval"] = request.interval.count();
-  }
-  if (!situation.problem.empty()) {
-    json["problem"] = situation.problem;
-  }
-  return json;
 }
 
 Json toJson(const ActionStatus& action) {
-  Json json = {
+  const bool isComplete = action.state == ActionStatus::State::Completed;
+  return {
       {"id", action.id},
       {"node", action.node},
       {"command", action.command},
       {"state", toText(action.state)},
-      {"return_code", nullptr},
+      {"return_code", isComplete ? Json(action.returnCode) : nullptr},
       {"message", action.message},
       {"asked_at", toRfc3339(action.askedAt)},
-      {"duration_ms", nullptr},
+      {"duration_ms", action.duration ? Json(action.duration->count()) : nullptr},
   };
-  if (action.state == ActionStatus::State::Completed) {
-    json["return_code"] = action.returnCode;
-  }
-  if (action.duration) {
-    json["duration_ms"] = action.duration->count();
-  }
-  return json;
 }
 
-template <typename Item>
-Json toList(const std::vector<Item>& items) {
-  Json list = Json::array();
-  for (const Item& item : items) {
-    list.push_back(toJson(item));
-  }
-  return list;
-}
+constexpr auto kToJson = [](const auto& item) { return toJson(item); };
 
 }  // namespace
 
@@ -98,13 +79,13 @@ std::string situationJson(const SituationStatus& situation) {
 }
 
 std::string situationsJson(const std::vector<SituationStatus>& situations) {
-  return toDocument({{"situations", toList(situations)}});
+  return toDocument({{"situations", listOf(situations, kToJson)}});
 }
 
 std::string actionJson(const ActionStatus& action) { return toDocument(toJson(action)); }
 
 std::string actionsJson(const std::vector<ActionStatus>& actions) {
-  return toDocument({{"actions", toList(actions)}});
+  return toDocument({{"actions", listOf(actions, kToJson)}});
 }
 
 std::string situationLine(const SituationStatus& situation, Clock::WallTime time) {

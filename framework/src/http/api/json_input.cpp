@@ -4,7 +4,8 @@
 #include <variant>
 
 #include "basic/nearest.h"
-#include "http/json/json_parser.h"
+#include "http/json/json_reader.h"
+#include "http/server/gate.h"
 
 namespace fw::http {
 
@@ -50,7 +51,7 @@ class ObjectReader {
       : object_(object), members_(members), path_(std::move(path)) {}
 
   std::optional<Problem> read() const {
-    for (const auto& [name, value] : object_.items()) {
+    for (const auto& [name, value] : *object_.object()) {
       if (std::none_of(members_.begin(), members_.end(),
                        [&key = name](const JsonMember& each) { return each.name == key; })) {
         return unknown(name);
@@ -67,20 +68,16 @@ class ObjectReader {
  private:
   std::optional<Problem> read(const JsonMember& member) const {
     const std::string path = path_ + std::string(member.name);
-    const auto found = object_.find(std::string(member.name));
-    if (found == object_.end() || found->is_null()) {
+    const Json* const found = object_.find(member.name);
+    if (found == nullptr || found->isNull()) {
       return member.required ? std::optional(missing(member, path)) : std::nullopt;
     }
     if (!member.take(*found)) {
-      return Problem{
-          400,
-          "bad-member",
-          "A member of the content can't be used",
-          "Member " + path + " is " + describe(*found) + "; it takes " + member.expected + '.',
-          {{"member", path}}};
+      return badMember(path, "Member " + path + " is " + describe(*found) + "; it takes " +
+                                 member.expected + '.');
     }
-    return found->is_object() ? ObjectReader(*found, member.members, path + '.').read()
-                              : std::nullopt;
+    return found->object() != nullptr ? ObjectReader(*found, member.members, path + '.').read()
+                                      : std::nullopt;
   }
 
   static Problem missing(const JsonMember& member, const std::string& path) {
@@ -111,8 +108,8 @@ class ObjectReader {
 
   static std::string describe(const Json& value) {
     constexpr std::size_t kShown = 60;
-    if (value.is_object() || value.is_array()) {
-      return value.is_object() ? "an object" : "a list";
+    if (value.object() != nullptr || value.list() != nullptr) {
+      return value.object() != nullptr ? "an object" : "a list";
     }
     std::string text = value.dump();
     return text.size() <= kShown ? text : "a text of " + std::to_string(text.size()) + " bytes";
@@ -123,39 +120,53 @@ class ObjectReader {
   const std::string path_;
 };
 
-/// A text that may go on into the agent, where a NUL would end it.
-bool isUsableText(const Json& value) {
-  return value.is_string() && value.get_ref<const std::string&>().find('\0') == std::string::npos;
+/// A text that may go on into the agent, where a NUL would end it; else null.
+const std::string* usableText(const Json& value) {
+  const std::string* const text = value.text();
+  return text != nullptr && text->find('\0') == std::string::npos ? text : nullptr;
+}
+
+template <typename Text>
+JsonMember anyTextMember(std::string_view name, bool required, Text& to) {
+  return {name, required, "a text without U+0000", [&to](const Json& value) {
+            const std::string* const text = usableText(value);
+            if (text != nullptr) {
+              to = *text;
+            }
+            return text != nullptr;
+          }};
 }
 
 }  // namespace
 
+Problem badMember(const std::string& path, std::string detail) {
+  return {400,
+          "bad-member",
+          "A member of the content can't be used",
+          std::move(detail),
+          {{"member", path}}};
+}
+
 JsonMember textMember(std::string_view name, bool required, std::string& to) {
-  return {name, required, "a text without U+0000", [&to](const Json& value) {
-            if (!isUsableText(value)) {
-              return false;
-            }
-            to = value.get<std::string>();
-            return true;
-          }};
+  return anyTextMember(name, required, to);
 }
 
 JsonMember textMember(std::string_view name, bool required, std::optional<std::string>& to) {
-  return {name, required, "a text without U+0000", [&to](const Json& value) {
-            if (!isUsableText(value)) {
-              return false;
-            }
-            to = value.get<std::string>();
-            return true;
-          }};
+  return anyTextMember(name, required, to);
 }
 
 JsonMember textsMember(std::string_view name, bool required, std::vector<std::string>& to) {
   return {name, required, "a list of texts", [&to](const Json& value) {
-            if (!value.is_array() || !std::all_of(value.begin(), value.end(), isUsableText)) {
+            if (value.list() == nullptr) {
               return false;
             }
-            to = value.get<std::vector<std::string>>();
+            for (const Json& item : *value.list()) {
+              const std::string* const text = usableText(item);
+              if (text == nullptr) {
+                return false;
+              }
+              to.push_back(*text);
+            }
             return true;
           }};
 }
@@ -165,11 +176,12 @@ JsonMember numberMember(std::string_view name, bool required, std::int64_t min, 
   return {name, required,
           "a whole number from " + std::to_string(min) + " to " + std::to_string(max),
           [&to, min, max](const Json& value) {
-            if (!value.is_number_integer()) {
+            const std::int64_t* const number = value.whole();
+            if (number == nullptr || *number < min || *number > max) {
               return false;
             }
-            to = value.get<std::int64_t>();
-            return to >= min && to <= max;
+            to = *number;
+            return true;
           }};
 }
 
@@ -181,7 +193,9 @@ JsonMember choiceMember(std::string_view name, bool required, std::vector<std::s
   }
   return {name, required, std::move(expected),
           [&to, choices = std::move(choices)](const Json& value) {
-            const auto found = std::find(choices.begin(), choices.end(), value);
+            const std::string* const text = value.text();
+            const auto found =
+                text == nullptr ? choices.end() : std::find(choices.begin(), choices.end(), *text);
             to = static_cast<std::size_t>(found - choices.begin());
             return found != choices.end();
           }};
@@ -190,7 +204,8 @@ JsonMember choiceMember(std::string_view name, bool required, std::vector<std::s
 JsonMember objectMember(std::string_view name, bool required, bool& given,
                         std::vector<JsonMember> members) {
   return {name, required, "an object",
-          [&given](const Json& value) { return given = value.is_object(); }, std::move(members)};
+          [&given](const Json& value) { return given = value.object() != nullptr; },
+          std::move(members)};
 }
 
 std::optional<Problem> readJson(const Request& request, const std::vector<JsonMember>& members) {
@@ -202,7 +217,7 @@ std::optional<Problem> readJson(const Request& request, const std::vector<JsonMe
     return badJson(*error, request.body);
   }
   const auto& json = std::get<Json>(parsed);
-  if (!json.is_object()) {
+  if (json.object() == nullptr) {
     return badJson({0, "The document is no object; expected \"{\"."}, request.body);
   }
   return ObjectReader(json, members, "").read();

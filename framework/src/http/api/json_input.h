@@ -8,11 +8,12 @@
 #include <utility>
 #include <vector>
 
-#include "http/json/json_document.h"
-#include "http/server/gate.h"
 #include "http/server/problem.h"
 
 namespace fw::http {
+
+class Json;
+struct Request;
 
 /// A member that an object of a request may have, and where its value goes.
 struct JsonMember {
@@ -47,5 +48,8 @@ JsonMember objectMember(std::string_view name, bool required, bool& given,
 /// is no JSON, a member is missing, not known or of the wrong kind. A member whose value is null
 /// counts as not given.
 std::optional<Problem> readJson(const Request& request, const std::vector<JsonMember>& members);
+
+/// The problem with a member, named as in "row.where".
+Problem badMember(const std::string& path, std::string detail);
 
 }  // namespace fw::http

@@ -1,6 +1,6 @@
 #include "http/api/rows_body.h"
 
-#include <nlohmann/json.hpp>
+#include <optional>
 #include <utility>
 
 #include "http/json/json_text.h"
@@ -21,83 +21,53 @@ const char* toText(ReportSample::State state) {
   return "failed";
 }
 
-nlohmann::ordered_json toJson(const ReportSample& sample) {
+void appendSample(std::string& out, const ReportSample& sample) {
+  const auto orNull = [](const std::string& text) {
+    return text.empty() ? std::nullopt : std::optional(text);
+  };
   const bool sampled = sample.state != ReportSample::State::Failed;
-  nlohmann::ordered_json json = {{"subnode", nullptr}, {"state", toText(sample.state)}};
-  if (!sample.subnode.empty()) {
-    json["subnode"] = sample.subnode;
-  }
-  json["stale"] = sample.state == ReportSample::State::Stale;
-  json["age_ms"] = nullptr;
-  json["taken_at"] = nullptr;
-  if (sampled) {
-    json["age_ms"] = sample.age.count();
-    json["taken_at"] = toRfc3339(sample.takenAt);
-  }
-  json["duration_ms"] = sample.duration.count();
-  json["rows_lost"] = sample.rowsLost;
-  json["error"] = nullptr;
-  if (!sample.error.empty()) {
-    json["error"] = sample.error;
-  }
-  return json;
+  out += '{';
+  appendJsonMember(out, "subnode", orNull(sample.subnode));
+  appendJsonMember(out, "state", toText(sample.state));
+  appendJsonMember(out, "stale", sample.state == ReportSample::State::Stale);
+  appendJsonMember(out, "age_ms", sampled ? std::optional(sample.age.count()) : std::nullopt);
+  appendJsonMember(out, "taken_at",
+                   sampled ? std::optional(toRfc3339(sample.takenAt)) : std::nullopt);
+  appendJsonMember(out, "duration_ms", sample.duration.count());
+  appendJsonMember(out, "rows_lost", sample.rowsLost);
+  appendJsonMember(out, "error", orNull(sample.error));
+  out += '}';
 }
 
 }  // namespace
 
 RowsBody::RowsBody(ReportResult result, std::uint32_t limit)
-    : result_(std::move(result)), limit_(limit), rowJson_(*result_.table) {}
-
-bool RowsBody::next(std::string& out) {
-  if (ended_) {
-    return false;
-  }
-  if (!std::exchange(begun_, true)) {
-    appendHead(out);
-  }
-  const std::size_t before = out.size();
-  while (nextRow_ < result_.rows.size()) {
-    if (out.size() - before > kPieceSize) {
-      return true;
-    }
-    out += nextRow_ == 0 ? "\n" : ",\n";
-    appendRow(out, result_.rows[nextRow_++]);
-  }
-  out += "\n]}\n";
-  ended_ = true;
-  return true;
-}
-
-bool RowsBody::isSmall() const {
-  return result_.rows.size() * result_.table->rowSize <= kSmallContent;
-}
+    : TableBody(result.table, "rows", result.rows.size()),
+      result_(std::move(result)),
+      limit_(limit) {}
 
 void RowsBody::appendHead(std::string& out) const {
-  out += "{\"table\":";
-  appendJsonString(out, result_.table->name);
-  out += ",\"columns\":";
-  appendColumns(out, *result_.table);
-  nlohmann::ordered_json json;
-  nlohmann::ordered_json& samples = json["samples"] = nlohmann::ordered_json::array();
+  beginJsonMember(out, "columns");
+  appendColumns(out, table());
+  beginJsonMember(out, "samples");
+  out += '[';
   for (const ReportSample& sample : result_.samples) {
-    samples.push_back(toJson(sample));
+    out += &sample == &result_.samples.front() ? "" : ",";
+    appendSample(out, sample);
   }
-  json["matched"] = result_.matched;
-  json["returned"] = result_.rows.size();
-  json["limit"] = limit_;
-  json["truncated"] = result_.matched > result_.rows.size();
-  const std::size_t begin = out.size();
-  out += json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
-  out[begin] = ',';  // was the object's begin
-  out.back() = ',';  // was its end
-  out += "\"rows\":[";
+  out += ']';
+  appendJsonMember(out, "matched", result_.matched);
+  appendJsonMember(out, "returned", result_.rows.size());
+  appendJsonMember(out, "limit", limit_);
+  appendJsonMember(out, "truncated", result_.matched > result_.rows.size());
 }
 
-void RowsBody::appendRow(std::string& out, const ReportRow& row) const {
+void RowsBody::appendItem(std::string& out, std::size_t index) const {
+  const ReportRow& row = result_.rows[index];
   out += "{\"sample\":";
   appendJsonNumber(out, row.sample);
   out += ",\"values\":";
-  rowJson_.append(out, *result_.table, row.bytes);
+  rowJson().append(out, table(), row.bytes);
   out += '}';
 }
 

@@ -2,8 +2,9 @@
 
 #include <fmt/chrono.h>
 
-#include <charconv>
 #include <ctime>
+
+#include "basic/utf8.h"
 
 namespace fw::http {
 
@@ -56,10 +57,18 @@ void appendJsonString(std::string& out, std::string_view text) {
   out += '"';
 }
 
-void appendJsonNumber(std::string& out, std::int64_t number) {
-  char digits[24];
-  const auto end = std::to_chars(digits, digits + sizeof(digits), number).ptr;
-  out.append(digits, end);
+void appendJsonText(std::string& out, std::string_view text) {
+  if (isValidUtf8(text)) {
+    appendJsonString(out, text);
+  } else {
+    appendJsonString(out, fromModifiedUtf8(text));
+  }
+}
+
+void beginJsonMember(std::string& out, std::string_view name) {
+  out += out.back() == '{' ? "\"" : ",\"";
+  out += name;
+  out += "\":";
 }
 
 std::string toRfc3339(std::chrono::system_clock::time_point moment) {

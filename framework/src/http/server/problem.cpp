@@ -1,13 +1,12 @@
 #include "http/server/problem.h"
 
-#include <nlohmann/json.hpp>
-
 #include "basic/nearest.h"
+#include "http/json/json_document.h"
 
 namespace fw::http {
 
 Response problemResponse(const Problem& problem, std::string_view path) {
-  nlohmann::ordered_json json = {
+  Json::Object members = {
       {"type", "urn:zel:problem:" + std::string(problem.kind)},
       {"title", problem.title},
       {"status", problem.status},
@@ -15,13 +14,14 @@ Response problemResponse(const Problem& problem, std::string_view path) {
       {"instance", path},
   };
   for (const auto& [name, extra] : problem.extras) {
-    std::visit([&json, &key = name](const auto& value) { json[key] = value; }, extra);
+    std::visit([&members, &key = name](const auto& value) { members.push_back({key, value}); },
+               extra);
   }
   Response response;
   response.status = problem.status;
   response.contentType = kProblemType;
   // A path or a host that is not UTF-8 is shown with replacement characters.
-  response.body = json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+  response.body = toDocument(std::move(members));
   if (problem.status == 401) {
     response.headers.push_back({"WWW-Authenticate", "Bearer"});
   }

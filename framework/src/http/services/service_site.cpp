@@ -1,12 +1,12 @@
 #include "http/services/service_site.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
 
 #include "basic/nearest.h"
 #include "http/api/api_parameters.h"
+#include "http/json/json_document.h"
 #include "http/server/problem.h"
 #include "http/services/service_job.h"
 
@@ -66,10 +66,9 @@ Response ServiceSite::list(const Request& request) const {
   if (auto problem = checkParameters(request.target.parameters, {})) {
     return problemResponse(*problem, path);
   }
-  nlohmann::ordered_json services = nlohmann::ordered_json::array();
-  for (const ServiceRegistry::Info& info : registry_.served()) {
+  const auto toJson = [](const ServiceRegistry::Info& info) -> Json {
     const AgentService& service = *info.service;
-    services.push_back({
+    return {
         {"name", service.name},
         {"title", info.title},
         {"node", info.node},
@@ -78,12 +77,10 @@ Response ServiceSite::list(const Request& request) const {
         {"requests_failed", service.failed.load()},
         {"requests_late", service.late.load()},
         {"requests_refused", service.refused.load()},
-    });
-  }
+    };
+  };
   Response response;
-  response.body = nlohmann::ordered_json{{"services", std::move(services)}}.dump(
-                      2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) +
-                  '\n';
+  response.body = toDocument({{"services", listOf(registry_.served(), toJson)}});
   return response;
 }
 

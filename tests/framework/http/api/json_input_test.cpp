@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "http/server/gate.h"
+
 namespace fw::http {
 namespace {
 

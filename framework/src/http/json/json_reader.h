@@ -16,10 +16,13 @@ struct JsonError {
 };
 
 /// Objects and arrays within each other at most.
-inline constexpr int kMaxJsonDepth = 16;
+inline constexpr std::size_t kMaxJsonDepth = 16;
 
 /// Members of one object at most: looking for a name takes longer the more there are.
 inline constexpr std::size_t kMaxJsonMembers = 256;
+
+/// Values of one document at most: a value of two bytes takes about a hundred when it is held.
+inline constexpr std::size_t kMaxJsonValues = 65'536;
 
 /// Parses one JSON document (RFC 8259) strictly: valid UTF-8, no name twice in an object, whole
 /// numbers that fit into 64 bits with a sign, others as a double holds them.
