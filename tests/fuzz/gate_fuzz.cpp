@@ -79,8 +79,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (const auto* problem = std::get_if<fw::http::Problem>(&result)) {
     fuzz::check(problem->status >= 400 && problem->status < 500, "the client is told of a mistake");
     const fw::http::Response response = fw::http::problemResponse(*problem, raw.target);
-    fuzz::check(fw::isValidUtf8(response.body), "a problem is text");
-    fuzz::check(response.body.find(kToken) == std::string::npos ||
+    const auto& content = std::get<std::string>(response.content);
+    fuzz::check(fw::isValidUtf8(content), "a problem is text");
+    fuzz::check(content.find(kToken) == std::string::npos ||
                     fuzz::textOf(data, size).find(kToken) != std::string_view::npos,
                 "a problem does not tell the token");
     return 0;

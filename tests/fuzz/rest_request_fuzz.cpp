@@ -30,10 +30,22 @@ std::optional<fw::http::Response> answer(const fw::http::Request& request) {
   return exchange->takeOrSuspend();
 }
 
-void checkContent(fw::http::Response& response) {
-  std::string content = response.body;
-  while (response.source != nullptr && response.source->next(content)) {
+std::string contentOf(fw::http::Response& response) {
+  if (const auto* fixed = std::get_if<fw::http::StaticText>(&response.content)) {
+    return std::string(fixed->text);
   }
+  std::string content;
+  if (const auto* text = std::get_if<std::string>(&response.content)) {
+    content = *text;
+  } else if (auto* source = std::get_if<std::unique_ptr<fw::http::BodySource>>(&response.content)) {
+    while ((*source)->next(content)) {
+    }
+  }
+  return content;
+}
+
+void checkContent(fw::http::Response& response) {
+  const std::string content = contentOf(response);
   if (response.contentType == fw::http::kJsonType ||
       response.contentType == fw::http::kProblemType) {
     fuzz::check(nlohmann::json::accept(content), "the content is JSON");

@@ -88,8 +88,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   }
   fw::http::Target target;
   if (fw::http::parseTarget("/api/v1/stream?" + std::string(input.substr(0, end)), target) ||
-      fw::http::checkParameters(target.parameters, fw::http::kStreamParameters,
-                                fw::http::kRepeatedStreamParameters)) {
+      fw::http::checkParameters(target.parameters, fw::http::streamParameters())) {
     return 0;
   }
   const auto parsed = fw::http::parseStreamRequest(target.parameters, header);

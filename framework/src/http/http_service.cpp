@@ -22,8 +22,8 @@ class HttpService final : public Service {
  public:
   explicit HttpService(const ServiceContext& context)
       : config_(context.config),
-        api_(
-            context.agent, [this] { return server_->counters(); }, config_.http.streamLimit),
+        api_(context.agent, [this] { return server_->counters(); }, config_.http.streamLimit,
+             {http::servicesRoute(services_)}),
         site_(services_,
               {context.gate, context.lane, context.timers, config_.services.deadline,
                config_.services.responseLimit},

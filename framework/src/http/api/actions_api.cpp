@@ -7,10 +7,12 @@
 #include <variant>
 
 #include "actions/actions.h"
+#include "agent/agent.h"
 #include "http/api/desk_json.h"
 #include "http/api/json_input.h"
 #include "http/api/request_problem.h"
-#include "http/server/problem.h"
+#include "http/server/exchange.h"
+#include "http/server/gate.h"
 
 namespace fw::http {
 
@@ -32,11 +34,8 @@ ActionRequest readAction(const Request& request, std::optional<Problem>& problem
                                        textMember("where", kOptional, row.where)}),
                          choiceMember("code_page", kOptional, {"native", "utf-8"}, codePage)});
   if (!problem && node && hasRow) {
-    problem = Problem{400,
-                      "bad-member",
-                      "A member of the content can't be used",
-                      "Members node and row both say where the command is to run; give one.",
-                      {{"member", "node"}}};
+    problem =
+        badMember("node", "Members node and row both say where the command is to run; give one.");
   }
   action.node = node.value_or("");
   action.codePage = static_cast<std::int32_t>(codePage);
@@ -54,29 +53,26 @@ Response toResponse(const std::variant<ActionStatus, RequestError>& outcome,
   const auto& status = std::get<ActionStatus>(outcome);
   const bool hasEnded =
       status.state == ActionStatus::State::Completed || status.state == ActionStatus::State::Failed;
-  Response response;
-  response.status = hasEnded ? 200 : 202;
-  response.body = actionJson(status);
-  return response;
+  return jsonResponse(actionJson(status), hasEnded ? 200 : 202);
 }
 
 }  // namespace
 
-Response listActions(Agent& agent) {
-  Response response;
-  response.body = actionsJson(agent.actionDesk().recent());
-  return response;
+Response listActions(const Call& call) {
+  return jsonResponse(actionsJson(call.agent.actionDesk().recent()));
 }
 
-void runAction(Agent& agent, const Request& request, std::shared_ptr<Responder> responder) {
+void runAction(const Call& call, std::shared_ptr<Responder> responder) {
+  const std::string& path = call.request.target.path;
   std::optional<Problem> problem;
-  ActionRequest action = readAction(request, problem);
+  ActionRequest action = readAction(call.request, problem);
   if (problem) {
-    return responder->send(problemResponse(*problem, request.target.path));
+    return responder->send(problemResponse(*problem, path));
   }
-  agent.actionDesk().run(std::move(action),
-                         [responder = std::move(responder), path = request.target.path](
-                             auto outcome) { responder->send(toResponse(outcome, path)); });
+  call.agent.actionDesk().run(std::move(action),
+                              [responder = std::move(responder), path](auto outcome) {
+                                responder->send(toResponse(outcome, path));
+                              });
 }
 
 }  // namespace fw::http

@@ -2,15 +2,12 @@
 
 #include <memory>
 
-#include "agent/agent.h"
-#include "http/server/exchange.h"
-#include "http/server/gate.h"
-#include "http/server/response.h"
+#include "http/api/route.h"
 
 namespace fw::http {
 
 // Requests about the actions of an agent.
-Response listActions(Agent& agent);
-void runAction(Agent& agent, const Request& request, std::shared_ptr<Responder> responder);
+Response listActions(const Call& call);
+void runAction(const Call& call, std::shared_ptr<Responder> responder);
 
 }  // namespace fw::http

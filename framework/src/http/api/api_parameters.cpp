@@ -2,54 +2,102 @@
 
 #include <algorithm>
 #include <charconv>
-
-#include "basic/nearest.h"
+#include <utility>
 
 namespace fw::http {
 
 namespace {
 
-Problem unknownParameter(const std::string& name, const std::vector<std::string>& known) {
-  std::string detail = "There is no parameter \"" + name + "\" here";
-  if (known.empty()) {
-    detail += "; this address takes none.";
-  } else {
-    detail += "; this address takes";
-    for (const std::string& each : known) {
-      detail += (&each == &known.front() ? " " : &each == &known.back() ? " and " : ", ") + each;
-    }
-    detail += '.';
+Problem unknownParameter(const std::string& name, const std::vector<ParameterRule>& rules) {
+  std::string detail = "There is no parameter \"" + name + "\" here; this address takes";
+  std::vector<std::string> known;
+  for (const ParameterRule& rule : rules) {
+    detail += (known.empty() ? " " : &rule == &rules.back() ? " and " : ", ") + rule.name;
+    known.push_back(rule.name);
   }
-  Problem problem{400, "unknown-parameter", "A parameter is not known", std::move(detail), {}};
-  problem.extras.emplace_back("parameter", name);
-  if (std::string nearest = nearestOf(name, known); !nearest.empty()) {
-    problem.extras.emplace_back("nearest", std::move(nearest));
+  detail += known.empty() ? " none." : ".";
+  return withNearest({400,
+                      "unknown-parameter",
+                      "A parameter is not known",
+                      std::move(detail),
+                      {{"parameter", name}}},
+                     name, known);
+}
+
+Problem outOfRange(std::string_view parameter, std::string detail, NumberRange range) {
+  return {400,
+          "out-of-range",
+          "A parameter is out of range",
+          std::move(detail),
+          {{"parameter", std::string(parameter)},
+           {"minimum", static_cast<std::int64_t>(range.min)},
+           {"maximum", static_cast<std::int64_t>(range.max)}}};
+}
+
+Problem givenTooOften(const ParameterRule& rule) {
+  if (rule.times > 1) {
+    return outOfRange(rule.name,
+                      "Parameter " + rule.name + " is given more than " +
+                          std::to_string(rule.times) + " times; without it nothing is left out.",
+                      {0, rule.times});
   }
-  return problem;
+  return {400,
+          "repeated-parameter",
+          "A parameter is given more than once",
+          "Parameter " + rule.name + " is given more than once; give it once.",
+          {{"parameter", rule.name}}};
+}
+
+std::optional<std::uint64_t> parseNumber(std::string_view text) {
+  std::uint64_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
 }
 
 }  // namespace
 
+ParameterRule limitParameter() { return {.name = "limit", .range = NumberRange{1, kMaxLimit}}; }
+
 std::optional<Problem> checkParameters(const std::vector<Parameter>& parameters,
-                                       const std::vector<std::string>& known,
-                                       const std::vector<std::string>& repeatable) {
+                                       const std::vector<ParameterRule>& rules) {
   for (auto each = parameters.begin(); each != parameters.end(); ++each) {
-    if (std::find(known.begin(), known.end(), each->name) == known.end()) {
-      return unknownParameter(each->name, known);
+    const auto isNamed = [name = each->name](const auto& other) { return other.name == name; };
+    const auto rule = std::find_if(rules.begin(), rules.end(), isNamed);
+    if (rule == rules.end()) {
+      return unknownParameter(each->name, rules);
     }
-    const bool repeated = std::any_of(parameters.begin(), each, [&](const Parameter& before) {
-      return before.name == each->name;
-    });
-    if (repeated &&
-        std::find(repeatable.begin(), repeatable.end(), each->name) == repeatable.end()) {
-      return Problem{400,
-                     "repeated-parameter",
-                     "A parameter is given more than once",
-                     "Parameter " + each->name + " is given more than once; give it once.",
-                     {{"parameter", each->name}}};
+    const auto before = std::count_if(parameters.begin(), each, isNamed);
+    if (static_cast<std::size_t>(before) >= rule->times) {
+      return givenTooOften(*rule);
+    }
+    if (each->value.empty()) {
+      continue;
+    }
+    std::optional<Problem> problem;
+    if (rule->range) {
+      problem = checkNumber(rule->name, each->value, *rule->range);
+    } else if (rule->check) {
+      problem = rule->check(each->value);
+    }
+    if (problem) {
+      return problem;
     }
   }
   return std::nullopt;
+}
+
+std::optional<Problem> checkNumber(std::string_view name, std::string_view value,
+                                   NumberRange range) {
+  const auto number = parseNumber(value);
+  if (number && *number >= range.min && *number <= range.max) {
+    return std::nullopt;
+  }
+  return outOfRange(name,
+                    "Parameter " + std::string(name) + " is \"" + std::string(value) +
+                        "\"; it takes a whole number from " + std::to_string(range.min) + " to " +
+                        std::to_string(range.max) + ".",
+                    range);
 }
 
 std::optional<std::string> findParameter(const std::vector<Parameter>& parameters,
@@ -73,23 +121,15 @@ std::vector<std::string> findParameters(const std::vector<Parameter>& parameters
   return values;
 }
 
-std::uint64_t parseNumber(std::string_view name, std::string_view text, std::uint64_t min,
-                          std::uint64_t max, std::optional<Problem>& problem) {
-  std::uint64_t number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error == std::errc() && end == text.data() + text.size() && number >= min && number <= max) {
-    return number;
-  }
-  problem = Problem{400,
-                    "out-of-range",
-                    "A parameter is out of range",
-                    "Parameter " + std::string(name) + " is \"" + std::string(text) +
-                        "\"; it takes a whole number from " + std::to_string(min) + " to " +
-                        std::to_string(max) + ".",
-                    {{"parameter", std::string(name)},
-                     {"minimum", static_cast<std::int64_t>(min)},
-                     {"maximum", static_cast<std::int64_t>(max)}}};
-  return min;
+std::optional<std::uint64_t> findNumber(const std::vector<Parameter>& parameters,
+                                        std::string_view name) {
+  const auto text = findParameter(parameters, name);
+  return text ? parseNumber(*text) : std::nullopt;
+}
+
+std::uint32_t findLimit(const std::vector<Parameter>& parameters) {
+  return static_cast<std::uint32_t>(
+      findNumber(parameters, limitParameter().name).value_or(kDefaultLimit));
 }
 
 }  // namespace fw::http

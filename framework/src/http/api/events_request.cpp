@@ -3,43 +3,42 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
-#include <variant>
 
+#include "agent/agent.h"
 #include "events/event_query.h"
-#include "http/api/api_parameters.h"
 #include "http/api/events_body.h"
 #include "http/api/request_problem.h"
-#include "http/api/rest_api.h"
-#include "http/server/problem.h"
+#include "http/server/gate.h"
 #include "journal/journal.h"
 
 namespace fw::http {
 
 namespace {
 
-constexpr std::uint64_t kMaxSeq = std::numeric_limits<std::int64_t>::max();
+static_assert(kMaxLimit <= EventQuery::kMaxLimit);
 
-/// Sets `problem` if a parameter can't be used. `epoch` is that of this run of the agent.
-EventQuery parse(const Request& request, std::uint64_t epoch, std::optional<Problem>& problem) {
-  const std::vector<Parameter>& parameters = request.target.parameters;
+std::optional<Problem> checkSince(const std::string& value) {
+  if (JournalPosition::parse(value)) {
+    return std::nullopt;
+  }
+  return checkNumber("since", value, {0, std::numeric_limits<std::int64_t>::max()});
+}
+
+/// `epoch` is that of this run of the agent.
+EventQuery parse(const Call& call, std::uint64_t epoch) {
+  const std::vector<Parameter>& parameters = call.request.target.parameters;
   EventQuery query;
-  query.table = request.target.segments[3];
-  if (const auto since = findParameter(parameters, "since")) {
-    if (const auto position = JournalPosition::parse(*since)) {
-      query.since = position->number;
-      query.otherRun = position->epoch != epoch;
-    } else {
-      query.since = parseNumber("since", *since, 0, kMaxSeq, problem);
-    }
+  query.table = call.name;
+  if (const auto position =
+          JournalPosition::parse(findParameter(parameters, "since").value_or(""))) {
+    query.since = position->number;
+    query.otherRun = position->epoch != epoch;
+  } else {
+    query.since = findNumber(parameters, "since").value_or(0);
   }
-  query.limit = RestApi::kDefaultLimit;
-  if (const auto limit = findParameter(parameters, "limit"); limit && !problem) {
-    query.limit =
-        static_cast<std::uint32_t>(parseNumber("limit", *limit, 1, RestApi::kMaxLimit, problem));
-  }
+  query.limit = findLimit(parameters);
   query.where = findParameter(parameters, "where").value_or("");
   query.subnode = findParameter(parameters, "subnode");
   return query;
@@ -47,19 +46,22 @@ EventQuery parse(const Request& request, std::uint64_t epoch, std::optional<Prob
 
 }  // namespace
 
-Response answerEvents(Agent& agent, const Request& request) {
-  const std::uint64_t epoch = agent.journal().last().epoch;
-  std::optional<Problem> problem;
-  const EventQuery query = parse(request, epoch, problem);
-  if (problem) {
-    return problemResponse(*problem, request.target.path);
-  }
-  auto answer = queryEvents(agent.eventFeed(), query);
+std::vector<ParameterRule> eventsParameters() {
+  return {{.name = "since", .check = checkSince},
+          limitParameter(),
+          {.name = "where"},
+          {.name = "subnode"}};
+}
+
+Response readEvents(const Call& call) {
+  const std::uint64_t epoch = call.agent.journal().last().epoch;
+  const EventQuery query = parse(call, epoch);
+  auto answer = queryEvents(call.agent.eventFeed(), query);
   if (const auto* error = std::get_if<RequestError>(&answer)) {
-    return problemResponse(toProblem(*error), request.target.path);
+    return problemResponse(toProblem(*error), call.request.target.path);
   }
   Response response;
-  response.source =
+  response.content =
       std::make_unique<EventsBody>(std::get<EventAnswer>(std::move(answer)), query.limit, epoch);
   return response;
 }

@@ -1,12 +1,14 @@
 #pragma once
 
-#include "agent/agent.h"
-#include "http/server/gate.h"
-#include "http/server/response.h"
+#include <vector>
+
+#include "http/api/route.h"
 
 namespace fw::http {
 
-/// Answers a request for the recent events of a table.
-Response answerEvents(Agent& agent, const Request& request);
+std::vector<ParameterRule> eventsParameters();
+
+/// Answers with the recent events of a table.
+Response readEvents(const Call& call);
 
 }  // namespace fw::http

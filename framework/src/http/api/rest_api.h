@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
-#include "agent/agent.h"
+#include "http/api/route.h"
 #include "http/api/stream_hub.h"
+#include "http/server/connection_table.h"
 #include "http/server/http_server.h"
 
 namespace fw::http {
@@ -16,36 +16,25 @@ namespace fw::http {
 /// Describes in code what docs/formats/rest-api.md describes in words.
 class RestApi final : public Handler {
  public:
-  static constexpr std::uint32_t kDefaultLimit = 1'000;
-  static constexpr std::uint32_t kMaxLimit = 100'000;
-
   static constexpr std::uint32_t kDefaultStreamLimit = 16;
 
   /// `counters` tells what the server has done; called on HTTP threads. At most `streamLimit` live
-  /// streams are open at a time.
+  /// streams are open at a time. `more` are routes beside its own.
   RestApi(Agent& agent, std::function<Counters()> counters,
-          std::uint32_t streamLimit = kDefaultStreamLimit);
+          std::uint32_t streamLimit = kDefaultStreamLimit, std::vector<Route> more = {});
 
   void handle(const Request& request, std::shared_ptr<Responder> responder) override;
 
+  const std::vector<Route>& routes() const { return table_.routes(); }
+
  private:
-  struct Route;
-  Route route(const Target& target) const;
-
-  static Route routeTop(const std::string& name);
-
-  Response answer(const Route& found, const Request& request);
-  Response describeAgent() const;
-  Response readiness(const std::string& path) const;
-  Response table(const Request& request) const;
-  void rows(const Request& request, std::shared_ptr<Responder> responder) const;
-
-  Response stream(const Request& request);
-  std::vector<std::string> tableNames() const;
+  std::vector<Route> ownRoutes();
+  Counters counters() const;
 
   Agent& agent_;
-  const std::function<Counters()> counters_;
+  const std::function<Counters()> serverCounters_;
   StreamHub streams_;
+  const RouteTable table_;
 };
 
 }  // namespace fw::http

@@ -1,15 +1,13 @@
 #pragma once
 
-#include "agent/agent.h"
-#include "http/server/gate.h"
-#include "http/server/response.h"
+#include "http/api/route.h"
 
 namespace fw::http {
 
 // Requests about the situations of an agent.
-Response listSituations(Agent& agent);
-Response showSituation(Agent& agent, const Request& request);
-Response addSituation(Agent& agent, const Request& request);
-Response removeSituation(Agent& agent, const Request& request);
+Response listSituations(const Call& call);
+Response showSituation(const Call& call);
+Response addSituation(const Call& call);
+Response removeSituation(const Call& call);
 
 }  // namespace fw::http

@@ -4,28 +4,27 @@
 #include <iterator>
 #include <utility>
 
-#include "basic/nearest.h"
-#include "http/api/api_parameters.h"
+#include "agent/agent.h"
+#include "http/api/request_problem.h"
+#include "http/api/stream_hub.h"
+#include "http/server/gate.h"
 
 namespace fw::http {
 
 namespace {
 
-/// Filters that one request may have of each sort.
-constexpr std::size_t kMaxFilters = 64;
-
-Problem unknownKind(const std::string& kind) {
+std::optional<Problem> checkKind(const std::string& kind) {
   const std::vector<std::string> known(std::begin(kStreamKinds), std::end(kStreamKinds));
-  Problem problem{400,
-                  "unknown-kind",
-                  "There is no such kind of entries",
-                  "There is no kind \"" + kind +
-                      "\"; parameter kind takes event, subnode, situation and action.",
-                  {{"parameter", "kind"}}};
-  if (std::string nearest = nearestOf(kind, known); !nearest.empty()) {
-    problem.extras.emplace_back("nearest", std::move(nearest));
+  if (std::find(known.begin(), known.end(), kind) != known.end()) {
+    return std::nullopt;
   }
-  return problem;
+  return withNearest({400,
+                      "unknown-kind",
+                      "There is no such kind of entries",
+                      "There is no kind \"" + kind +
+                          "\"; parameter kind takes event, subnode, situation and action.",
+                      {{"parameter", "kind"}}},
+                     kind, known);
 }
 
 Problem badPosition(const std::string& text, const char* where) {
@@ -38,36 +37,19 @@ Problem badPosition(const std::string& text, const char* where) {
           {{"parameter", where}}};
 }
 
-Problem tooManyFilters(const char* parameter) {
-  return {400,
-          "out-of-range",
-          "A parameter is out of range",
-          "Parameter " + std::string(parameter) + " is given more than " +
-              std::to_string(kMaxFilters) + " times; without it nothing is left out.",
-          {{"parameter", parameter},
-           {"minimum", std::int64_t{0}},
-           {"maximum", std::int64_t{kMaxFilters}}}};
-}
-
 }  // namespace
+
+std::vector<ParameterRule> streamParameters() {
+  return {{.name = "after"},
+          {.name = "kind", .check = checkKind, .times = kMaxFilters},
+          {.name = "table", .times = kMaxFilters}};
+}
 
 std::variant<StreamRequest, Problem> parseStreamRequest(const std::vector<Parameter>& parameters,
                                                         const std::string& lastEventId) {
   StreamRequest request;
   request.filter.kinds = findParameters(parameters, "kind");
   request.filter.tables = findParameters(parameters, "table");
-  if (request.filter.kinds.size() > kMaxFilters) {
-    return tooManyFilters("kind");
-  }
-  if (request.filter.tables.size() > kMaxFilters) {
-    return tooManyFilters("table");
-  }
-  for (const std::string& kind : request.filter.kinds) {
-    if (std::find(std::begin(kStreamKinds), std::end(kStreamKinds), kind) ==
-        std::end(kStreamKinds)) {
-      return unknownKind(kind);
-    }
-  }
   const bool inHeader = !lastEventId.empty();
   const std::string text = inHeader ? lastEventId : findParameter(parameters, "after").value_or("");
   if (!text.empty()) {
@@ -77,6 +59,36 @@ std::variant<StreamRequest, Problem> parseStreamRequest(const std::vector<Parame
     }
   }
   return request;
+}
+
+Response openStream(const Call& call, StreamHub& streams) {
+  const std::string& path = call.request.target.path;
+  auto parsed = parseStreamRequest(call.request.target.parameters, call.request.lastEventId);
+  if (const auto* problem = std::get_if<Problem>(&parsed)) {
+    return problemResponse(*problem, path);
+  }
+  auto& asked = std::get<StreamRequest>(parsed);
+  for (const std::string& name : asked.filter.tables) {
+    if (!call.agent.table(name)) {
+      return problemResponse(unknownTable(call.agent, name), path);
+    }
+  }
+  Response response;
+  response.contentType = "text/event-stream";
+  if (call.request.method == "HEAD") {
+    return response;
+  }
+  Journal& journal = call.agent.journal();
+  const JournalPosition after = asked.after.value_or(journal.last());
+  auto body = streams.open(std::make_unique<EventStream>(journal, std::move(asked.filter), after));
+  if (body == nullptr) {
+    return problemResponse(busy("All " + std::to_string(streams.limit()) +
+                                " live streams are taken; close one, or raise http.stream_limit."),
+                           path);
+  }
+  response.content = std::move(body);
+  response.close = true;
+  return response;
 }
 
 }  // namespace fw::http

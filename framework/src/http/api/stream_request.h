@@ -6,11 +6,13 @@
 #include <vector>
 
 #include "http/api/event_stream.h"
+#include "http/api/route.h"
 #include "http/server/problem.h"
-#include "http/server/target.h"
 #include "journal/journal.h"
 
 namespace fw::http {
+
+class StreamHub;
 
 /// What a client asks for that wants to listen.
 struct StreamRequest {
@@ -18,13 +20,14 @@ struct StreamRequest {
   std::optional<JournalPosition> after;  ///< without: from now on
 };
 
-/// The parameters of the stream's address.
-inline const std::vector<std::string> kStreamParameters = {"after", "kind", "table"};
-inline const std::vector<std::string> kRepeatedStreamParameters = {"kind", "table"};
+std::vector<ParameterRule> streamParameters();
 
-/// Reads them, and the header Last-Event-ID (empty: not given), which goes before `after`: a
-/// browser that comes back asks with the address of its first request.
+/// Reads checked parameters, and the header Last-Event-ID (empty: not given), which goes before
+/// `after`: a browser that comes back asks with the address of its first request.
 std::variant<StreamRequest, Problem> parseStreamRequest(const std::vector<Parameter>& parameters,
                                                         const std::string& lastEventId);
+
+/// Answers with a live stream.
+Response openStream(const Call& call, StreamHub& streams);
 
 }  // namespace fw::http

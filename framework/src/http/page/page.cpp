@@ -21,6 +21,8 @@ constexpr PageFile kFiles[] = {
 
 }  // namespace
 
+std::span<const PageFile> pageFiles() { return kFiles; }
+
 const PageFile* findPageFile(std::string_view path) {
   for (const PageFile& file : kFiles) {
     if (file.path == path) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string_view>
 
 namespace fw::http {
@@ -10,6 +11,8 @@ struct PageFile {
   std::string_view contentType;  ///< static storage
   std::string_view content;      ///< static storage
 };
+
+std::span<const PageFile> pageFiles();
 
 /// The file at an address, or null.
 const PageFile* findPageFile(std::string_view path);

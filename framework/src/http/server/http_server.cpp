@@ -130,8 +130,8 @@ struct ServerCallbacks {
     if (!response) {
       return MHD_YES;
     }
-    if (response->live != nullptr) {
-      server(self).table_.streaming(connection, response->live);
+    if (const auto* live = std::get_if<std::shared_ptr<LiveBody>>(&response->content)) {
+      server(self).table_.streaming(connection, *live);
     } else {
       server(self).table_.sending(connection);
     }

@@ -7,7 +7,10 @@
 #include <cstring>
 #include <exception>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <variant>
 
 #include "agentfw/ras1.h"
 #include "http/server/live_body.h"
@@ -70,41 +73,50 @@ ssize_t readLive(void* live, std::uint64_t /*position*/, char* out, std::size_t 
 
 void freeLive(void* live) { delete static_cast<std::shared_ptr<LiveBody>*>(live); }
 
-ResponsePtr createLive(std::shared_ptr<LiveBody> body) {
-  auto live = std::make_unique<std::shared_ptr<LiveBody>>(std::move(body));
-  ResponsePtr created(MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kBlockSize, readLive,
-                                                        live.get(), freeLive));
-  if (created != nullptr) {
-    static_cast<void>(live.release());  // freed by freeLive
+/// Makes the library's answer of a content.
+struct Create {
+  ResponsePtr operator()(std::string& text) const {
+    return fromBuffer(text, MHD_RESPMEM_MUST_COPY);
   }
-  return created;
-}
 
-ResponsePtr create(Response& response) {
-  if (response.fixedBody.data() != nullptr) {
-    return ResponsePtr(MHD_create_response_from_buffer(response.fixedBody.size(),
-                                                       const_cast<char*>(response.fixedBody.data()),
-                                                       MHD_RESPMEM_PERSISTENT));
+  ResponsePtr operator()(StaticText& content) const {
+    return fromBuffer(content.text, MHD_RESPMEM_PERSISTENT);
   }
-  if (response.live != nullptr) {
-    return createLive(std::move(response.live));
-  }
-  if (response.source != nullptr && response.source->isSmall()) {
-    while (response.source->next(response.body)) {
+
+  ResponsePtr operator()(std::unique_ptr<BodySource>& source) const {
+    if (source->isSmall()) {
+      std::string text;
+      while (source->next(text)) {
+      }
+      return (*this)(text);
     }
-  } else if (response.source != nullptr) {
     auto stream = std::make_unique<Stream>();
-    stream->source = std::move(response.source);
-    ResponsePtr created(MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kBlockSize, readStream,
-                                                          stream.get(), freeStream));
+    stream->source = std::move(source);
+    return fromCallback(std::move(stream), readStream, freeStream);
+  }
+
+  ResponsePtr operator()(std::shared_ptr<LiveBody>& body) const {
+    return fromCallback(std::make_unique<std::shared_ptr<LiveBody>>(std::move(body)), readLive,
+                        freeLive);
+  }
+
+ private:
+  static ResponsePtr fromBuffer(std::string_view text, MHD_ResponseMemoryMode mode) {
+    return ResponsePtr(
+        MHD_create_response_from_buffer(text.size(), const_cast<char*>(text.data()), mode));
+  }
+
+  template <typename Context>
+  static ResponsePtr fromCallback(std::unique_ptr<Context> context, MHD_ContentReaderCallback read,
+                                  MHD_ContentReaderFreeCallback free) {
+    ResponsePtr created(
+        MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kBlockSize, read, context.get(), free));
     if (created != nullptr) {
-      static_cast<void>(stream.release());  // freed by freeStream
+      static_cast<void>(context.release());  // `free` deletes it
     }
     return created;
   }
-  return ResponsePtr(MHD_create_response_from_buffer(response.body.size(), response.body.data(),
-                                                     MHD_RESPMEM_MUST_COPY));
-}
+};
 
 void addHeaders(MHD_Response* to, const std::vector<Header>& headers) {
   for (const Header& header : headers) {
@@ -117,8 +129,8 @@ void addHeaders(MHD_Response* to, const std::vector<Header>& headers) {
 bool queueResponse(MHD_Connection* connection, Response&& response) {
   RAS1_FUNCTION();
   try {
-    const bool isLive = response.live != nullptr;
-    const ResponsePtr created = create(response);
+    const bool isLive = std::holds_alternative<std::shared_ptr<LiveBody>>(response.content);
+    const ResponsePtr created = std::visit(Create(), response.content);
     if (created == nullptr) {
       return false;
     }

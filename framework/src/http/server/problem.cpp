@@ -14,24 +14,32 @@ Response problemResponse(const Problem& problem, std::string_view path) {
       {"instance", path},
   };
   for (const auto& [name, extra] : problem.extras) {
-    std::visit([&members, &key = name](const auto& value) { members.push_back({key, value}); },
-               extra);
+    std::visit(
+        [&members, &key = name](const auto& value) {
+          members.push_back({key, value});
+        },
+        extra);
   }
-  Response response;
-  response.status = problem.status;
-  response.contentType = kProblemType;
   // A path or a host that is not UTF-8 is shown with replacement characters.
-  response.body = toDocument(std::move(members));
+  Response response = jsonResponse(toDocument(std::move(members)), problem.status);
+  response.contentType = kProblemType;
   if (problem.status == 401) {
     response.headers.push_back({"WWW-Authenticate", "Bearer"});
   }
   if (!problem.allow.empty()) {
-    response.headers.push_back({"Allow", std::string(problem.allow)});
+    response.headers.push_back({"Allow", problem.allow});
   }
   if (problem.status == 503) {
     response.headers.push_back({"Retry-After", "1"});
   }
   return response;
+}
+
+Problem withNearest(Problem problem, std::string_view name, const std::vector<std::string>& known) {
+  if (std::string nearest = nearestOf(name, known); !nearest.empty()) {
+    problem.extras.emplace_back("nearest", std::move(nearest));
+  }
+  return problem;
 }
 
 Problem badRequest(std::string detail) {
@@ -47,33 +55,25 @@ Problem notFound(std::string_view path) {
           {}};
 }
 
-Problem methodNotAllowed(std::string_view method, std::string_view allow) {
+Problem methodNotAllowed(std::string_view method, std::string allow) {
   return {405,
           "method-not-allowed",
           "The method is not allowed here",
-          "This address takes " + std::string(allow) + ", not " + std::string(method) + ".",
+          "This address takes " + allow + ", not " + std::string(method) + ".",
           {},
           allow};
 }
 
-Problem unknownTable(const std::string& name, const std::vector<std::string>& known) {
-  Problem problem{404,
-                  "unknown-table",
-                  "There is no such table",
-                  "There is no table \"" + name + "\"; /api/v1/tables lists them.",
-                  {}};
-  if (std::string nearest = nearestOf(name, known); !nearest.empty()) {
-    problem.extras.emplace_back("nearest", std::move(nearest));
-  }
-  return problem;
+Problem busy(std::string detail) {
+  return {503, "busy", "The agent is busy", std::move(detail), {}};
 }
 
-Problem stopping() {
-  return {503,
-          "stopping",
-          "The agent is stopping",
-          "The agent has been told to stop and takes no more requests.",
-          {}};
+Problem notReady(std::string detail) {
+  return {503, "not-ready", "The agent is not ready", std::move(detail), {}};
+}
+
+Problem stopping(std::string detail) {
+  return {503, "stopping", "The agent is stopping", std::move(detail), {}};
 }
 
 }  // namespace fw::http

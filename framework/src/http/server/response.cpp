@@ -1,5 +1,7 @@
 #include "http/server/response.h"
 
+#include <utility>
+
 namespace fw::http {
 
 namespace {
@@ -16,6 +18,13 @@ std::vector<Header> headersWith(const char* contentPolicy) {
 }
 
 }  // namespace
+
+Response jsonResponse(std::string document, int status) {
+  Response response;
+  response.status = status;
+  response.content = std::move(document);
+  return response;
+}
 
 const std::vector<Header>& securityHeaders(ContentPolicy policy) {
   // Leaked: another thread may end the process while requests are answered, and what is made after

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 namespace fw::http {
@@ -41,18 +42,28 @@ enum class ContentPolicy {
   Application,  ///< use scripts and styles within the page, and nothing else but pictures
 };
 
-/// An answer. Its content is `fixedBody` if that is given, else `live`, else `source`, else `body`.
+/// A content that lasts as long as the process.
+struct StaticText {
+  std::string_view text;
+};
+
+/// A text, or what writes the content while it is sent: until it is whole, or until somebody has
+/// had enough.
+using Content =
+    std::variant<std::string, StaticText, std::unique_ptr<BodySource>, std::shared_ptr<LiveBody>>;
+
+/// An answer.
 struct Response {
   int status = 200;
   std::string_view contentType = kJsonType;  ///< static storage
-  std::string body;
-  std::string_view fixedBody;  ///< static storage
-  std::unique_ptr<BodySource> source;
-  std::shared_ptr<LiveBody> live;
+  Content content;
   std::vector<Header> headers;
   ContentPolicy policy = ContentPolicy::Console;
   bool close = false;  ///< the connection ends after this answer
 };
+
+/// A JSON document as an answer.
+Response jsonResponse(std::string document, int status = 200);
 
 /// The headers that every answer carries, chosen so that a browser takes nothing from elsewhere,
 /// guesses no type, keeps no copy, and shows the answer in no frame.

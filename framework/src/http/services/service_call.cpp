@@ -152,7 +152,7 @@ Response ServiceCall::finish(int result) {
   }
   Response response;
   response.contentType = contentType(media_);
-  response.body = std::move(content_);
+  response.content = std::move(content_);
   response.policy = ContentPolicy::Application;
   return response;
 }

@@ -108,12 +108,8 @@ void startServiceJob(const ServiceRunner& runner, std::shared_ptr<AgentService> 
   if (!runner.lane.post("service " + service->name, task)) {
     runner.timers.cancel(timer);
     ++service->refused;
-    job->answer({503,
-                 "busy",
-                 "The agent is busy",
-                 "Too many requests wait for the agent's services; services.queue_limit is the "
-                 "limit.",
-                 {}});
+    job->answer(busy(
+        "Too many requests wait for the agent's services; services.queue_limit is the limit."));
   }
 }
 

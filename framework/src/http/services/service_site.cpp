@@ -4,8 +4,6 @@
 #include <optional>
 #include <utility>
 
-#include "basic/nearest.h"
-#include "http/api/api_parameters.h"
 #include "http/json/json_document.h"
 #include "http/server/problem.h"
 #include "http/services/service_job.h"
@@ -16,8 +14,31 @@ namespace {
 
 constexpr std::string_view kRoot = "/service/";
 
-bool isList(const Target& target) {
-  return target.segments == std::vector<std::string>{"api", "v1", "services"};
+Json toJson(const ServiceRegistry::Info& info) {
+  const AgentService& service = *info.service;
+  return {
+      {"name", service.name},
+      {"title", info.title},
+      {"node", info.node},
+      {"address", std::string(kRoot) + encodeSegment(service.name) + '/'},
+      {"requests", service.requests.load()},
+      {"requests_failed", service.failed.load()},
+      {"requests_late", service.late.load()},
+      {"requests_refused", service.refused.load()},
+  };
+}
+
+Problem unknownService(const ServiceRegistry& registry, const std::string& name) {
+  std::vector<std::string> known;
+  for (const ServiceRegistry::Info& info : registry.served()) {
+    known.push_back(info.service->name);
+  }
+  return withNearest({404,
+                      "unknown-service",
+                      "There is no such service",
+                      "There is no service \"" + name + "\"; /api/v1/services lists them.",
+                      {}},
+                     name, known);
 }
 
 /// The path below the service, decoded. Nothing when a part of it would mean something else to a
@@ -48,40 +69,18 @@ Response redirectInto(const Target& target) {
 
 }  // namespace
 
+Route servicesRoute(const ServiceRegistry& registry) {
+  return {"/api/v1/services", "the agent's own web services", {}, [&registry](const Call&) {
+            return jsonResponse(toDocument({{"services", listOf(registry.served(), toJson)}}));
+          }};
+}
+
 void ServiceSite::handle(const Request& request, std::shared_ptr<Responder> responder) {
-  if (isList(request.target)) {
-    responder->send(list(request));
-  } else if (request.target.segments.front() == "service") {
+  if (request.target.segments.front() == "service") {
     serve(request, std::move(responder));
   } else {
     next_.handle(request, std::move(responder));
   }
-}
-
-Response ServiceSite::list(const Request& request) const {
-  const std::string& path = request.target.path;
-  if (!isRead(request.method)) {
-    return problemResponse(methodNotAllowed(request.method, "GET, HEAD"), path);
-  }
-  if (auto problem = checkParameters(request.target.parameters, {})) {
-    return problemResponse(*problem, path);
-  }
-  const auto toJson = [](const ServiceRegistry::Info& info) -> Json {
-    const AgentService& service = *info.service;
-    return {
-        {"name", service.name},
-        {"title", info.title},
-        {"node", info.node},
-        {"address", std::string(kRoot) + encodeSegment(service.name) + '/'},
-        {"requests", service.requests.load()},
-        {"requests_failed", service.failed.load()},
-        {"requests_late", service.late.load()},
-        {"requests_refused", service.refused.load()},
-    };
-  };
-  Response response;
-  response.body = toDocument({{"services", listOf(registry_.served(), toJson)}});
-  return response;
 }
 
 void ServiceSite::serve(const Request& request, std::shared_ptr<Responder> responder) const {
@@ -92,19 +91,7 @@ void ServiceSite::serve(const Request& request, std::shared_ptr<Responder> respo
   const std::string name = target.segments.size() > 1 ? target.segments[1] : "";
   std::shared_ptr<AgentService> service = registry_.find(name);
   if (service == nullptr) {
-    std::vector<std::string> known;
-    for (const ServiceRegistry::Info& info : registry_.served()) {
-      known.push_back(info.service->name);
-    }
-    Problem problem{404,
-                    "unknown-service",
-                    "There is no such service",
-                    "There is no service \"" + name + "\"; /api/v1/services lists them.",
-                    {}};
-    if (std::string nearest = nearestOf(name, known); !nearest.empty()) {
-      problem.extras.emplace_back("nearest", std::move(nearest));
-    }
-    return refuse(problem);
+    return refuse(unknownService(registry_, name));
   }
   if (!isRead(request.method) && request.method != "POST") {
     return refuse(methodNotAllowed(request.method, "GET, HEAD, POST"));

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <memory>
 
+#include "http/api/route.h"
 #include "http/server/http_server.h"
 #include "http/services/service_registry.h"
 
@@ -24,8 +25,10 @@ struct ServiceRunner {
   std::size_t responseLimit;           ///< bytes of a response
 };
 
-/// Serves the agent's services below /service/ and their list at /api/v1/services; everything else
-/// is left to the next handler.
+/// The list of the agent's services, at /api/v1/services. The registry outlives the route.
+Route servicesRoute(const ServiceRegistry& registry);
+
+/// Serves the agent's services below /service/; everything else is left to the next handler.
 ///
 /// A callback runs on the runner's lane, inside its gate. One that takes too long goes on; what it
 /// answers then goes nowhere. A request whose time is over before its turn comes is not given to
@@ -39,7 +42,6 @@ class ServiceSite final : public Handler {
   void handle(const Request& request, std::shared_ptr<Responder> responder) override;
 
  private:
-  Response list(const Request& request) const;
   void serve(const Request& request, std::shared_ptr<Responder> responder) const;
 
   ServiceRegistry& registry_;

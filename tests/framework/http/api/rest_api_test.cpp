@@ -96,10 +96,10 @@ TEST_F(RestApiTest, ServesThePage) {
 }
 
 TEST_F(RestApiTest, SaysNotFoundForEveryOtherAddress) {
-  for (const char* target : {"/nothing", "/api", "/api/v1", "/api/v1/", "/api/v1/agents",
-                             "/api/v2/agent", "/api/v1/agent/", "/api/v1/tables/",
-                             "/api/v1/tables//rows", "/api/v1/tables/JVM_MEMORY/row",
-                             "/api/v1/tables/JVM_MEMORY/rows/1", "/healthz/", "//", "/../etc"}) {
+  for (const char* target :
+       {"/nothing", "/api", "/api/v1", "/api/v1/agents", "/api/v2/agent", "/api/v1/agent/",
+        "/api/v1/tables/", "/api/v1/tables//rows", "/api/v1/tables/JVM_MEMORY/row",
+        "/api/v1/tables/JVM_MEMORY/rows/1", "/healthz/", "//", "/../etc"}) {
     const HttpReply reply = get(target);
     EXPECT_EQ(reply.status, 404) << target;
     EXPECT_EQ(parse(reply)["type"], "urn:zel:problem:not-found") << target;

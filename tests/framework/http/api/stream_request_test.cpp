@@ -6,12 +6,16 @@ namespace fw::http {
 namespace {
 
 StreamRequest parsed(const std::vector<Parameter>& parameters, const std::string& header = "") {
+  EXPECT_FALSE(checkParameters(parameters, streamParameters()));
   auto result = parseStreamRequest(parameters, header);
   EXPECT_TRUE(std::holds_alternative<StreamRequest>(result));
   return std::get<StreamRequest>(std::move(result));
 }
 
 Problem problem(const std::vector<Parameter>& parameters, const std::string& header = "") {
+  if (auto refused = checkParameters(parameters, streamParameters())) {
+    return *std::move(refused);
+  }
   auto result = parseStreamRequest(parameters, header);
   EXPECT_TRUE(std::holds_alternative<Problem>(result));
   return std::get<Problem>(std::move(result));

@@ -68,7 +68,7 @@ TEST_F(ServiceCallTest, TakesAResponseInItsOrderOnly) {
 
   const Response response = call->finish(0);
   EXPECT_EQ(response.status, 200);
-  EXPECT_EQ(response.body, "abc");
+  EXPECT_EQ(std::get<std::string>(response.content), "abc");
 }
 
 TEST_F(ServiceCallTest, GivesAFailureNoContent) {

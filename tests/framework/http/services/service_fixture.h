@@ -16,10 +16,12 @@
 #include "engine/callback_gate.h"
 #include "engine/timer_queue.h"
 #include "engine/worker_lane.h"
+#include "http/api/rest_api.h"
 #include "http/server/http_server.h"
 #include "http/services/kdh1_codes.h"
 #include "http/services/service_registry.h"
 #include "http/services/service_site.h"
+#include "support/fake_agent.h"
 #include "support/http_client.h"
 #include "support/manual_clock.h"
 #include "support/test_table.h"
@@ -33,17 +35,10 @@ class ServiceFixture : public testing::Test {
  protected:
   using Callback = std::function<int(KDH1_request_struct&)>;
 
-  class Nothing final : public Handler {
-   public:
-    void handle(const Request& request, std::shared_ptr<Responder> responder) override {
-      responder->send(problemResponse(notFound(request.target.path), request.target.path));
-    }
-  };
-
   void start(WorkerLane::Limits limits = {2, 0, 8, 10s}) {
     lane.emplace("services", limits, clock, timers);
     site.emplace(ServiceRegistry::instance(), ServiceRunner{gate, *lane, timers, 30s, 1'000'000},
-                 nothing);
+                 api);
     options.token = std::string(32, 't');
     server.emplace(Clock::system(), options, *site);
     ServiceRegistry::instance().open();
@@ -145,7 +140,8 @@ class ServiceFixture : public testing::Test {
   ManualClock clock;
   TimerQueue timers{clock};
   CallbackGate gate{[] { return nullptr; }};
-  Nothing nothing;
+  FakeAgent agent;
+  RestApi api{agent, [] { return Counters(); }, 1, {servicesRoute(ServiceRegistry::instance())}};
   ServerOptions options;
   std::vector<std::unique_ptr<Callback>> callbacks;
   std::vector<std::thread> listeners;
