@@ -4,6 +4,7 @@
 
 #include "http/json/json_document.h"
 #include "http/json/json_text.h"
+#include "http/server/connection_table.h"
 
 namespace fw::http {
 

@@ -5,9 +5,10 @@
 
 #include "agent/agent.h"
 #include "basic/clock.h"
-#include "http/server/connection_table.h"
 
 namespace fw::http {
+
+struct Counters;
 
 // The JSON documents of the agent, its tables and its subnodes; docs/formats/rest-api.md shows
 // them.

@@ -2,8 +2,10 @@
 
 #include <utility>
 
+#include "actions/actions.h"
 #include "http/json/json_document.h"
 #include "http/json/json_text.h"
+#include "situations/situations.h"
 
 namespace fw::http {
 

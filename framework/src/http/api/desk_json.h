@@ -3,9 +3,12 @@
 #include <string>
 #include <vector>
 
-#include "actions/actions.h"
 #include "basic/clock.h"
-#include "situations/situations.h"
+
+namespace fw {
+struct ActionStatus;
+struct SituationStatus;
+}  // namespace fw
 
 namespace fw::http {
 

@@ -99,7 +99,8 @@ void RestApi::handle(const Request& request, std::shared_ptr<Responder> responde
   if (const auto* answer = std::get_if<Answer>(operation)) {
     return responder->send((*answer)(call));
   }
-  std::get<LaterAnswer> (*operation)(call, std::move(responder));
+  const auto& answerLater = std::get<LaterAnswer>(*operation);
+  answerLater(call, std::move(responder));
 }
 
 Counters RestApi::counters() const {
