@@ -1,24 +1,25 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
-
-#include <spdlog/sinks/rotating_file_sink.h>
 
 namespace fw::trace {
 
 /// Writes all of `data` to a descriptor; false when that failed.
 bool writeFully(int descriptor, std::string_view data);
 
-/// A file that is renamed and begun anew when it is full. Not locked. What fails throws
-/// std::runtime_error with the reason.
+/// A file that is renamed and begun anew when it is full: "agent.log" becomes "agent.1.log", that
+/// "agent.2.log", and so on. Not locked. What fails throws std::runtime_error with the reason.
+///
+/// Only the process's user may write to it, and its group read it. Anything but a regular file of
+/// that user is refused; see agentfw/own_file.h.
 class TraceFile {
  public:
   /// Opens `path` to append to it; missing directories are made. `files` counts the one being
   /// written, so 1 keeps no older ones.
   TraceFile(std::string path, std::uint64_t maxSize, std::uint32_t files);
+  ~TraceFile();
   TraceFile(const TraceFile&) = delete;
   TraceFile& operator=(const TraceFile&) = delete;
 
@@ -29,8 +30,19 @@ class TraceFile {
   void leaveToParent();
 
  private:
-  std::string path_;
-  std::unique_ptr<spdlog::sinks::rotating_file_sink_st> rotating_;  // null in a child
+  int open() const;
+  void reopen();
+  void rotate();
+  void writeAsChild(std::string_view data) const;
+  std::string nameOf(std::uint32_t age) const;
+  [[noreturn]] void fail(const std::string& reason) const;
+
+  const std::string path_;
+  const std::uint64_t maxSize_;
+  const std::uint32_t files_;
+  int file_ = -1;  // closed after a rotation that failed; the next line tries again
+  std::uint64_t size_ = 0;
+  bool isChild_ = false;
 };
 
 }  // namespace fw::trace

@@ -1,7 +1,12 @@
 #include "trace/trace_sink.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <future>
 #include <string>
@@ -16,8 +21,34 @@ namespace {
 
 using namespace std::chrono_literals;
 
+/// Files of this process grow to `limit` bytes at most; writing on fails.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t limit) {
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit lower{limit, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &lower);
+  }
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, handler_);
+  }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  rlimit before_{};
+  void (*handler_)(int) = std::signal(SIGXFSZ, SIG_IGN);
+};
+
 class TraceSinkTest : public testing::Test {
  protected:
+  mode_t modeOf(const std::string& name) const {
+    struct stat status {};
+    EXPECT_EQ(stat((dir / name).c_str(), &status), 0);
+    return status.st_mode & ALLPERMS;
+  }
+
   Settings toFile(const std::string& name = "agent.log") {
     Settings settings;
     settings.file = dir / name;
@@ -137,19 +168,91 @@ TEST_F(TraceSinkTest, AFileThatCannotBeOpenedIsAnErrorAndTheOldOneStays) {
 }
 
 TEST_F(TraceSinkTest, AFileThatRefusesRecordsIsReportedOnStderrOnceAndCounted) {
-  Settings settings;
-  settings.file = "/dev/full";
-  ASSERT_EQ(sink.open(settings), "");
+  constexpr rlim_t kLimit = 16 * 1024;
+  dir.write("agent.log", std::string(kLimit, 'x'));
+  ASSERT_EQ(sink.open(toFile()), "");
 
   testing::internal::CaptureStderr();
-  sink.write("one");
-  sink.write("two");
+  {
+    const FileSizeLimit limit(kLimit);
+    sink.write("one");
+    sink.write("two");
+  }
+  sink.write("three");
   const std::string told = testing::internal::GetCapturedStderr();
 
-  EXPECT_EQ(told.find("trace: records are being lost. "), 0U) << told;
+  EXPECT_EQ(told.find("trace: records are being lost. " + (dir / "agent.log") + ": File too large"),
+            0U)
+      << told;
   EXPECT_EQ(told.find('\n'), told.size() - 1);
   EXPECT_EQ(sink.counters().lost, 2U);
-  EXPECT_EQ(sink.counters().written, 0U);
+  EXPECT_EQ(sink.counters().written, 1U);
+  EXPECT_NE(dir.read("agent.log").find("WARN: 2 trace records before this one were lost\nthree\n"),
+            std::string::npos);
+}
+
+TEST_F(TraceSinkTest, OnlyTheUserMayWriteToTheFileAndItsGroupReadIt) {
+  const mode_t mask = umask(0);
+  ASSERT_EQ(sink.open(toFile()), "");
+  umask(mask);
+  EXPECT_EQ(modeOf("agent.log"), 0640U);
+
+  dir.write("old.log", "");
+  std::filesystem::permissions(dir / "old.log", std::filesystem::perms(0666));
+  ASSERT_EQ(sink.open(toFile("old.log")), "");
+  EXPECT_EQ(modeOf("old.log"), 0640U) << "one that was made for more";
+}
+
+TEST_F(TraceSinkTest, AFileThatASecondNameOrALinkLeadsToIsRefusedAndUntouched) {
+  dir.write("other", "kept");
+  std::filesystem::create_symlink(dir / "other", dir / "link.log");
+  std::filesystem::create_symlink(dir / "none", dir / "dangling.log");
+  EXPECT_NE(sink.open(toFile("link.log")).find("link.log: it is a link"), std::string::npos);
+  EXPECT_NE(sink.open(toFile("dangling.log")).find("it is a link"), std::string::npos);
+  EXPECT_FALSE(std::filesystem::exists(dir / "none"));
+
+  std::filesystem::create_hard_link(dir / "other", dir / "second.log");
+  EXPECT_NE(sink.open(toFile("second.log")).find("it has a second name"), std::string::npos);
+
+  sink.write("one");
+  EXPECT_EQ(dir.read("other"), "kept");
+}
+
+TEST_F(TraceSinkTest, ANamedPipeIsRefusedWhetherOrNotSomebodyReadsIt) {
+  ASSERT_EQ(mkfifo((dir / "pipe.log").c_str(), 0600), 0);
+  EXPECT_NE(sink.open(toFile("pipe.log")).find("it is not a regular file"), std::string::npos);
+
+  const int reader = open((dir / "pipe.log").c_str(), O_RDONLY | O_NONBLOCK);
+  ASSERT_GE(reader, 0);
+  EXPECT_NE(sink.open(toFile("pipe.log")).find("it is not a regular file"), std::string::npos);
+  close(reader);
+}
+
+TEST_F(TraceSinkTest, AFileOfAnotherUserIsRefused) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can give a file away";
+  }
+  dir.write("agent.log", "");
+  ASSERT_EQ(chown((dir / "agent.log").c_str(), 12345, 12345), 0);
+
+  EXPECT_NE(sink.open(toFile()).find("it belongs to another user (id 12345)"), std::string::npos);
+}
+
+TEST_F(TraceSinkTest, ALinkThatIsPutThereBetweenTwoFilesIsNotFollowed) {
+  Settings settings = toFile();
+  settings.maxSize = 100;
+  settings.files = 2;
+  ASSERT_EQ(sink.open(settings), "");
+  sink.write(std::string(80, 'a'));
+  dir.write("other", "kept");
+  std::filesystem::remove(dir / "agent.log");
+  std::filesystem::create_symlink(dir / "other", dir / "agent.log");
+
+  sink.write(std::string(80, 'b'));
+
+  EXPECT_EQ(dir.read("other"), "kept");
+  EXPECT_FALSE(std::filesystem::is_symlink(dir / "agent.log"));
+  EXPECT_EQ(dir.read("agent.log"), std::string(80, 'b') + "\n");
 }
 
 TEST_F(TraceSinkTest, AFlushWaitsNoLongerThanItsBound) {
