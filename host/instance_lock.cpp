@@ -3,11 +3,13 @@
 #include <fcntl.h>
 #include <fmt/core.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
+#include "agentfw/own_file.h"
 #include "exit_codes.h"
 #include "start_error.h"
 
@@ -26,10 +28,11 @@ std::string readProcessId(int fd) {
 
 InstanceLock::InstanceLock(const std::string& varFolder, const std::string& home) {
   const std::string path = varFolder + "/zelagent.pid";
-  fd_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-  if (fd_ < 0) {
-    throw StartError(kExitFailed, fmt::format("can't write {}: {}", path, std::strerror(errno)));
+  const agentfw::OwnFile file = agentfw::openOwnFile(path, O_RDWR | O_CREAT, S_IRUSR | S_IWUSR);
+  if (file.fd < 0) {
+    throw StartError(kExitFailed, fmt::format("can't write {}: {}", path, file.error));
   }
+  fd_ = file.fd;
   if (flock(fd_, LOCK_EX | LOCK_NB) != 0) {
     const int failure = errno;
     const std::string text =

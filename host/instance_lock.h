@@ -7,7 +7,9 @@ namespace host {
 /// Keeps a second agent off one home: a locked file that holds the process id.
 ///
 /// The kernel gives the lock up when the process ends in whatever way, so a file left behind means
-/// nothing. The descriptor closes on exec, so no spawned daemon inherits the lock.
+/// nothing. The descriptor closes on exec, so no spawned daemon inherits the lock. Only the agent's
+/// user can open the file: whoever can read a file can lock it, and would keep the agent from
+/// starting.
 class InstanceLock {
  public:
   /// Takes the lock and writes the process id. Throws StartError when another process has it (the

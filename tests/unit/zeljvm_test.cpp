@@ -1,7 +1,13 @@
 #include "bridge/jni/zeljvm.h"
 
+#include <sys/stat.h>
+
 #include <cstdarg>
+#include <ctime>
 #include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <thread>
 
 #include "support/jvm_fixture.h"
@@ -171,6 +177,41 @@ TEST_F(ZelJvmTest, WithoutALogTheJvmGetsOneOptionFewerAndStarts) {
               MatchesRegex(warning + "\\.\\./\\.\\./logs/XY\\.inst\\.[0-9]+\\.JVM\\.log"));
   EXPECT_EQ(messages[2], "JVM log:  " + messages[1].substr(warning.size()));
   EXPECT_EQ(printToLog("lost"), 0);
+}
+
+TEST_F(ZelJvmTest, TheLogIsForTheUserAndTheGroupOnly) {
+  const mode_t mask = umask(0);
+  ZelJvm::start();
+  umask(mask);
+
+  ASSERT_EQ(logFiles().size(), 1U);
+  EXPECT_EQ(std::filesystem::status(root + "/logs/" + logFiles().front()).permissions(),
+            std::filesystem::perms(0640));
+}
+
+TEST_F(ZelJvmTest, ALogThatLeadsElsewhereOrKeepsItsWriterWaitingIsNotOpened) {
+  const std::string other = root + "/other";
+  std::ofstream(other) << "kept";
+  const auto link = [&](const std::string& name) { std::filesystem::create_symlink(other, name); };
+  const auto pipe = [](const std::string& name) { ASSERT_EQ(mkfifo(name.c_str(), 0600), 0); };
+  for (const std::function<void(const std::string&)>& put :
+       {std::function<void(const std::string&)>(link), {pipe}}) {
+    // Whichever second of the test's time the log is named by.
+    const std::time_t now = std::time(nullptr);
+    for (std::time_t second = now; second < now + 600; ++second) {
+      const std::string name = root + "/logs/XY.inst." + std::to_string(second) + ".JVM.log";
+      std::filesystem::remove(name);
+      put(name);
+    }
+
+    const auto messages = messagesOf([] { ZelJvm::start(); });
+
+    EXPECT_THAT(messages[1], StartsWith("WARN: failed to open "));
+    EXPECT_EQ(ZelJvm::s_log.load(), nullptr);
+    ZelJvm::stop();
+  }
+  std::ifstream in(other);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "kept");
 }
 
 TEST_F(ZelJvmTest, StartCallsTheJvmInOrder) {

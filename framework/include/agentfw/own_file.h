@@ -33,8 +33,7 @@ inline OwnFile refuseOwnFile(int fd, const std::string& error) {
 /// a file of somebody else are refused. A named pipe, which would keep the process waiting, is
 /// refused as well, as is everything else that is not a regular file.
 inline OwnFile openOwnFile(const std::string& path, int flags, mode_t mode) {
-  const int fd =
-      open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode);
+  const int fd = open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode);
   if (fd < 0) {
     switch (errno) {
       case ELOOP:

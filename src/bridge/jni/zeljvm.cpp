@@ -1,6 +1,8 @@
 #include "bridge/jni/zeljvm.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <cctype>
 #include <cerrno>
@@ -14,6 +16,7 @@
 #include <vector>
 
 #include "agentfw/bss1.h"
+#include "agentfw/own_file.h"
 #include "agentfw/ras1.h"
 #include "bridge/jni/zeljclnt.h"
 #include "bridge/jni/zeljni.h"
@@ -105,6 +108,19 @@ JavaVMOption hookOption(const char* name, void* hook) {
   return JavaVMOption{const_cast<char*>(name), hook};
 }
 
+// The file, emptied, of the user that the process runs as; null when there is none to be had.
+std::FILE* openOwnLog(const char* path) {
+  const agentfw::OwnFile file = agentfw::openOwnFile(path, O_WRONLY | O_CREAT, agentfw::kLogMode);
+  if (file.fd < 0) {
+    return nullptr;
+  }
+  std::FILE* log = ftruncate(file.fd, 0) == 0 ? fdopen(file.fd, "w") : nullptr;
+  if (log == nullptr) {
+    close(file.fd);
+  }
+  return log;
+}
+
 // Opens a log of its own for every start, named by the time.
 std::string openLog() {
   RAS1_FUNCTION();
@@ -112,7 +128,7 @@ std::string openLog() {
   std::snprintf(path, sizeof(path), "../../logs/%s.%s.%lu.JVM.log", ZelAgent::s_prodCode,
                 ZelAgent::s_instId, static_cast<unsigned long>(std::time(nullptr)));
   closeLog();  // left open by a start that failed
-  std::FILE* log = std::fopen(path, "w");
+  std::FILE* log = openOwnLog(path);
   if (std::FILE* other = ZelJvm::s_log.exchange(log); other != nullptr) {
     std::fclose(other);  // of a start on another thread, which is bound to fail as well
   }

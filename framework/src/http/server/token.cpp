@@ -63,6 +63,9 @@ Token read(int fd, const std::string& path) {
   if (info.st_uid != geteuid()) {
     return refused(path, fmt::format("belongs to another user (id {})", info.st_uid), kRemove);
   }
+  if (info.st_nlink > 1) {
+    return refused(path, "has a second name (a hard link)", kRemove);
+  }
   if ((info.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
     return refused(path, fmt::format("is open to other users (mode {:o})", info.st_mode & ALLPERMS),
                    fmt::format("Remove the file, and the agent makes a new token when it starts; "

@@ -99,6 +99,16 @@ TEST_F(TokenTest, IsRefusedWhenItIsALinkOrAFolder) {
   EXPECT_THAT(load().error, HasSubstr("not a plain file"));
 }
 
+TEST_F(TokenTest, WithASecondNameIsRefused) {
+  put(good + "\n");
+  std::filesystem::create_hard_link(path(), home.path() / "other");
+
+  const Token token = load();
+
+  EXPECT_EQ(token.text, "");
+  EXPECT_THAT(token.error, HasSubstr("has a second name"));
+}
+
 TEST_F(TokenTest, OfAnotherUserIsRefused) {
   if (geteuid() != 0) {
     GTEST_SKIP() << "only root can give a file away";
