@@ -4,15 +4,19 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <thread>
 #include <utility>
 
+#include "agentfw/bss1.h"
 #include "agentfw/host.h"
 #include "agentfw/ras1.h"
 #include "ending.h"
 #include "exit_codes.h"
+#include "java_property.h"
 #include "log_excerpt.h"
+#include "thread_dump.h"
 
 RAS1_UNIT("ZELHOST");
 
@@ -26,6 +30,10 @@ constexpr auto kShutdownCheck = 5s;
 /// How long the main thread leaves the end to a thread that began the shutdown itself.
 constexpr auto kOthersEnd = 3s;
 constexpr auto kFlushBound = 2s;
+constexpr auto kPropertyBound = 2s;
+/// The toolkit sets it when the application asks the agent to stop. Without it such an end looks
+/// like one that the library begins after a fatal failure.
+constexpr char kStopReasonProperty[] = "zel.stop.reason";
 
 void announce(std::uint16_t port) {
   fmt::print("Zel is ready: http://127.0.0.1:{}/\n", port);
@@ -47,6 +55,7 @@ AgentProcess::AgentProcess(Home home, std::unique_ptr<InstanceLock> lock, Servic
       notify_(std::move(notify)),
       jvmLibrary_(std::move(jvmLibrary)),
       startTime_(std::time(nullptr)),
+      jvmLogs_(home_.logs, BSS1_GetEnv("ZEL_PROD", ""), BSS1_GetEnv("ZEL_INST", "")),
       library_(AgentLibrary::load()),
       watchdog_(stopLimit, [stopLimit] { cutStopShort(stopLimit); }) {}
 
@@ -54,8 +63,9 @@ int AgentProcess::run() {
   RAS1_FUNCTION();
   RAS1_PRINT("Agent host %s starts, process %i, home %s, JVM %s", ras1BuildInfo.version,
              static_cast<int>(getpid()), home_.root.c_str(), jvmLibrary_.c_str());
-  setLastWords([this](int status) { lastWords(status); });
+  setLastWords([this](int status) { return lastWords(status); });
   layExitHandlers();
+  jvmLogs_.prune(kOldJvmLogs);
   connectFramework();
 
   std::thread agent([this] {
@@ -99,8 +109,13 @@ void AgentProcess::serveEvents() {
     }
     switch (event->kind) {
       case Event::Kind::Signal:
+        if (event->signal == SIGQUIT) {
+          dumpThreads(guard_.vm());
+          break;
+        }
         policy_.received(event->signal);
         if (policy_.stopAsked()) {
+          isEndAsked_ = true;
           watchdog_.arm();
         }
         break;
@@ -146,29 +161,49 @@ void AgentProcess::leaveTheEndToOthers() {
   }
 }
 
-int AgentProcess::outcome() const {
-  if (agentResult_ == 0 && agentfw::host::failure().empty()) {
-    return kExitOk;
+int AgentProcess::outcome() {
+  if (agentResult_ != 0 || !agentfw::host::failure().empty()) {
+    return kExitFailed;
   }
-  return kExitFailed;
+  if (!isEndAsked_) {
+    isEndAsked_ = hasApplicationAsked();
+  }
+  return kExitOk;
 }
 
-void AgentProcess::lastWords(int status) noexcept {
+bool AgentProcess::hasApplicationAsked() const {
+  if (guard_.vm() == nullptr) {
+    return false;
+  }
+  // On a thread of its own: a virtual machine that is about to exit lets none go on.
+  auto asked = std::make_shared<std::atomic<bool>>(false);
+  runBounded(kPropertyBound, [asked, vm = guard_.vm()] {
+    *asked = javaProperty(*vm, kStopReasonProperty).has_value();
+  });
+  return *asked;
+}
+
+int AgentProcess::lastWords(int status) noexcept {
   // The log of the virtual machine is a stdio stream that nobody else flushes.
   runBounded(kFlushBound, [] { std::fflush(nullptr); });
   agentfw::host::flush(kFlushBound);
   lock_->clear();
-  if (status == kExitOk) {
-    return;
+  // Whoever watches the process takes 0 for an end that was wanted.
+  const bool isUnasked = status == kExitOk && !isEndAsked_;
+  if (status == kExitOk && !isUnasked) {
+    return status;
   }
+  const int told = (isUnasked ? kExitAbnormal : status) & 0xFF;
   try {
     const std::string failure = agentfw::host::failure();
-    fmt::print(stderr, "zelagent: the agent ended with status {}{}\n", status & 0xFF,
+    fmt::print(stderr, "zelagent: the agent ended {}with status {}{}\n",
+               isUnasked ? "though nobody had asked it to, " : "", told,
                failure.empty() ? "" : ": " + failure);
-    fmt::print(stderr, "{}", logExcerpt(home_.logs, getpid(), startTime_, failure));
+    fmt::print(stderr, "{}", logExcerpt(home_.logs, jvmLogs_, getpid(), startTime_, failure));
   } catch (const std::exception& e) {
     fmt::print(stderr, "zelagent: {}\n", e.what());
   }
+  return told;
 }
 
 }  // namespace host

@@ -10,6 +10,7 @@
 #include "home.h"
 #include "instance_lock.h"
 #include "jvm_call_guard.h"
+#include "jvm_logs.h"
 #include "service_notify.h"
 #include "signal_policy.h"
 #include "watchdog.h"
@@ -34,19 +35,22 @@ class AgentProcess {
   void serveEvents();
   void deliverSignals();
   void leaveTheEndToOthers();
-  int outcome() const;
-  void lastWords(int status) noexcept;
+  int outcome();
+  bool hasApplicationAsked() const;
+  int lastWords(int status) noexcept;
 
   const Home home_;
   const std::unique_ptr<InstanceLock> lock_;
   const ServiceNotify notify_;
   const std::string jvmLibrary_;
   const std::time_t startTime_;
+  const JvmLogs jvmLogs_;
   const AgentLibrary library_;
   JvmCallGuard guard_;
   Watchdog watchdog_;
   SignalPolicy policy_;  // main thread only
   std::atomic<int> agentResult_{0};
+  std::atomic<bool> isEndAsked_{false};  // by a signal, or by the application
 };
 
 }  // namespace host

@@ -15,8 +15,8 @@ namespace {
 // at the same time has to meet a handler before it meets a destructor.
 constexpr int kLayers = 16;
 
-std::function<void(int)>& lastWords() {
-  static auto& words = *new std::function<void(int)>;
+std::function<int(int)>& lastWords() {
+  static auto& words = *new std::function<int(int)>;
   return words;
 }
 
@@ -37,13 +37,12 @@ void leave(int status, void*) {
     }
   }
   s_leaver = std::this_thread::get_id();
-  lastWords()(status);
-  _exit(status);
+  _exit(lastWords()(status));
 }
 
 }  // namespace
 
-void setLastWords(std::function<void(int status)> words) {
+void setLastWords(std::function<int(int status)> words) {
   s_owner = getpid();
   lastWords() = std::move(words);
 }
@@ -57,8 +56,7 @@ void layExitHandlers() {
 void endAtOnce(int status) {
   s_leaver = std::this_thread::get_id();
   s_leaving = true;
-  lastWords()(status);
-  _exit(status);
+  _exit(lastWords()(status));
 }
 
 bool runBounded(std::chrono::milliseconds bound, std::function<void()> work) {

@@ -13,9 +13,9 @@
 namespace host {
 
 /// Names what is said and written last; `lastWords` gets the exit status, on whatever thread calls
-/// exit(). It must be bounded in time, and what it uses must live as long as the process. Call
-/// once, before layExitHandlers().
-void setLastWords(std::function<void(int status)> lastWords);
+/// exit(), and returns the one that the process ends with. It must be bounded in time, and what it
+/// uses must live as long as the process. Call once, before layExitHandlers().
+void setLastWords(std::function<int(int status)> lastWords);
 
 /// Registers the exit handlers. Handlers run in the reverse order of their registration, and a
 /// library that was loaded since has put its destructors before ours: so call again after each

@@ -60,11 +60,11 @@ void JvmCallGuard::open(const std::string& library) noexcept {
 }
 
 void* JvmCallGuard::enter() noexcept {
-  JavaVM* vm = vm_.load(std::memory_order_acquire);
-  if (vm == nullptr) {
+  JavaVM* machine = vm();
+  if (machine == nullptr) {
     return nullptr;
   }
-  JNIEnv* env = environmentOf(*vm);
+  JNIEnv* env = environmentOf(*machine);
   if (env == nullptr) {
     return nullptr;
   }

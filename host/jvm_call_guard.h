@@ -24,6 +24,9 @@ class JvmCallGuard : public agentfw::host::CallGuard {
   /// path by which it was loaded.
   void open(const std::string& library) noexcept;
 
+  /// The virtual machine; null before open(), and without one.
+  JavaVM_* vm() const noexcept { return vm_.load(std::memory_order_acquire); }
+
   /// Without a virtual machine, or memory for a frame, gives null, and the callback goes unguarded.
   void* enter() noexcept override;
   void leave(void* token) noexcept override;

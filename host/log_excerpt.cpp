@@ -1,21 +1,24 @@
 #include "log_excerpt.h"
 
+#include <fcntl.h>
 #include <fmt/core.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <deque>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <vector>
+
+#include "agentfw/own_file.h"
 
 namespace host {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::streamoff kTail = 64 * 1024;
+constexpr std::size_t kTail = 64 * 1024;
 constexpr std::size_t kMaxErrorLines = 12;
 constexpr std::size_t kMaxMoreLines = 2;  // of one record, beyond its first
 constexpr std::size_t kMaxJvmLines = 15;
@@ -29,11 +32,26 @@ void keepLast(Texts& texts, std::size_t most) {
   }
 }
 
-/// The last lines of a file, at most those in its last kTail bytes.
-Texts linesOf(const fs::path& path) {
-  std::ifstream in(path, std::ios::ate);
-  const std::streamoff size = in.tellg();
-  in.seekg(std::max<std::streamoff>(0, size - kTail));
+/// A file's last kTail bytes, if it has been written to since `since` and is the agent's own.
+std::string tailOf(const fs::path& path, std::time_t since) {
+  const agentfw::OwnFile file = agentfw::openOwnFile(path.string(), O_RDONLY, agentfw::kLogMode);
+  if (file.fd < 0) {
+    return {};
+  }
+  std::string text(kTail, '\0');
+  struct stat status {};
+  ssize_t size = 0;
+  if (fstat(file.fd, &status) == 0 && status.st_mtime >= since) {
+    size = pread(file.fd, text.data(), text.size(),
+                 std::max<off_t>(0, status.st_size - static_cast<off_t>(kTail)));
+  }
+  close(file.fd);
+  text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+  return text;
+}
+
+Texts linesOf(const std::string& text) {
+  std::istringstream in(text);
   Texts lines;
   for (std::string line; std::getline(in, line);) {
     if (!line.empty()) {
@@ -85,15 +103,13 @@ void append(std::string& text, const fs::path& path, const Texts& lines) {
 
 }  // namespace
 
-std::string logExcerpt(const std::string& logsFolder, pid_t process, std::time_t since,
-                       const std::string& told) {
+std::string logExcerpt(const std::string& logsFolder, const JvmLogs& jvmLogs, pid_t process,
+                       std::time_t since, const std::string& told) {
   std::vector<fs::path> files;
   std::error_code error;
   for (fs::directory_iterator entry(logsFolder, error), end; !error && entry != end;
        entry.increment(error)) {
-    struct stat status {};
-    if (entry->path().extension() == ".log" && stat(entry->path().c_str(), &status) == 0 &&
-        status.st_mtime >= since) {
+    if (entry->path().extension() == ".log") {
       files.push_back(entry->path());
     }
   }
@@ -102,7 +118,10 @@ std::string logExcerpt(const std::string& logsFolder, pid_t process, std::time_t
   const std::string id = std::to_string(process);
   for (const fs::path& file : files) {
     const bool isJvmLog = file.string().ends_with(kJvmLogSuffix);
-    Texts lines = linesOf(file);
+    if (isJvmLog && jvmLogs.startOf(file.filename().string()).value_or(-1) < since) {
+      continue;
+    }
+    Texts lines = linesOf(tailOf(file, since));
     if (!isJvmLog) {
       lines = errorsOf(lines, id, told);
     }

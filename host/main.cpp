@@ -108,7 +108,11 @@ int run(const CommandLine& line) {
 }  // namespace host
 
 int main(int argc, char** argv) {
+  if (!host::occupyStandardStreams()) {
+    return host::kExitFailed;  // and nowhere to say so
+  }
   host::resetInheritedSignals();
+  host::outliveFailedWrites();
   host::tuneAllocator();
   host::capDescriptors(host::kMaxDescriptors);
   try {

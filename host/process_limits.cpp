@@ -1,11 +1,26 @@
 #include "process_limits.h"
 
+#include <fcntl.h>
 #include <malloc.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <csignal>
 
 namespace host {
+
+bool occupyStandardStreams() noexcept {
+  for (;;) {
+    const int fd = open("/dev/null", O_RDWR);  // gets the lowest number that is free
+    if (fd < 0) {
+      return false;
+    }
+    if (fd > STDERR_FILENO) {
+      close(fd);
+      return true;
+    }
+  }
+}
 
 void resetInheritedSignals() noexcept {
   sigset_t none;
@@ -18,6 +33,15 @@ void resetInheritedSignals() noexcept {
       sigaction(sig, &action, nullptr);
     }
   }
+}
+
+void outliveFailedWrites() noexcept {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  action.sa_flags = SA_RESTART;
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGPIPE, &action, nullptr);
+  sigaction(SIGXFSZ, &action, nullptr);
 }
 
 void capDescriptors(std::size_t most) noexcept {

@@ -85,6 +85,7 @@ void takeSignals() {
   for (const int sig : kDeferred) {
     installDeferring(sig);
   }
+  installDeferring(SIGQUIT);
 }
 
 void retakeSignals() noexcept {

@@ -12,8 +12,10 @@
 /// defines `signal()`, to which the library's calls bind. For TERM, INT and HUP it only remembers
 /// the handler. What the kernel calls instead writes the number to a pipe, on whatever thread; the
 /// main thread, which does nothing else, reads the pipe and calls the remembered handler as an
-/// ordinary function, one signal at a time. Other signals go to the C library unchanged. No mask
-/// is touched and nothing is ignored, so programs that are spawned start clean.
+/// ordinary function, one signal at a time. QUIT, which asks a Java process for a thread dump,
+/// comes to the main thread in the same way, unless a Java virtual machine without -Xrs takes it.
+/// Other signals go to the C library unchanged. No mask is touched and nothing is ignored, so
+/// programs that are spawned start clean.
 
 namespace host {
 
@@ -38,7 +40,7 @@ struct Event {
 void takeSignals();
 
 /// Installs the deferring handlers again where something else has replaced them, as a Java virtual
-/// machine without -Xrs does.
+/// machine without -Xrs does. QUIT is left to it.
 void retakeSignals() noexcept;
 
 /// Tells the main thread. From any thread.

@@ -107,9 +107,12 @@ class HostileTest(unittest.TestCase):
                 self.assertEqual(agent.wait(), 1)
                 self.assertIn("no configuration", agent.stderr())
 
-    def test_it_ends_with_status_0_after_a_critical_exception(self):
+    def test_it_says_why_it_ends_after_a_critical_exception_and_calls_it_no_success(self):
         agent = self.agent(stops="critical@0", wait=False)
-        self.assertEqual(agent.wait(), 0, agent.stderr())
+        self.assertEqual(agent.wait(), 255, agent.stderr())
+        self.assertIn("zelagent: the agent ended though nobody had asked it to, with status 255\n",
+                      agent.stderr())
+        self.assertIn("FatalApplicationException: critical", agent.stderr())
 
     def test_it_ends_with_status_255_after_an_error_out_of_the_message_server(self):
         agent = self.agent(stops="error@0", wait=False)

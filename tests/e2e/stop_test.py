@@ -83,6 +83,59 @@ class StopTest(unittest.TestCase):
         self.assertEqual(agent.wait(), 7, agent.stderr())
         self.assertIn("JVM exited with code 7", agent.stderr())
 
+    def test_it_does_not_call_a_system_exit_a_success_that_nobody_asked_for(self):
+        agent = self.agent(edit_options=with_test_application)
+
+        try:
+            agent.rows("EXIT_0")
+        except OSError:
+            pass
+
+        self.assertEqual(agent.wait(), 255, agent.stderr())
+        self.assertIn("though nobody had asked it to, with status 255", agent.stderr())
+        self.assertIn("JVM exited with code 0", agent.stderr())
+
+    def test_it_writes_a_thread_dump_on_quit_and_goes_on(self):
+        for java_home in installed_javas():
+            with self.subTest(java=str(java_home)):
+                agent = self.agent(java_home=java_home)
+                agent.subnode_of(agent.process.pid)
+                for _ in range(3):
+                    before = agent.stderr().count("zelagent: end of the thread dump\n")
+                    agent.signal(signal.SIGQUIT)
+                    wait_until(lambda: agent.stderr().count("zelagent: end of the thread dump\n")
+                               > before, "a thread dump")
+
+                text = agent.stderr()
+                self.assertRegex(text, r'"Reference Handler" daemon [a-z]+')
+                self.assertRegex(text, r"    at java\.lang\.Object\.wait.*\(native code\)")
+                self.assertRegex(text, r"    at com\.qrv\.norvel\.\S+\(\w+\.java:\d+\)")
+                self.assertTrue(agent.rows("JVM_RUNTIME", subnode="self"))
+                agent.signal(signal.SIGTERM)
+                self.assertEqual(agent.wait(), 0, agent.stderr())
+
+    def test_it_runs_without_standard_streams(self):
+        agent = self.agent(start_with=["sh", "-c", 'exec "$@" <&- >&- 2>&-', "sh"], wait=False)
+        log = agent.root / "logs/agent.log"
+        wait_until(lambda: log.exists() and "is ready on port" in agent.trace(), "it is ready")
+
+        agent.signal(signal.SIGHUP)
+        wait_until(lambda: "SIGHUP suppressed" in agent.trace(), "the hang-up in the trace")
+        self.assertNotIn("Signal 90", agent.trace())
+        agent.signal(signal.SIGTERM)
+        self.assertEqual(agent.wait(), 0)
+
+    def test_it_goes_on_when_its_files_are_as_large_as_they_may_be(self):
+        # In blocks of 512 bytes. What it writes then fails, and it says so once.
+        agent = self.agent(start_with=["sh", "-c", 'ulimit -f 8; exec "$@"', "sh"],
+                           settings="  units: {\"*\": [error, state, flow, detail]}\n")
+        wait_until(lambda: "File too large" in agent.stderr(), "the limit is told")
+        self.assertTrue(agent.rows("JVM_RUNTIME", subnode="self"))
+
+        agent.signal(signal.SIGTERM)
+        self.assertEqual(agent.wait(), 0, agent.stderr())
+        self.assertEqual(agent.stderr().count("records are being lost"), 1)
+
     def test_an_error_in_a_collector_does_not_end_it(self):
         agent = self.agent(edit_options=with_test_application)
 

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 
 #include "agent_fixture.h"
 #include "exit_codes.h"
@@ -16,6 +17,7 @@ namespace {
 class AgentProcessTest : public AgentFixture {
  protected:
   bool said(const std::string& text) { return process().output().find(text) != std::string::npos; }
+  bool told(const std::string& text) { return process().errors().find(text) != std::string::npos; }
 };
 
 TEST_F(AgentProcessTest, PrintsOneLineWhenItServesAndStopsWithStatusZeroOnTerm) {
@@ -122,14 +124,94 @@ TEST_F(AgentProcessTest, LeavesTheStatusToTheThreadThatEndsTheProcess) {
   EXPECT_FALSE(said("static destructors ran"));
 }
 
-TEST_F(AgentProcessTest, EndsWithStatusZeroWhenTheAgentStopsItself) {
+TEST_F(AgentProcessTest, TellsOfAnEndThatNobodyAskedForAndDoesNotCallItASuccess) {
   start("stops itself");
   waitUntilReady();
 
   openGate();
 
-  EXPECT_EQ(process().wait(), kExitOk);
+  EXPECT_EQ(process().wait(), kExitAbnormal);
+  EXPECT_TRUE(told("the agent ended though nobody had asked it to, with status 255\n"));
+  EXPECT_TRUE(told("FATAL: a thread could not be started"));
   EXPECT_FALSE(said("static destructors ran"));
+}
+
+TEST_F(AgentProcessTest, DoesNotCallItASuccessWhenSomebodyExitsWithStatusZero) {
+  start("exits with status 0");
+  waitUntilReady();
+
+  openGate();
+
+  EXPECT_EQ(process().wait(), kExitAbnormal);
+  EXPECT_TRUE(told("though nobody had asked it to"));
+}
+
+TEST_F(AgentProcessTest, ExitingWithStatusZeroInAStopThatWasAskedForIsASuccess) {
+  start("exits in stop");
+  waitUntilReady();
+
+  process().signal(SIGTERM);
+
+  EXPECT_EQ(process().wait(), kExitOk);
+  EXPECT_EQ(process().errors(), "");
+}
+
+TEST_F(AgentProcessTest, GoesOnWhenItIsAskedForAThreadDump) {
+  start("runs");
+  waitUntilReady();
+
+  process().signal(SIGQUIT);
+  ASSERT_TRUE(process().waitForErrors("no thread dump: no Java virtual machine runs yet\n"));
+  process().signal(SIGTERM);
+
+  EXPECT_EQ(process().wait(), kExitOk);
+  EXPECT_TRUE(said("main loop ended\n"));
+}
+
+TEST_F(AgentProcessTest, DoesNotTakeItsOwnOutputForSignalsWhenStartedWithoutStandardStreams) {
+  options.beforeExec = [] {
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+      close(fd);
+    }
+  };
+  start("traces where its streams lead");
+  const auto traced = [this](const std::string& text) {
+    return readFile(files.logs() / "agent.log").find(text) != std::string::npos;
+  };
+  ASSERT_TRUE(process().waitFor([&] { return traced("/proc/self/fd/2 leads to /dev/null\n"); }));
+  EXPECT_TRUE(traced("/proc/self/fd/0 leads to /dev/null\n"));
+  EXPECT_TRUE(traced("/proc/self/fd/1 leads to /dev/null\n"));
+
+  process().signal(SIGTERM);
+
+  EXPECT_EQ(process().wait(), kExitOk);
+  EXPECT_TRUE(traced("Signal 15 is delivered"));
+  EXPECT_FALSE(traced("Signal 90")) << "the first letter of what it prints";
+}
+
+TEST_F(AgentProcessTest, GoesOnWhenItsLogIsAsLargeAsTheLimitAllows) {
+  options.beforeExec = [] {
+    const rlimit limit{1000, 1000};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  };
+  start("traces a lot");
+  waitUntilReady();
+
+  process().signal(SIGTERM);
+
+  EXPECT_EQ(process().wait(), kExitOk);
+  EXPECT_LE(std::filesystem::file_size(files.logs() / "agent.log"), 1000U);
+}
+
+TEST_F(AgentProcessTest, SaysThatItCannotWriteItsPidFileUnderALimitOfNothing) {
+  options.beforeExec = [] {
+    const rlimit limit{0, 0};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  };
+  start("runs");
+
+  EXPECT_EQ(process().wait(), kExitFailed);
+  EXPECT_TRUE(told("zelagent.pid: File too large"));
 }
 
 TEST_F(AgentProcessTest, RunsNoStaticDestructorWhenManyThreadsExitAtOnce) {

@@ -11,10 +11,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
 constexpr auto kDeadline = std::chrono::seconds(60);
+constexpr std::chrono::milliseconds kPoll(50);
 
 auto now() { return std::chrono::steady_clock::now(); }
 
@@ -83,13 +85,31 @@ void ChildProcess::signal(int sig) const {
 }
 
 bool ChildProcess::waitForOutput(const std::string& text) {
+  return waitFor([&] { return output_.find(text) != std::string::npos; });
+}
+
+bool ChildProcess::waitForErrors(const std::string& text) {
+  return waitFor([&] { return errors_.find(text) != std::string::npos; });
+}
+
+bool ChildProcess::waitFor(const std::function<bool()>& condition) {
   const auto end = now() + kDeadline;
-  while (output_.find(text) == std::string::npos) {
-    if (now() > end || !readSome()) {
-      return output_.find(text) != std::string::npos;
+  while (!condition()) {
+    if (!readSome()) {  // it has closed its streams, and may run on
+      std::this_thread::sleep_for(kPoll);
+    }
+    if (now() > end || !isRunning()) {
+      return condition();
     }
   }
   return true;
+}
+
+bool ChildProcess::isRunning() const {
+  siginfo_t info{};
+  return id_ > 0 &&
+         waitid(P_PID, static_cast<id_t>(id_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         info.si_pid == 0;
 }
 
 int ChildProcess::wait() {
@@ -117,8 +137,7 @@ bool ChildProcess::readSome() {
   if (outputFd_ < 0 && errorsFd_ < 0) {
     return false;
   }
-  constexpr int kPollMs = 50;
-  if (poll(fds.data(), fds.size(), kPollMs) > 0) {
+  if (poll(fds.data(), fds.size(), static_cast<int>(kPoll.count())) > 0) {
     if (fds[0].revents != 0) {
       readFrom(outputFd_, output_);
     }

@@ -29,6 +29,12 @@ class ChildProcess {
   /// Reads on until standard output holds `text`. Whether it came before the deadline and the end.
   bool waitForOutput(const std::string& text);
 
+  /// As above, for standard error.
+  bool waitForErrors(const std::string& text);
+  /// Reads on until the condition holds. Whether it did before the deadline and the end.
+  bool waitFor(const std::function<bool()>& condition);
+  bool isRunning() const;
+
   /// Reads on until the program ends; returns its exit status, 128 + signal when one ended it, or
   /// -1 when the deadline passed.
   int wait();

@@ -3,8 +3,8 @@
 1 ms apart, the application's wish, its critical exception, a Java Error out of the message server,
 each alone, several at different moments, or all at once.
 
-Each agent must end, with the status that was meant: 0, or 255 when a Java Error was among the
-causes, and 255 alone when it was the only one. The moments follow from the seed. With every Java
+Each agent must end, with the status that was meant: 0, or 255 when a failure (the critical exception
+or the Java Error) was among the causes, and 255 alone when nobody asked for the end. The moments follow from the seed. With every Java
 installation that is found, or with those that are named.
 """
 
@@ -24,6 +24,7 @@ import signals
 START = (0.0, 0.7)  # seconds after exec in which most agents still start
 LOAD = (0.7, 2.5)
 CAUSES = ("term", "term+hup", "application", "critical", "error")
+FAILURES = {"critical", "error"}
 
 
 class Plan:
@@ -42,9 +43,10 @@ class Plan:
             self.moments.pop("term+hup", None)
 
     def meant(self):
-        if set(self.moments) == {"error"}:
+        failures = FAILURES & set(self.moments)
+        if failures == set(self.moments):
             return {255}
-        return {0, 255} if "error" in self.moments else {0}
+        return {0, 255} if failures else {0}
 
     def from_inside(self, start):
         """For the application: when it does its part."""

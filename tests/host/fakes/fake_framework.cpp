@@ -26,7 +26,7 @@ struct Fake {
   std::mutex mutex;
   std::condition_variable changed;
   agentfw::host::Settings settings;
-  std::map<std::string, std::string> defaults{{"ZEL_PROD", "ZJX"}};
+  std::map<std::string, std::string> defaults{{"ZEL_PROD", "ZJX"}, {"ZEL_INST", "jmx"}};
   std::function<void(std::uint16_t)> ready;
   std::function<void()> entered;
   agentfw::host::CallGuard* guard = nullptr;

@@ -58,6 +58,9 @@ void stop() {
   if (std::strcmp(std::getenv("FAKE_AGENT"), "hangs in stop") == 0) {
     hang();
   }
+  if (std::strcmp(std::getenv("FAKE_AGENT"), "exits in stop") == 0) {
+    std::exit(0);
+  }
   shutDown();
 }
 
@@ -129,9 +132,37 @@ const std::map<std::string, std::function<int()>> kAgents{
     {"stops itself",
      [] {
        return runBeside([] {
+         RAS1_FUNCTION();
          waitForGate();
+         RAS1_PRINT("FATAL: a thread could not be started");
          shutDown();
        });
+     }},
+    {"exits with status 0",
+     [] {
+       return runBeside([] {
+         waitForGate();
+         std::exit(0);
+       });
+     }},
+    {"exits in stop", runMainLoop},
+    {"traces where its streams lead",
+     [] {
+       RAS1_FUNCTION();
+       for (const char* stream : {"/proc/self/fd/0", "/proc/self/fd/1", "/proc/self/fd/2"}) {
+         char target[64] = {};
+         [[maybe_unused]] const ssize_t size = readlink(stream, target, sizeof target - 1);
+         RAS1_PRINT("%s leads to %s", stream, target);
+       }
+       return runMainLoop();
+     }},
+    {"traces a lot",
+     [] {
+       RAS1_FUNCTION();
+       for (int i = 0; i < 100; ++i) {
+         RAS1_PRINT("one line of very many that do not fit into the file");
+       }
+       return runMainLoop();
      }},
     {"exits on many threads",
      [] {

@@ -35,6 +35,9 @@ public final class TestApplication implements Application {
         TableDefinition.builder("EXIT").column(DONE).build(),
         (request, rows) -> System.exit(7));
     agent.table(
+        TableDefinition.builder("EXIT_0").column(DONE).build(),
+        (request, rows) -> System.exit(0));
+    agent.table(
         TableDefinition.builder("FAIL").column(DONE).build(),
         (request, rows) -> {
           throw new AssertionError("a collector went wrong");

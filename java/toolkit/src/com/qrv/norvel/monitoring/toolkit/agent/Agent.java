@@ -98,8 +98,9 @@ public interface Agent {
   Daemons daemons();
 
   /**
-   * Asks the agent to end in an orderly way. Returns at once. Before the agent is up, the
-   * request waits until it is.
+   * Asks the agent to end in an orderly way, with status 0. Returns at once. Before the agent is up,
+   * the request waits until it is. {@code System.exit} ends the process as well, but at once, and 0
+   * becomes 255 then: whoever watches the process should not take that for a stop.
    *
    * @param reason one line for the trace
    */

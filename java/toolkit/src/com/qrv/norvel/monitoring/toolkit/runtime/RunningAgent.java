@@ -17,6 +17,12 @@ import java.util.HashMap;
 
 /** The agent, as it is handed to the application. */
 final class RunningAgent implements Agent {
+  /**
+   * System property that is set once the application has asked the agent to end: the agent's process
+   * takes an end without it, and without a signal, for a failure.
+   */
+  static final String STOP_REASON = "zel.stop.reason";
+
   private final AgentInfo info;
   private final TraceSink sink;
   private final AgentLog ownLog;
@@ -142,7 +148,9 @@ final class RunningAgent implements Agent {
   @Override
   public void stop(String reason) {
     ownLog.always("The application asks the agent to end: " + reason);
-    notifications.send(NotificationCode.SHUTDOWN, new HashMap<Integer, Object>());
+    if (notifications.send(NotificationCode.SHUTDOWN, new HashMap<Integer, Object>())) {
+      System.setProperty(STOP_REASON, String.valueOf(reason));
+    }
   }
 
   /** Takes no more declarations. What the operations below return is constant from here on. */

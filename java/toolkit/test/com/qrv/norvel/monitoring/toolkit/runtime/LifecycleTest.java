@@ -341,6 +341,26 @@ class LifecycleTest {
   }
 
   @Test
+  void marksAnEndThatTheApplicationHasAskedForUnlessTheWishCameTooLate() {
+    System.clearProperty(RunningAgent.STOP_REASON);
+    Witness late = new Witness();
+    NativeSide ended = NativeSide.inline(late);
+    ended.init();
+    ended.start();
+    ended.request(4, null);
+    late.agent.stop("late");
+    assertThat(System.getProperty(RunningAgent.STOP_REASON)).isNull();
+
+    Witness application = new Witness();
+    NativeSide side = NativeSide.inline(application);
+    side.init();
+    side.start();
+    application.agent.stop("done");
+    assertThat(System.getProperty(RunningAgent.STOP_REASON)).isEqualTo("done");
+    System.clearProperty(RunningAgent.STOP_REASON);
+  }
+
+  @Test
   void sendsNoNotificationOnceTheAgentStops() {
     Witness application = new Witness();
     NativeSide side = NativeSide.inline(application);
