@@ -36,6 +36,7 @@ struct EngineConfig {
   std::chrono::milliseconds stuckAfter{10'000};     ///< then a collector counts as stuck
   std::chrono::milliseconds coalesceAge{500};       ///< reports within this time share one sample
   std::chrono::milliseconds drainBound{5'000};      ///< wait for callbacks when stopping
+  std::chrono::milliseconds subnodeWait{5'000};     ///< readiness waits for the first subnode
   std::uint32_t sampleWorkers = 4;
   std::uint32_t stuckWorkers = 16;   ///< workers at most that stand in for stuck ones
   std::uint32_t rowLimit = 100'000;  ///< rows of one sample at most
@@ -81,7 +82,9 @@ struct ServicesConfig {
 /// (schema.cpp) has one line per member and prints the defaults that stand here.
 struct AgentConfig {
   ProductConfig product;
-  std::string instance;  ///< the first part of the agent's node name
+  /// The first part of the agent's node name. The loader fills in what follows from the home's name
+  /// when the file does not say it.
+  std::string instance;
   std::string host;      ///< empty: the machine's name
   std::map<std::string, std::string> environment;
   HttpConfig http;
@@ -90,17 +93,11 @@ struct AgentConfig {
   EventsConfig events;
   SituationsConfig situations;
   ServicesConfig services;
-  /// The loader makes `file` absolute.
-  trace::Settings trace = traceDefaults();
+  /// The loader makes `file` absolute, and names it after the home when the file does not say it.
+  trace::Settings trace;
 
   /// The product home, absolute. Not a setting: the loader fills it in.
   std::string home;
-
-  static trace::Settings traceDefaults() {
-    trace::Settings settings;
-    settings.file = "../../logs/agent.log";
-    return settings;
-  }
 };
 
 }  // namespace fw

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "basic/nearest.h"
+#include "config/home_names.h"
 #include "config/schema.h"
 
 namespace fw {
@@ -200,6 +201,15 @@ std::string absoluteFrom(const std::string& home, const std::string& path) {
   return (std::filesystem::path(home) / path).lexically_normal().string();
 }
 
+void nameAfterHome(AgentConfig& config, const std::string& folder) {
+  if (config.instance.empty()) {
+    config.instance = instanceOfHome(folder);
+  }
+  if (config.trace.file.empty()) {
+    config.trace.file = traceFileOfHome(folder);
+  }
+}
+
 }  // namespace
 
 std::string LoadedConfig::placeOf(const std::string& key, const std::string& file) const {
@@ -243,6 +253,7 @@ LoadedConfig loadConfig(const std::string& home) {
   }
   LoadedConfig loaded = parseConfig(text, file);
   loaded.config.home = absolute.string();
+  nameAfterHome(loaded.config, absolute.filename().string());
   loaded.config.trace.file = absoluteFrom(loaded.config.home, loaded.config.trace.file);
   return loaded;
 }

@@ -23,13 +23,12 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 bool isCapital(char c) { return c >= 'A' && c <= 'Z'; }
 bool isLetter(char c) { return isCapital(c) || (c >= 'a' && c <= 'z'); }
 bool isCodeChar(char c) { return isCapital(c) || isDigit(c); }
-bool isInstanceChar(char c) { return isLetter(c) || isDigit(c) || c == '_' || c == '-'; }
 bool isHostChar(char c) { return isLetter(c) || isDigit(c) || c == '.' || c == '-'; }
 bool isVersionChar(char c) { return isInstanceChar(c) || c == '.'; }
 
 TextRule codeRule() { return {"three capital letters or digits as in ZJX", 3, 3, isCodeChar}; }
 TextRule instanceRule() {
-  return {"1 to 12 letters, digits, \"_\" or \"-\"", 1, 12, isInstanceChar};
+  return {"1 to 12 letters, digits, \"_\" or \"-\"", 1, kMaxInstance, isInstanceChar};
 }
 TextRule hostRule() { return {"a host name of at most 64 characters", 0, 64, isHostChar}; }
 TextRule versionRule() {
@@ -50,9 +49,10 @@ void addIdentity(std::vector<Setting>& all) {
       text("product.name", MEMBER(product.name), nameRule(), "Name of the product, for people.")));
   all.push_back(text("product.version", MEMBER(product.version), versionRule(),
                      "Version of the product; without it, that of the framework."));
-  all.push_back(required(
-      text("instance", MEMBER(instance), instanceRule(),
-           "Tells agents on one machine apart: the first part of the agent's node name.")));
+  all.push_back(text("instance", MEMBER(instance), instanceRule(),
+                     "Tells agents on one machine apart: the first part of the agent's node name, "
+                     "and a part of the names of its Java virtual machine's logs. Without it, the "
+                     "name of the product home's folder, shortened where that is longer."));
   all.push_back(text("host", MEMBER(host), hostRule(),
                      "Host name in the agent's node name; without it, the machine's."));
   all.push_back(variables(
@@ -92,6 +92,9 @@ void addEngine(std::vector<Setting>& all) {
   all.push_back(duration("engine.drain_bound", MEMBER(engine.drainBound), 0ms, 1min,
                          "Wait for collectors that are running when the agent stops; the whole "
                          "stop takes at most ZEL_STOP_LIMIT seconds (20)."));
+  all.push_back(duration("engine.subnode_wait", MEMBER(engine.subnodeWait), 0ms, 10min,
+                         "An agent with tables that have rows per subnode is ready when its first "
+                         "subnode is registered, or after so long."));
   all.push_back(integer("engine.sample_workers", MEMBER(engine.sampleWorkers), 1, 256,
                         "Collectors that run at a time, as long as none is slow."));
   all.push_back(integer("engine.stuck_workers", MEMBER(engine.stuckWorkers), 0, 1'000,
@@ -168,7 +171,10 @@ void addTrace(std::vector<Setting>& all) {
       "`file:` and the name of a source file, or `component:` and a component. `*` and `?` are "
       "wildcards. Of the lines that fit a unit the last one counts."));
   all.push_back(text("trace.file", MEMBER(trace.file), pathRule(),
-                     "The trace file; a relative path begins at the product home."));
+                     "The trace file; a relative path begins at the product home. Without it, "
+                     "`../../logs/agent.log` if the home's folder is called jmx, otherwise "
+                     "`../../logs/agent-NAME.log` with the folder's name. It must be a regular "
+                     "file of the agent's user, or not be there yet."));
   all.push_back(size("trace.max_size", MEMBER(trace.maxSize), 64 * kKiB, 4 * kGiB,
                      "A file that has reached this size is renamed and a new one begun."));
   all.push_back(integer("trace.files", MEMBER(trace.files), 1, 1'000,

@@ -11,6 +11,13 @@ namespace fw {
 /// come from this one table.
 const std::vector<Setting>& configSchema();
 
+/// Of which an instance consists, and how long it is at most.
+inline bool isInstanceChar(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' ||
+         c == '-';
+}
+inline constexpr std::size_t kMaxInstance = 12;
+
 /// The page docs/formats/agent-yaml.md, made from the schema.
 std::string configSchemaPage();
 

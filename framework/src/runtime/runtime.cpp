@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <exception>
 #include <utility>
@@ -165,6 +166,7 @@ int Runtime::serve(Service& service) {
   }
   engine_.setLoaded();
   engine_.waitDescribed(config_.engine.reportDeadline);
+  awaitFirstSubnode();
   setState(AgentStatus::State::Ready);
   {
     const std::lock_guard lock(mutex_);
@@ -177,6 +179,22 @@ int Runtime::serve(Service& service) {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [this] { return stopping_; });
   return kRcOk;
+}
+
+// The agent registers its subnodes by itself, once it is loaded. Until the first has come a report
+// on it would find nothing, so whoever has waited for "ready" would see an agent without subnodes.
+void Runtime::awaitFirstSubnode() {
+  RAS1_FUNCTION();
+  const std::vector<TableStatus> tables = engine_.tables();
+  if (std::none_of(tables.begin(), tables.end(),
+                   [](const TableStatus& table) { return table.info->perSubnode; })) {
+    return;
+  }
+  std::unique_lock lock(mutex_);
+  if (!changed_.wait_for(lock, config_.engine.subnodeWait,
+                         [this] { return hasSubnodes_ || stopping_; })) {
+    RAS1_PRINT_IF(kRas1State, "no subnode is registered yet; the agent is ready without");
+  }
 }
 
 int Runtime::load() {
@@ -278,6 +296,11 @@ void Runtime::shutdown() {
 
 void Runtime::commitSubnodes() {
   subnodes_.commit();
+  if (!subnodes_.askable().empty()) {
+    const std::lock_guard lock(mutex_);
+    hasSubnodes_ = true;
+    changed_.notify_all();
+  }
   situations_.subnodesCame();
 }
 

@@ -89,6 +89,7 @@ class Runtime final : public Agent, public TableRegistrar {
 
   int serve(Service& service);
   int load();
+  void awaitFirstSubnode();
   void end(Service& service);
   void deleteObjects(std::chrono::milliseconds bound);
   void setState(AgentStatus::State state);
@@ -115,6 +116,7 @@ class Runtime final : public Agent, public TableRegistrar {
   Loader loader_ = nullptr;                                  // guarded by mutex_
   CommandCallback commandCallback_ = nullptr;                // guarded by mutex_
   LoaderResult loaded_;                                      // guarded by mutex_
+  bool hasSubnodes_ = false;                                 // guarded by mutex_; has ever had some
 
   SituationDesk situations_;  // follows the engine's tables as long as its workers run
   Engine engine_;

@@ -62,6 +62,7 @@ class RuntimeTest : public testing::Test {
     config.instance = "jmx";
     config.host = "alpha";
     config.engine.drainBound = 30s;
+    config.engine.subnodeWait = 0s;
     s_loader = [] { return 0; };
   }
 

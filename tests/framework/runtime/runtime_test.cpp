@@ -69,6 +69,57 @@ TEST_F(RuntimeTest, ServesTheRowsOfItsSubnodes) {
   EXPECT_EQ(decodeValue(result.table->columns[0], result.rows[0].bytes), Value(std::string("one")));
 }
 
+TEST_F(RuntimeTest, IsReadyWhenItsFirstSubnodeIsThere) {
+  config.engine.subnodeWait = 1h;
+  s_loader = [this] { return static_cast<int>(table.RegisterWithManager()); };
+  std::promise<std::size_t> ready;
+  host.onReady([&](std::uint16_t) { ready.set_value(runtime->subnodes().size()); });
+  start();
+  ASSERT_TRUE(test::eventually([this] {
+    const auto status = runtime->table("T");
+    return status && status->state == TableStatus::State::Ready;
+  }));
+  IRA_Subnode_Register_nAff("one", "JX", "1", 0, "", "", "", "");
+  EXPECT_TRUE(isIn(State::Loading)) << "it is staged only";
+
+  IRA_Subnode_SendRequest();
+
+  EXPECT_EQ(ready.get_future().get(), 1U);
+  EXPECT_TRUE(isIn(State::Ready));
+}
+
+TEST_F(RuntimeTest, IsReadyWithoutASubnodeWhenNoneComesInTime) {
+  config.engine.subnodeWait = 50ms;
+
+  startAndAwaitReady();
+
+  EXPECT_TRUE(runtime->subnodes().empty());
+}
+
+TEST_F(RuntimeTest, WaitsForNoSubnodeWhenItHasNoTableForThem) {
+  config.engine.subnodeWait = 1h;
+  test::TestTable own("OWN", test::packed({{"N", ColumnType::Int32, 0, 4}}));
+  s_loader = [&] { return static_cast<int>(own.RegisterWithManager()); };
+  start();
+
+  EXPECT_TRUE(test::eventually([this] { return isIn(State::Ready); }));
+
+  IRA_Shutdown(1);
+  loop.get();
+  runtime.reset();
+}
+
+TEST_F(RuntimeTest, AStopEndsTheWaitForASubnode) {
+  config.engine.subnodeWait = 1h;
+  s_loader = [this] { return static_cast<int>(table.RegisterWithManager()); };
+  start();
+  ASSERT_TRUE(test::eventually([this] { return runtime->table("T").has_value(); }));
+
+  IRA_Shutdown(1);
+
+  EXPECT_EQ(loop.get(), 0);
+}
+
 TEST_F(RuntimeTest, ADeregisteredSubnodeIsUnknownAtOnceAndItsObjectIsDeleted) {
   startAndAwaitReady();
   IRA_Subnode_Register_nAff("one", "JX", "1", 0, "", "", "", "");
@@ -223,12 +274,24 @@ TEST_F(RuntimeTest, WhatTheAgentPushesIsFedToReadersUntilItStops) {
   runtime.reset();
 }
 
+/// With a clock that is turned by hand.
 class RuntimeServiceLaneTest : public RuntimeTest {
  protected:
   RuntimeServiceLaneTest() : RuntimeTest(time) {}
 
   static inline ManualClock time;
 };
+
+TEST_F(RuntimeServiceLaneTest, TheTimeOfDayDoesNotChangeHowLongItIsUp) {
+  startAndAwaitReady();
+
+  time.setWall(time.wall() + 24h);
+  EXPECT_EQ(runtime->status().uptime, 0ms);
+  time.setWall(time.wall() - 48h);
+  time.advance(90s);
+
+  EXPECT_EQ(runtime->status().uptime, 90s);
+}
 
 TEST_F(RuntimeServiceLaneTest, NoMoreServiceCallbacksRunAtATimeThanConfigured) {
   config.services.workers = 1;
