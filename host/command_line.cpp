@@ -26,7 +26,8 @@ Zel is ready: http://127.0.0.1:PORT/
   --version       print the version
   --help          print this text
 
-Signals: TERM and INT (Ctrl-C) stop the agent; a second INT ends it at once.
+Signals: TERM and INT (Ctrl-C) stop the agent; a second INT ends it at once. QUIT
+writes what each Java thread does to standard error. HUP does nothing.
 
 Environment:
   ZEL_LIBJVM      the Java virtual machine to use (path of libjvm.so)
@@ -39,7 +40,8 @@ Exit status:
     2  wrong command line, home or configuration
     3  a stop took too long and was cut short
   130  ended by a second INT
-  255  a fatal error in the agent or in the Java virtual machine
+  255  a fatal error in the agent or in the Java virtual machine, or an end
+       that nobody had asked for
   Any other status comes from the Java application.
 )";
 

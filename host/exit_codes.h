@@ -9,7 +9,8 @@ enum ExitCode : int {
   kExitUsage = 2,          ///< wrong command line, home, or configuration
   kExitStopTimedOut = 3,   ///< a stop took too long and was cut short
   kExitInterrupted = 130,  ///< a second INT during a stop
-  kExitAbnormal = 255,     ///< what the agent and the Java virtual machine use for fatal errors
+  kExitAbnormal = 255,     ///< fatal errors of the agent and the Java virtual machine; ends with
+                           ///< status 0 that nobody asked for
 };
 
 }  // namespace host

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "exit_codes.h"
 #include "start_error.h"
@@ -58,6 +59,24 @@ void makeWritable(const std::string& folder, const char* what) {
                                  "the right to write to it, or run the agent as another user.",
                                  folder, std::strerror(failure), what, geteuid()));
   }
+}
+
+/// The next line with those that go on in it, without blanks around each.
+std::string nextEntry(std::istream& in) {
+  std::string entry;
+  for (std::string line; std::getline(in, line);) {
+    line.erase(0, line.find_first_not_of(" \t"));
+    line.erase(line.find_last_not_of(" \t\r") + 1);
+    const bool continued = !line.empty() && line.back() == '\\';
+    if (continued) {
+      line.pop_back();
+    }
+    entry += line;
+    if (!continued) {
+      break;
+    }
+  }
+  return entry;
 }
 
 }  // namespace
@@ -112,6 +131,19 @@ std::string optionsFile(const Home& home, const std::string& productCode) {
   return home.root + "/config/" + name + kOptionsSuffix;
 }
 
+std::vector<std::string> optionsIn(const std::string& path) {
+  std::ifstream in(path);
+  std::vector<std::string> options;
+  nextEntry(in);
+  while (in) {
+    std::string entry = nextEntry(in);
+    if (!entry.empty() && entry.front() != '#') {
+      options.push_back(std::move(entry));
+    }
+  }
+  return options;
+}
+
 std::vector<std::string> checkOptionsFile(const Home& home, const std::string& path) {
   std::ifstream in(path);
   if (!in) {
@@ -122,19 +154,7 @@ std::vector<std::string> checkOptionsFile(const Home& home, const std::string& p
                     "case, then {}.",
                     path, std::strerror(errno), kOptionsSuffix));
   }
-  std::string classPath;
-  for (std::string line; std::getline(in, line);) {
-    line.erase(0, line.find_first_not_of(" \t"));
-    line.erase(line.find_last_not_of(" \t\r") + 1);
-    const bool continued = !line.empty() && line.back() == '\\';
-    if (continued) {
-      line.pop_back();
-    }
-    classPath += line;
-    if (!continued) {
-      break;
-    }
-  }
+  const std::string classPath = nextEntry(in);
   if (classPath.empty() || classPath.front() == '#' || classPath.front() == '-') {
     throw StartError(kExitUsage,
                      fmt::format("{}: the first line must be the class path of the Java "

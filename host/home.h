@@ -30,6 +30,10 @@ std::vector<std::string> optionsFiles(const Home& home);
 /// Path of the options file of the Java virtual machine for a product code.
 std::string optionsFile(const Home& home, const std::string& productCode);
 
+/// The options in the options file, without the class path, which is its first line. A backslash at
+/// the end of a line goes on in the next one.
+std::vector<std::string> optionsIn(const std::string& path);
+
 /// Reads the options file as far as a start can fail for it: it must be there, and its first line
 /// must be the class path. Throws StartError; returns warnings, one text each.
 std::vector<std::string> checkOptionsFile(const Home& home, const std::string& path);

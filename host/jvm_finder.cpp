@@ -134,6 +134,16 @@ JvmSearch findJvm(const JvmPlaces& places) {
   return search;
 }
 
+std::string javaHomeWarning(const JvmPlaces& places, const JvmSearch& search) {
+  if (!places.javaHome || !search.found || search.notes.empty()) {
+    return {};
+  }
+  return fmt::format(
+      "{}; using {} instead\n  Set JAVA_HOME to the folder of a Java installation of version {} or "
+      "later (the one that holds lib/server/libjvm.so), or unset it.",
+      search.notes.front(), search.found->library, kOldestJava);
+}
+
 std::string noJvmText(const JvmSearch& search) {
   std::string text =
       fmt::format("no Java virtual machine of version {} or later found", kOldestJava);

@@ -17,6 +17,7 @@
 #include "home.h"
 #include "instance_lock.h"
 #include "jvm_finder.h"
+#include "jvm_options_check.h"
 #include "process_limits.h"
 #include "service_notify.h"
 #include "signals.h"
@@ -35,36 +36,68 @@ void warnOf(const std::vector<std::string>& warnings) {
   }
 }
 
-int checkConfiguration(const Home& home) {
-  if (const std::string errors = agentfw::host::checkConfig(home.root); !errors.empty()) {
-    refuse(errors);
+/// Warns of options that `jvm` would pass over.
+void warnOfUnknownOptions(const std::string& jvm, const std::string& optionsFile) {
+  for (const std::string& option : unknownJvmOptions(jvm, optionsIn(optionsFile))) {
+    warnOf({fmt::format("{}: {} does not know the option {}, and passes over it", optionsFile, jvm,
+                        option)});
   }
-  for (const std::string& file : optionsFiles(home)) {
-    warnOf(checkOptionsFile(home, file));
+}
+
+/// Looks for a virtual machine where there may be some, and warns of a wrong JAVA_HOME.
+JvmSearch searchJvm() {
+  const JvmPlaces places = JvmPlaces::ofEnvironment();
+  JvmSearch search = findJvm(places);
+  if (const std::string warning = javaHomeWarning(places, search); !warning.empty()) {
+    warnOf({warning});
   }
-  fmt::print("{}: the configuration is good\n", home.root);
-  return kExitOk;
+  return search;
+}
+
+/// The virtual machine that ZEL_LIBJVM names.
+std::string namedJvm(const char* named) {
+  if (std::FILE* file = std::fopen(named, "rb")) {
+    std::fclose(file);
+    return named;
+  }
+  throw StartError(kExitFailed,
+                   fmt::format("ZEL_LIBJVM names {}, which can't be read: {}\n  Set it to the "
+                               "lib/server/libjvm.so of a Java installation, or unset it to have "
+                               "one found.",
+                               named, std::strerror(errno)));
 }
 
 /// The virtual machine that the environment or the configuration names, else one that is found.
 std::string chooseJvm() {
   if (const char* named = BSS1_GetEnv("ZEL_LIBJVM", nullptr)) {
-    if (std::FILE* file = std::fopen(named, "rb")) {
-      std::fclose(file);
-      return named;
-    }
-    throw StartError(kExitFailed,
-                     fmt::format("ZEL_LIBJVM names {}, which can't be read: {}\n  Set it to the "
-                                 "lib/server/libjvm.so of a Java installation, or unset it to have "
-                                 "one found.",
-                                 named, std::strerror(errno)));
+    return namedJvm(named);
   }
-  const JvmSearch search = findJvm(JvmPlaces::ofEnvironment());
-  if (search.found) {
-    agentfw::host::setDefaultEnv("ZEL_LIBJVM", search.found->library);
-    return search.found->library;
+  const JvmSearch search = searchJvm();
+  if (!search.found) {
+    throw StartError(kExitFailed, noJvmText(search));
   }
-  throw StartError(kExitFailed, noJvmText(search));
+  agentfw::host::setDefaultEnv("ZEL_LIBJVM", search.found->library);
+  return search.found->library;
+}
+
+int checkConfiguration(const Home& home) {
+  if (const std::string errors = agentfw::host::checkConfig(home.root); !errors.empty()) {
+    refuse(errors);
+  }
+  std::string jvm;
+  if (const char* named = std::getenv("ZEL_LIBJVM")) {
+    jvm = namedJvm(named);
+  } else if (const JvmSearch search = searchJvm(); search.found) {
+    jvm = search.found->library;
+  } else {
+    warnOf({noJvmText(search)});
+  }
+  for (const std::string& file : optionsFiles(home)) {
+    warnOf(checkOptionsFile(home, file));
+    warnOfUnknownOptions(jvm, file);
+  }
+  fmt::print("{}: the configuration is good\n", home.root);
+  return kExitOk;
 }
 
 std::chrono::seconds stopLimit() {
@@ -98,8 +131,10 @@ int run(const CommandLine& line) {
       !errors.empty()) {
     refuse(errors);
   }
-  warnOf(checkOptionsFile(home, optionsFile(home, BSS1_GetEnv("ZEL_PROD", ""))));
+  const std::string options = optionsFile(home, BSS1_GetEnv("ZEL_PROD", ""));
+  warnOf(checkOptionsFile(home, options));
   const std::string jvm = chooseJvm();
+  warnOfUnknownOptions(jvm, options);
   auto& process = *new AgentProcess(home, std::move(lock), std::move(notify), jvm, stopLimit());
   return process.run();
 }

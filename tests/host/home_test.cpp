@@ -93,6 +93,14 @@ TEST_F(HomeTest, WarnsOfClassPathEntriesThatDoNotExist) {
   EXPECT_EQ(warnings[0], path.string() + ": class path entry lib/none.jar does not exist");
 }
 
+TEST_F(HomeTest, ReadsTheOptionsBehindTheClassPath) {
+  const auto path = files.write("agents/jmx/config/zjxwb.properties",
+                                "a.jar:\\\n  b.jar\n\n# -Xcomment\n  -Xrs \n-Da=b\\\n c\n-Xmx64m");
+
+  EXPECT_EQ(optionsIn(path.string()), (std::vector<std::string>{"-Xrs", "-Da=bc", "-Xmx64m"}));
+  EXPECT_EQ(optionsIn("/nonexistent"), std::vector<std::string>());
+}
+
 TEST_F(HomeTest, RefusesAnOptionsFileThatDoesNotBeginWithTheClassPath) {
   const Home home = findHome(files.home().string());
   for (const char* text : {"", "\n../../share/zel/app.jar\n", "# options\na.jar\n", "-Xrs\n"}) {

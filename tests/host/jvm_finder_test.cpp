@@ -89,6 +89,26 @@ TEST_F(JvmFinderTest, PassesOverAnOldJavaAndGoesOn) {
   EXPECT_EQ(search.notes.front(), "JAVA_HOME: " + *places.javaHome + " is Java 8, too old");
 }
 
+TEST_F(JvmFinderTest, TellsOfAJavaHomeThatIsNoneAndWhatItTookInstead) {
+  places.javaHome = "/nonexistent";
+  const fs::path taken = installation("jvms/good", "17");
+
+  const std::string text = javaHomeWarning(places, findJvm(places));
+
+  EXPECT_EQ(text.find("JAVA_HOME: no lib/server/libjvm.so in /nonexistent; using " +
+                      libraryOf(taken) + " instead\n  Set JAVA_HOME to"),
+            0U)
+      << text;
+}
+
+TEST_F(JvmFinderTest, SaysNothingOfAJavaHomeThatIsTakenOrNotSet) {
+  installation("jvms/good", "17");
+  EXPECT_EQ(javaHomeWarning(places, findJvm(places)), "");
+
+  places.javaHome = installation("chosen", "21").string();
+  EXPECT_EQ(javaHomeWarning(places, findJvm(places)), "");
+}
+
 TEST_F(JvmFinderTest, TellsWhereItLookedAndWhichVariableToSetWhenThereIsNone) {
   installation("jvms/old", "11.0.2");
   places.javaHome = "/nonexistent";
