@@ -1,6 +1,7 @@
 #include "home.h"
 
 #include <fmt/core.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -120,6 +121,32 @@ Home findHome(const std::string& folder) {
 void prepareHome(const Home& home) {
   makeWritable(home.var, "its state");
   makeWritable(home.logs, "its logs");
+}
+
+std::vector<std::string> openToOthers(const Home& home) {
+  std::vector<std::string> paths{home.root, home.root + "/config", home.root + "/" + kAgentFile,
+                                 home.var, home.logs};
+  const std::vector<std::string> options = optionsFilesIn(home.root);
+  paths.insert(paths.end(), options.begin(), options.end());
+  std::vector<std::string> warnings;
+  for (const std::string& path : paths) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+      continue;
+    }
+    if (status.st_uid != 0 && status.st_uid != geteuid()) {
+      warnings.push_back(
+          fmt::format("{} belongs to user {}, who can change what the agent does; "
+                      "give it to root or to the agent's user (id {})",
+                      path, status.st_uid, geteuid()));
+    } else if ((status.st_mode & S_IWOTH) != 0) {
+      warnings.push_back(
+          fmt::format("{} can be changed by every user; take the right away with: "
+                      "chmod o-w {}",
+                      path, path));
+    }
+  }
+  return warnings;
 }
 
 std::vector<std::string> optionsFiles(const Home& home) { return optionsFilesIn(home.root); }

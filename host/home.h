@@ -24,6 +24,10 @@ Home findHome(const std::string& folder);
 /// there. Throws StartError.
 void prepareHome(const Home& home);
 
+/// Which folders and files of the agent other users can change, one warning each: who can, decides
+/// what the agent runs, or what is found under the names that it writes to.
+std::vector<std::string> openToOthers(const Home& home);
+
 /// Paths of the options files in the home's config/, one per product code, sorted.
 std::vector<std::string> optionsFiles(const Home& home);
 

@@ -66,6 +66,7 @@ std::string answerTo(const std::string& library, std::vector<std::string>& optio
   if (pipe2(ends, O_CLOEXEC) != 0) {
     return {};
   }
+  std::fflush(nullptr);  // the virtual machine may write out what the child has inherited
   const pid_t child = fork();
   if (child == 0) {
     s_answer = ends[1];

@@ -84,6 +84,7 @@ int checkConfiguration(const Home& home) {
   if (const std::string errors = agentfw::host::checkConfig(home.root); !errors.empty()) {
     refuse(errors);
   }
+  warnOf(openToOthers(home));
   std::string jvm;
   if (const char* named = std::getenv("ZEL_LIBJVM")) {
     jvm = namedJvm(named);
@@ -122,6 +123,7 @@ int run(const CommandLine& line) {
   takeSignals();
   ServiceNotify notify;
   prepareHome(home);
+  warnOf(openToOthers(home));
   // Before the trace opens its files, which belong to the instance that has the lock.
   auto lock = std::make_unique<InstanceLock>(home.var, home.root);
 

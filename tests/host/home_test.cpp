@@ -1,6 +1,7 @@
 #include "home.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -64,6 +65,39 @@ TEST_F(HomeTest, AcceptsAVarFolderThatIsALink) {
   fs::create_symlink(files.root() / "elsewhere", home.var);
 
   EXPECT_NO_THROW(prepareHome(home));
+}
+
+TEST_F(HomeTest, TellsWhatOtherUsersCanChange) {
+  const Home home = findHome(files.home().string());
+  prepareHome(home);
+  EXPECT_EQ(openToOthers(home), std::vector<std::string>());
+  const fs::path options = files.home() / "config/zjxwb.properties";
+  for (const fs::path& path : {files.logs(), options}) {
+    fs::permissions(path, fs::perms::others_write, fs::perm_options::add);
+  }
+
+  EXPECT_EQ(openToOthers(home), (std::vector<std::string>{
+                                    files.logs().string() +
+                                        " can be changed by every user; take the right away with: "
+                                        "chmod o-w " +
+                                        files.logs().string(),
+                                    options.string() +
+                                        " can be changed by every user; take the right away with: "
+                                        "chmod o-w " +
+                                        options.string()}));
+}
+
+TEST_F(HomeTest, TellsWhatBelongsToAnotherUser) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can give a file away";
+  }
+  const fs::path options = files.home() / "config/zjxwb.properties";
+  ASSERT_EQ(chown(options.c_str(), 12345, 12345), 0);
+
+  const auto warnings = openToOthers(findHome(files.home().string()));
+
+  ASSERT_EQ(warnings.size(), 1U);
+  EXPECT_EQ(warnings[0].find(options.string() + " belongs to user 12345"), 0U) << warnings[0];
 }
 
 TEST_F(HomeTest, RefusesALogsFolderThatIsAFile) {
