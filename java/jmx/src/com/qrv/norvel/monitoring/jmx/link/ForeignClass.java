@@ -1,6 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.link;
 
-import com.qrv.norvel.monitoring.jmx.net.OversizedAnswerException;
+import com.qrv.norvel.monitoring.jmx.net.RefusedAnswerException;
 import java.io.InvalidClassException;
 import java.rmi.UnmarshalException;
 
@@ -14,12 +14,12 @@ public final class ForeignClass {
     return failure instanceof UnmarshalException
         && (cause instanceof InvalidClassException
             || cause instanceof ClassNotFoundException
-            || cause instanceof OversizedAnswerException);
+            || cause instanceof RefusedAnswerException);
   }
 
   /** Why it could not be read, for people. */
   static String reason(Throwable failure) {
-    return failure.getCause() instanceof OversizedAnswerException
+    return failure.getCause() instanceof RefusedAnswerException
         ? failure.getCause().getMessage()
         : "its class is not accepted";
   }

@@ -11,15 +11,39 @@ import java.util.logging.Logger;
  * of them only when its classes are loaded.
  */
 public final class RmiSetup {
-  private static final int MAX_DEPTH = 64;
-
   /**
-   * What a monitored JVM may send: open data, the exceptions and the stubs of the protocol. A value
-   * of any other class costs its attribute, and no code of that class runs here.
+   * What a monitored JVM may send: texts, numbers, dates, open data, lists and maps of these, the
+   * exceptions and the stubs of the protocol. A value of any other class costs its attribute, and
+   * no code of that class runs here.
+   *
+   * <p>The old hash tables are missing on purpose: keys with equal hashes make them slow, whatever
+   * their order is.
    */
   private static final String CLASSES =
       "java.lang.*;java.lang.management.*;java.lang.reflect.Proxy;"
-          + "java.math.*;java.util.*;java.util.concurrent.atomic.*;java.io.*;"
+          + "java.lang.reflect.InvocationTargetException;"
+          + "java.lang.reflect.UndeclaredThrowableException;"
+          + "java.math.BigDecimal;java.math.BigInteger;java.math.MathContext;"
+          + "java.util.ArrayList;java.util.Arrays$ArrayList;java.util.CollSer;"
+          + "java.util.Collections$*;java.util.Date;java.util.HashMap;java.util.HashSet;"
+          + "java.util.LinkedHashMap;java.util.LinkedHashSet;java.util.LinkedList;"
+          + "java.util.Map$Entry;java.util.AbstractMap$*;java.util.TreeMap;java.util.TreeSet;"
+          + "java.util.UUID;java.util.Vector;java.util.EventObject;"
+          + "java.util.ConcurrentModificationException;java.util.EmptyStackException;"
+          + "java.util.IllegalFormat*;java.util.InputMismatchException;"
+          + "java.util.MissingResourceException;java.util.NoSuchElementException;"
+          + "java.util.concurrent.atomic.Atomic*;java.util.concurrent.TimeUnit;"
+          + "java.util.concurrent.CancellationException;java.util.concurrent.CompletionException;"
+          + "java.util.concurrent.ExecutionException;java.util.concurrent.TimeoutException;"
+          + "java.util.concurrent.RejectedExecutionException;"
+          + "java.io.CharConversionException;java.io.EOFException;java.io.FileNotFoundException;"
+          + "java.io.IOException;java.io.InterruptedIOException;java.io.InvalidClassException;"
+          + "java.io.InvalidObjectException;java.io.NotActiveException;"
+          + "java.io.NotSerializableException;java.io.ObjectStreamException;"
+          + "java.io.OptionalDataException;java.io.StreamCorruptedException;"
+          + "java.io.SyncFailedException;java.io.UncheckedIOException;"
+          + "java.io.UTFDataFormatException;java.io.UnsupportedEncodingException;"
+          + "java.io.WriteAbortedException;"
           + "java.net.ConnectException;java.net.SocketException;java.net.SocketTimeoutException;"
           + "java.net.UnknownHostException;"
           + "java.security.AccessControlException;java.security.GeneralSecurityException;"
@@ -78,7 +102,7 @@ public final class RmiSetup {
     if (ObjectInputFilter.Config.getSerialFilter() == null) {
       ObjectInputFilter patterns = ObjectInputFilter.Config.createFilter(filter(answer));
       ObjectInputFilter.Config.setSerialFilter(
-          new RememberedFilter(patterns, MAX_DEPTH, elements(answer)));
+          new RememberedFilter(patterns, SerialForm.MAX_DEPTH, elements(answer)));
     }
     // The connectors write their failures to standard error; each target reports its own.
     CONNECTOR_LOG.setLevel(Level.OFF);
@@ -93,11 +117,12 @@ public final class RmiSetup {
 
   static String filter(long answerBytes) {
     long elements = elements(answerBytes);
-    return "maxdepth=" + MAX_DEPTH + ";maxrefs=" + elements + ";maxarray=" + elements
+    return "maxdepth=" + SerialForm.MAX_DEPTH + ";maxrefs=" + elements + ";maxarray=" + elements
         + ";maxbytes=" + answerBytes + ";" + CLASSES;
   }
 
-  private static long elements(long answerBytes) {
+  /** How many objects, and elements of an array, such an answer may have. */
+  static long elements(long answerBytes) {
     return answerBytes / BYTES_PER_ELEMENT;
   }
 

@@ -135,10 +135,11 @@ public final class TrackedSockets extends RMISocketFactory {
     return host + ':' + port;
   }
 
-  /** A socket that leaves the book when it closes, and whose answers are bounded. */
+  /** A socket that leaves the book when it closes, and whose answers are checked. */
   private final class Tracked extends WarmSocket {
     private final String endpoint;
-    private final AnswerBound bound = new AnswerBound(this, maxAnswerBytes);
+    private final AnswerCheck check = new AnswerCheck(this, maxAnswerBytes);
+    private InputStream answers;
 
     Tracked(String endpoint) {
       this.endpoint = endpoint;
@@ -146,12 +147,15 @@ public final class TrackedSockets extends RMISocketFactory {
 
     @Override
     public InputStream getInputStream() throws IOException {
-      return bound.bounded(super.getInputStream());
+      if (answers == null) {
+        answers = check.checked(super.getInputStream());
+      }
+      return answers;
     }
 
     @Override
     public OutputStream getOutputStream() throws IOException {
-      return bound.noting(super.getOutputStream());
+      return check.noting(super.getOutputStream());
     }
 
     @Override

@@ -41,7 +41,7 @@ final class TrackedSocketsTest {
       server.getOutputStream().write(new byte[1001]);
 
       assertThatThrownBy(() -> socket.getInputStream().readNBytes(1001))
-          .isInstanceOf(OversizedAnswerException.class)
+          .isInstanceOf(RefusedAnswerException.class)
           .hasMessage("the answer has more than 1000 bytes");
       assertThat(socket.isClosed()).isTrue();
     }
