@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.jmx;
 
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
+import com.qrv.norvel.monitoring.jmx.base.Reported;
 import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.monitored.TargetException;
 import com.qrv.norvel.monitoring.jmx.table.BeanColumn;
@@ -13,21 +14,16 @@ import com.qrv.norvel.monitoring.toolkit.agent.RowSink;
 import com.qrv.norvel.monitoring.toolkit.agent.SampleRequest;
 import com.qrv.norvel.monitoring.toolkit.agent.Sampler;
 import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
-import java.util.HashSet;
-import java.util.Set;
 
 /** Serves one bean table for all targets. */
 final class BeanSampler implements Sampler {
-  /** So many different broken cells are reported; the rest would only fill the log. */
-  private static final int MAX_REPORTS = 200;
-
   /** The toolkit's column with the subnode's name comes first. */
   private static final int FIRST_COLUMN = 1;
 
   private final BeanTable table;
   private final Targets targets;
   private final OperatorLog log;
-  private final Set<String> reported = new HashSet<>(); // guarded by itself
+  private final Reported reported = new Reported();
 
   BeanSampler(BeanTable table, Targets targets, OperatorLog log) {
     this.table = table;
@@ -85,11 +81,7 @@ final class BeanSampler implements Sampler {
     if (!cell.isFault()) {
       return;
     }
-    boolean isNews;
-    synchronized (reported) {
-      isNews = reported.size() < MAX_REPORTS && reported.add(target + ' ' + column.name());
-    }
-    if (isNews) {
+    if (reported.isNew(target + ' ' + column.name())) {
       log.error(
           "target " + target + ": " + table.name() + '.' + column.name() + " has no value: "
               + cell.reason());

@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.jmx;
 
 import com.qrv.norvel.monitoring.jmx.action.TargetActions;
+import com.qrv.norvel.monitoring.jmx.base.BoundedLog;
 import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.jmx.config.ConfigFile;
@@ -35,7 +36,9 @@ public final class JmxApplication implements Application {
   @Override
   public void configure(Agent agent) throws Exception {
     JmxConfig config = ConfigFile.load();
-    OperatorLog log = new TracedOperatorLog(agent.log(JmxApplication.class));
+    OperatorLog log =
+        BoundedLog.ofAll(
+            new TracedOperatorLog(agent.log(JmxApplication.class)), Clock.SYSTEM);
     if (!config.remote().isEmpty()) {
       RmiPreload.begin(config.calls().timeoutMillis(), log);
     }
@@ -53,7 +56,8 @@ public final class JmxApplication implements Application {
     // A target gives up by itself before that, with a better reason.
     long deadline = (ConnectedJvm.MAX_WAIT_CALLS + 1L) * config.calls().timeoutMillis();
     for (BeanTable table : StandardTables.all()) {
-      agent.table(BeanSampler.definition(table, deadline), new BeanSampler(table, targets, log));
+      OperatorLog own = BoundedLog.ofSource(log, Clock.SYSTEM);
+      agent.table(BeanSampler.definition(table, deadline), new BeanSampler(table, targets, own));
     }
     agent.table(TargetsTable.DEFINITION, new TargetsTable(targets));
     long budget = config.calls().timeoutMillis() / 2;

@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.jmx;
 
+import com.qrv.norvel.monitoring.jmx.base.BoundedLog;
 import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
@@ -63,12 +64,13 @@ final class JmxTargetFactory implements TargetFactory {
           LocalProcess now = table.look(process.pid());
           return now != null && now.isSameAs(process) && now.isAttachable();
         };
+    OperatorLog own = BoundedLog.ofSource(log, clock);
     Dialer dialer =
-        new LocalDialer(name, process.pid(), isAttachable, times(), log);
+        new LocalDialer(name, process.pid(), isAttachable, times(), own);
     TargetIdentity identity =
         new TargetIdentity(
             name, TargetKind.LOCAL, mainClass, process.pid(), "attach:" + process.pid());
-    return connected(identity, dialer, ATTACH_MILLIS, targets);
+    return connected(identity, dialer, ATTACH_MILLIS, own, targets);
   }
 
   @Override
@@ -78,14 +80,15 @@ final class JmxTargetFactory implements TargetFactory {
             ? RemoteAddress.of(remote.host(), remote.port())
             : RemoteAddress.parse(remote.url());
     Path passwordFile = remote.passwordFile() == null ? null : Path.of(remote.passwordFile());
+    OperatorLog own = BoundedLog.ofSource(log, clock);
     Dialer dialer =
         new RemoteDialer(
-            remote.name(), address, remote.user(), passwordFile, times(), log);
+            remote.name(), address, remote.user(), passwordFile, times(), own);
     TargetIdentity identity =
         new TargetIdentity(
             remote.name(), TargetKind.REMOTE, remote.name(), TargetStatus.UNKNOWN, address.url());
     // A connection takes several round trips: the registry, the server, the authentication.
-    return connected(identity, dialer, 2L * calls.timeoutMillis(), targets);
+    return connected(identity, dialer, 2L * calls.timeoutMillis(), own, targets);
   }
 
   @Override
@@ -98,11 +101,15 @@ final class JmxTargetFactory implements TargetFactory {
   }
 
   private MonitoredJvm connected(
-      TargetIdentity identity, Dialer dialer, long dialMillis, Targets targets) {
+      TargetIdentity identity,
+      Dialer dialer,
+      long dialMillis,
+      OperatorLog own,
+      Targets targets) {
     long call = calls.timeoutMillis();
     TargetTimes times =
         new TargetTimes(call, Math.max(dialMillis, call), calls.heartbeatMillis());
     Retry retry = new Retry(calls.retryMinMillis(), calls.retryMaxMillis(), new Random());
-    return new ConnectedJvm(identity, times, dialer, retry, watchdog, clock, log, targets);
+    return new ConnectedJvm(identity, times, dialer, retry, watchdog, clock, own, targets);
   }
 }

@@ -66,7 +66,10 @@ final class HeapHistogram implements TargetAction {
       throw new UnsupportedOperationException("this JVM does not offer a histogram", e);
     }
     StringBuilder first = new StringBuilder();
-    String[] split = String.valueOf(all).split("\n", lines + 2);
+    if (!(all instanceof String)) {
+      throw new UnsupportedOperationException("this JVM's histogram is no text");
+    }
+    String[] split = ((String) all).split("\n", lines + 2);
     for (int i = 0, taken = 0; i < split.length && taken < lines; i++) {
       if (!split[i].isBlank()) {
         first.append(taken == 0 ? "" : "\n").append(split[i]);

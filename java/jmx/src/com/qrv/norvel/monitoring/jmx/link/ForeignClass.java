@@ -1,7 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.link;
 
 import com.qrv.norvel.monitoring.jmx.net.RefusedAnswerException;
-import java.io.InvalidClassException;
+import java.io.ObjectStreamException;
 import java.rmi.UnmarshalException;
 
 /** Values of classes that are unknown here or not accepted, and values that are too large. */
@@ -12,7 +12,7 @@ public final class ForeignClass {
   public static boolean isCauseOf(Throwable failure) {
     Throwable cause = failure.getCause();
     return failure instanceof UnmarshalException
-        && (cause instanceof InvalidClassException
+        && (cause instanceof ObjectStreamException
             || cause instanceof ClassNotFoundException
             || cause instanceof RefusedAnswerException);
   }

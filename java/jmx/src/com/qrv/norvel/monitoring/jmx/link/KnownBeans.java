@@ -2,7 +2,6 @@ package com.qrv.norvel.monitoring.jmx.link;
 
 import com.qrv.norvel.monitoring.jmx.table.BeanReads;
 import com.qrv.norvel.monitoring.jmx.table.Rhythm;
-import java.util.Arrays;
 import java.util.HashMap;
 import java.util.Map;
 import javax.management.ObjectName;
@@ -14,49 +13,75 @@ final class KnownBeans {
 
   final KnownBean[] beans;
   final BeanReads reads;
-
-  /** The attributes that are read for each sample, and their places among all. */
-  final String[] often;
-
-  final int[] oftenPlaces;
   private final long foundMillis;
+  private final boolean hasOften;
+  private boolean isExpired;
+  private String failure; // what went wrong last, or null
 
   /** @param before what was known until now, or null: beans that are still there are kept */
-  KnownBeans(
-      ObjectName[] found, BeanReads reads, KnownBeans before, long nowMillis) {
+  KnownBeans(ObjectName[] found, BeanReads reads, KnownBeans before, long nowMillis) {
     this.reads = reads;
     foundMillis = nowMillis;
-    String[] attributes = reads.attributes();
-    int[] places = new int[attributes.length];
-    int count = 0;
-    for (int i = 0; i < attributes.length; i++) {
-      if (reads.rhythms()[i] == Rhythm.EACH_SAMPLE) {
-        places[count++] = i;
-      }
+    boolean often = false;
+    for (Rhythm rhythm : reads.rhythms()) {
+      often |= rhythm == Rhythm.EACH_SAMPLE;
     }
-    oftenPlaces = Arrays.copyOf(places, count);
-    often = new String[count];
-    for (int i = 0; i < count; i++) {
-      often[i] = attributes[places[i]];
-    }
+    hasOften = often;
     Map<ObjectName, KnownBean> byName = new HashMap<>();
     for (KnownBean bean : before == null ? new KnownBean[0] : before.beans) {
-      byName.put(bean.name(), bean);
+      if (!bean.isGone()) {
+        byName.put(bean.name(), bean);
+      }
     }
     beans = new KnownBean[found.length];
     for (int i = 0; i < found.length; i++) {
       KnownBean known = byName.get(found[i]);
-      beans[i] = known == null ? new KnownBean(found[i]) : known;
+      beans[i] = known == null ? new KnownBean(found[i], attributes()) : known;
     }
+  }
+
+  ObjectName[] names() {
+    ObjectName[] names = new ObjectName[beans.length];
+    for (int i = 0; i < names.length; i++) {
+      names[i] = beans[i].name();
+    }
+    return names;
+  }
+
+  int attributes() {
+    return reads.attributes().length;
+  }
+
+  String attribute(int place) {
+    return reads.attributes()[place];
+  }
+
+  /** Whether an attribute is read for each sample. */
+  boolean isOften(int place) {
+    return reads.rhythms()[place] == Rhythm.EACH_SAMPLE;
   }
 
   /** Whether nothing of a bean is read for each sample. */
   boolean isSeldom(KnownBean bean) {
-    return often.length == 0 || (reads.seldomValue() != null && bean.has(reads.seldomValue()));
+    return !hasOften || (reads.seldomValue() != null && bean.has(reads.seldomValue()));
+  }
+
+  /** Has them looked for again. */
+  void expire() {
+    isExpired = true;
   }
 
   /** Whether they are to be looked for again. None yet may be some later. */
   boolean isStale(long nowMillis) {
-    return beans.length == 0 || nowMillis - foundMillis >= SEARCH_MILLIS;
+    return isExpired || beans.length == 0 || nowMillis - foundMillis >= SEARCH_MILLIS;
+  }
+
+  void failed(String what) {
+    failure = what;
+  }
+
+  /** What went wrong last since they were found, or null. */
+  String failure() {
+    return failure;
   }
 }

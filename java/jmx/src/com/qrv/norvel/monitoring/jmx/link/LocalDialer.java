@@ -16,7 +16,7 @@ public final class LocalDialer extends RmiDialer {
   private final BooleanSupplier isAttachable;
   private final Clock clock;
   private final AttachLimit limit = new AttachLimit();
-  private String address; // null before the management agent runs; the target's thread only
+  private volatile String address; // null before the management agent runs
 
   /**
    * @param isAttachable asked before each attempt; false while the process must be left alone,

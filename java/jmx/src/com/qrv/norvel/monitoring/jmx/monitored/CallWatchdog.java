@@ -27,7 +27,9 @@ public final class CallWatchdog implements Runnable {
   }
 
   synchronized void watch(ConnectedJvm jvm) {
-    watched.add(jvm);
+    if (!watched.contains(jvm)) {
+      watched.add(jvm); // not again with another thread
+    }
     if (!running) {
       Thread thread = new Thread(null, this, "jmx-watchdog", 256 * 1024);
       thread.setDaemon(true);

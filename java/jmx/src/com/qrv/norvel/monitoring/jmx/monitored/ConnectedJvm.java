@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.monitored;
 
 import com.qrv.norvel.monitoring.jmx.base.Clock;
+import com.qrv.norvel.monitoring.jmx.base.FaultText;
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.jmx.link.Dialer;
 import com.qrv.norvel.monitoring.jmx.link.ForeignClass;
@@ -12,6 +13,10 @@ import java.util.List;
 /**
  * A JVM behind a connection, with a thread of its own that makes every call on it, one at a time.
  *
+ * <p>A call that does not even end when its sockets are closed is left to its thread, and another
+ * thread takes that one's place, with a connection of its own: at most {@value #MAX_LOST} times
+ * before a thread comes back. So an address is not lost with what once was there.
+ *
  * <p>A call that takes too long is ended by the {@link CallWatchdog}; whoever waits for it is told
  * at once. While the target is down, callers are refused at once and the thread tries to connect at
  * growing intervals. Work of one kind is shared by those who ask for it, so nothing grows in the
@@ -20,6 +25,12 @@ import java.util.List;
 public final class ConnectedJvm implements MonitoredJvm, Runnable {
   /** How long a sample waits for its turn and its answer, counted in calls. */
   public static final int MAX_WAIT_CALLS = 3;
+
+  /** Threads of one target that do not come back; then it stays overdue. */
+  static final int MAX_LOST = 3;
+
+  /** So long after a call was given up its thread counts as lost. */
+  static final long LOST_MILLIS = 30_000;
 
   private static final String NO_ANSWER = "no answer in time";
 
@@ -31,9 +42,11 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   private final OperatorLog log;
   private final TargetObserver observer;
 
-  private Link link; // the thread's alone
+  private Link link; // the thread's alone; changed under the lock
 
   // Guarded by this, all that follows.
+  private Thread worker; // null until it is started
+  private int lost; // threads that do not come back
   private final Retry retry;
   private final Jobs jobs = new Jobs();
   private final OpenCall call = new OpenCall();
@@ -64,10 +77,16 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   }
 
   @Override
-  public void start() {
+  public synchronized void start() {
     Thread thread = new Thread(null, this, "jmx-" + identity.name(), 512 * 1024);
     thread.setDaemon(true);
+    worker = thread;
     thread.start();
+  }
+
+  /** Whether another thread has taken the place of this one. Holds the lock. */
+  private boolean isLost() {
+    return worker != null && worker != Thread.currentThread();
   }
 
   @Override
@@ -147,12 +166,15 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
    * @return when to look again, on the clock's milliseconds
    */
   long expire(long nowMillis) {
+    boolean isReplaced = false;
     synchronized (this) {
       if (nowMillis < call.deadlineMillis()) {
         return call.deadlineMillis();
       }
-      if (!call.isOverdue()) {
-        call.giveUp();
+      if (call.isOverdueFor(LOST_MILLIS, nowMillis) && lost < MAX_LOST) {
+        isReplaced = replace(nowMillis);
+      } else if (!call.isOverdue()) {
+        call.giveUp(nowMillis);
         book.suspect(NO_ANSWER);
         if (!closed) {
           become(TargetState.OVERDUE);
@@ -162,7 +184,43 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     }
     // Again and again until the call ends: it may have opened another socket meanwhile.
     dialer.cut();
+    if (isReplaced) {
+      log.error("target " + name() + ": a thread does not come back from a call that was given up "
+          + LOST_MILLIS / 1000 + " s ago; another one takes its place, for the last time until then "
+          + "when there are " + MAX_LOST);
+    }
     return nowMillis + times.call() / 4;
+  }
+
+  /** Has another thread go on; gives whether there is one. Holds the lock. */
+  private boolean replace(long nowMillis) {
+    Thread before = worker;
+    try {
+      start();
+    } catch (OutOfMemoryError e) {
+      // There is none now; the next look tries again.
+      worker = before;
+      return false;
+    }
+    lost++;
+    link = null;
+    call.end();
+    book.failed(NO_ANSWER);
+    retry.failed(nowMillis);
+    if (!closed) {
+      become(TargetState.DOWN);
+    }
+    jobs.failAll(book.refusal());
+    return true;
+  }
+
+  /** Whether this thread is lost; if so, it has come back, and ends. */
+  private synchronized boolean comesBack() {
+    if (!isLost()) {
+      return false;
+    }
+    lost--;
+    return true;
   }
 
   @Override
@@ -179,16 +237,19 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       // Somebody ends this thread: so be it.
       Thread.currentThread().interrupt();
     } finally {
-      close();
-      dialer.cut();
-      leave(null);
-      watchdog.forget(this);
+      if (!comesBack()) {
+        close();
+        dialer.cut();
+        leave(null);
+        watchdog.forget(this);
+      }
     }
   }
 
-  /** Waits until there is something to do; false when the target has been closed. */
+  /** Waits until there is something to do; false when the target has been closed, or its thread
+   * replaced. */
   private synchronized boolean awaitWork() throws InterruptedException {
-    while (!closed) {
+    while (!closed && !isLost()) {
       long pause = pauseMillis();
       if (pause <= 0) {
         return true;
@@ -224,11 +285,18 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     dialer.allow();
     begin(times.dial(), true);
     String error = null;
+    Link made = null;
     try {
-      link = dialer.dial();
+      made = dialer.dial();
     } catch (Exception | Error e) {
       // An Error too: what one target does to its thread must not end the thread.
       error = FaultText.of(e);
+    }
+    synchronized (this) {
+      if (isLost()) {
+        return; // with a connection that was cut before it was made
+      }
+      link = made;
     }
     if (!finish(error)) {
       appear(false);
@@ -274,10 +342,12 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   private <T> void perform(Job<T> job) {
     long start = clock.millis();
     long limit = job.limitMillis(times.call());
+    Link used;
     synchronized (this) {
-      if (!jobs.begin(job)) {
+      if (isLost() || !jobs.begin(job)) {
         return;
       }
+      used = link;
       begin(limit, false);
     }
     String error = null;
@@ -285,7 +355,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     T result = null;
     dialer.bear(limit);
     try {
-      result = job.run(link);
+      result = job.run(used);
     } catch (Exception | Error e) {
       if ((e instanceof IOException && !ForeignClass.isCauseOf(e)) || e instanceof Error) {
         error = FaultText.of(e);
@@ -320,10 +390,17 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   }
 
   private void ping() {
-    begin(times.call(), false);
+    Link used;
+    synchronized (this) {
+      if (isLost()) {
+        return;
+      }
+      used = link;
+      begin(times.call(), false);
+    }
     String error = null;
     try {
-      link.ping();
+      used.ping();
     } catch (IOException | Error e) {
       error = FaultText.of(e);
     } catch (RuntimeException e) {
@@ -333,6 +410,9 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   }
 
   private synchronized void begin(long limit, boolean dialling) {
+    if (isLost()) {
+      return;
+    }
     call.begin(clock.millis() + limit);
     if (dialling && !closed) {
       become(TargetState.CONNECTING);
@@ -348,6 +428,9 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
   private boolean finish(String error) {
     String report = null;
     synchronized (this) {
+      if (isLost()) {
+        return false;
+      }
       lastCallMillis = clock.millis();
       if (error == null && !call.isOverdue()) {
         call.end();
@@ -363,7 +446,7 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
         report = book.refusal();
       }
       // To leave is a call too: the watchdog goes on cutting until it is over.
-      call.giveUp();
+      call.giveUp(lastCallMillis);
     }
     dialer.cut();
     leave(null);
@@ -380,8 +463,14 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
    * @param complaint told when it can't say goodbye; null when that is no news
    */
   private void leave(String complaint) {
-    Link left = link;
-    link = null;
+    Link left;
+    synchronized (this) {
+      if (isLost()) {
+        return;
+      }
+      left = link;
+      link = null;
+    }
     try {
       if (left != null) {
         left.close();
@@ -392,7 +481,9 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
       }
     }
     synchronized (this) {
-      call.end();
+      if (!isLost()) {
+        call.end();
+      }
     }
   }
 

@@ -5,6 +5,7 @@ final class OpenCall {
   private boolean open;
   private boolean overdue;
   private long deadlineMillis;
+  private long overdueSinceMillis;
 
   void begin(long deadline) {
     open = true;
@@ -16,11 +17,19 @@ final class OpenCall {
     open = false;
   }
 
-  /** Continues as a call that has been given up already. */
-  void giveUp() {
+  /** Continues as a call that has been given up already, now or before. */
+  void giveUp(long nowMillis) {
+    if (!open || !overdue) {
+      overdueSinceMillis = nowMillis;
+    }
     open = true;
     overdue = true;
     deadlineMillis = Long.MIN_VALUE;
+  }
+
+  /** Whether it goes on though it was given up so long ago. */
+  boolean isOverdueFor(long millis, long nowMillis) {
+    return open && overdue && nowMillis - overdueSinceMillis >= millis;
   }
 
   /** Whether it has been given up. */

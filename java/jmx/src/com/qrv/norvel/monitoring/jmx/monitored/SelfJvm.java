@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.monitored;
 
 import com.qrv.norvel.monitoring.jmx.base.Clock;
+import com.qrv.norvel.monitoring.jmx.base.FaultText;
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.jmx.link.SelfLink;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;

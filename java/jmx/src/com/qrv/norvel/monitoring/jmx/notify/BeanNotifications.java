@@ -1,5 +1,6 @@
 package com.qrv.norvel.monitoring.jmx.notify;
 
+import com.qrv.norvel.monitoring.jmx.base.BoundedLog;
 import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.jmx.link.TimeBudget;
@@ -30,9 +31,10 @@ public final class BeanNotifications implements Runnable {
     this.clock = clock;
     this.callMillis = callMillis;
     this.log = log;
-    tables.add(new WatchedTable(new GcEvents(), this, log));
+    tables.add(new WatchedTable(new GcEvents(), this, BoundedLog.ofSource(log, clock)));
     for (NotificationRule rule : configured) {
-      tables.add(new WatchedTable(new ConfiguredEvents(rule), this, log));
+      OperatorLog own = BoundedLog.ofSource(log, clock);
+      tables.add(new WatchedTable(new ConfiguredEvents(rule), this, own));
     }
   }
 
@@ -51,7 +53,12 @@ public final class BeanNotifications implements Runnable {
       if (listeners == null) {
         TimeBudget budget = TimeBudget.ofCall(clock, callMillis);
         listeners =
-            new Listeners(target.name(), tables, budget, rest -> listen(target, rest), log);
+            new Listeners(
+                target.name(),
+                tables,
+                budget,
+                rest -> listen(target, rest),
+                BoundedLog.ofSource(log, clock));
         targets.put(target, listeners);
       }
     }

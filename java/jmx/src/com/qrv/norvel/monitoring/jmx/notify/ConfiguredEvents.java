@@ -1,6 +1,8 @@
 package com.qrv.norvel.monitoring.jmx.notify;
 
 import com.qrv.norvel.monitoring.jmx.link.ObjectNames;
+import com.qrv.norvel.monitoring.jmx.table.PlainValue;
+import com.qrv.norvel.monitoring.jmx.table.ValueText;
 import com.qrv.norvel.monitoring.toolkit.agent.Columns;
 import com.qrv.norvel.monitoring.toolkit.agent.TableDefinition;
 import javax.management.Notification;
@@ -56,11 +58,11 @@ final class ConfiguredEvents implements NotificationTable {
     Object data = notification.getUserData();
     return new Object[] {
       notification.getTimeStamp(),
-      bean.getCanonicalName(),
-      notification.getType(),
+      PlainValue.cut(bean.getCanonicalName(), NAME_SIZE),
+      PlainValue.cut(notification.getType(), NAME_SIZE),
       notification.getSequenceNumber(),
-      notification.getMessage(),
-      data == null ? null : String.valueOf(data)
+      PlainValue.cut(notification.getMessage(), TEXT_SIZE),
+      data == null ? null : ValueText.of(data, TEXT_SIZE)
     };
   }
 }

@@ -1,6 +1,8 @@
 package com.qrv.norvel.monitoring.jmx.notify;
 
+import com.qrv.norvel.monitoring.jmx.base.FaultText;
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
+import com.qrv.norvel.monitoring.jmx.base.Shown;
 import com.qrv.norvel.monitoring.jmx.link.Link;
 import com.qrv.norvel.monitoring.jmx.link.TimeBudget;
 import com.qrv.norvel.monitoring.jmx.monitored.TargetWork;
@@ -36,7 +38,7 @@ final class Listeners implements TargetWork<Object> {
   private final OperatorLog log;
   private final Map<WatchedTable, Map<ObjectName, NotificationListener>> added =
       new LinkedHashMap<>();
-  private final Set<WatchedTable> heard = ConcurrentHashMap.newKeySet(); // has a listener
+  private Set<WatchedTable> heard = Set.of(); // have listened on this connection
   private volatile Link link; // set by the target's thread alone
   private Round round;
 
@@ -63,7 +65,9 @@ final class Listeners implements TargetWork<Object> {
     if (current != link) {
       forgetLost();
       link = current;
-      current.onLoss(count -> lost(current, count));
+      Set<WatchedTable> listening = ConcurrentHashMap.newKeySet();
+      heard = listening;
+      current.onLoss(count -> lost(listening, count));
     }
     // It looks at everything, so what was left of another is done with.
     round = new Round();
@@ -73,18 +77,20 @@ final class Listeners implements TargetWork<Object> {
   /** The listeners went with the connection: what happened until now was heard by nobody. */
   private void forgetLost() {
     for (WatchedTable table : heard) {
-      if (table.isWanted()) {
+      if (table.isWanted() && !of(table).isEmpty()) {
         table.missed(1);
       }
     }
-    heard.clear();
     added.clear();
   }
 
-  /** The connection knows how many were lost, not whose: each table may lack them. Any thread. */
-  private void lost(Link source, long count) {
-    if (source == link) {
-      for (WatchedTable table : heard) {
+  /**
+   * A connection knows how many were lost, not whose: each table that has listened on it may lack
+   * them, also when it tells late and its beans or the connection itself have gone. Any thread.
+   */
+  private static void lost(Set<WatchedTable> listening, long count) {
+    for (WatchedTable table : listening) {
+      if (table.isWanted()) {
         table.missed(count);
       }
     }
@@ -123,9 +129,6 @@ final class Listeners implements TargetWork<Object> {
       } else {
         remove(table, beans.next());
       }
-      if (of(table).isEmpty()) {
-        heard.remove(table);
-      }
     }
   }
 
@@ -146,14 +149,20 @@ final class Listeners implements TargetWork<Object> {
 
   private void add(WatchedTable table, ObjectName bean) throws IOException, JMException {
     NotificationListener listener = new Heard(table, bean, link);
+    boolean isFirst = heard.add(table); // before: what is lost from now on is this table's, too
+    boolean isListening = false;
     try {
-      heard.add(table); // before: what is lost from now on is this table's, too
       link.addListener(bean, listener, table.source().filter());
       of(table).put(bean, listener);
+      isListening = true;
     } catch (InstanceNotFoundException e) {
       // It went away meanwhile.
     } catch (RuntimeException e) {
-      table.reportOnce(subnode, bean + " can't be listened to: " + e);
+      table.reportOnce(subnode, Shown.name(bean) + " can't be listened to: " + FaultText.withClass(e));
+    } finally {
+      if (isFirst && !isListening) {
+        heard.remove(table);
+      }
     }
   }
 
@@ -164,7 +173,7 @@ final class Listeners implements TargetWork<Object> {
         link.removeListener(bean, listener);
       }
     } catch (InstanceNotFoundException | ListenerNotFoundException e) {
-      log.info("target " + subnode + ": " + bean + " has disappeared along with its listener");
+      log.info("target " + subnode + ": " + Shown.name(bean) + " has disappeared along with its listener");
     }
   }
 

@@ -1,6 +1,10 @@
 package com.qrv.norvel.monitoring.jmx.notify;
 
+import com.qrv.norvel.monitoring.jmx.base.FaultText;
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
+import com.qrv.norvel.monitoring.jmx.base.Reported;
+import com.qrv.norvel.monitoring.jmx.base.Shown;
+import com.qrv.norvel.monitoring.jmx.table.PlainValue;
 import com.qrv.norvel.monitoring.toolkit.agent.EventTable;
 import com.qrv.norvel.monitoring.toolkit.agent.Row;
 import com.qrv.norvel.monitoring.toolkit.agent.Situation;
@@ -15,14 +19,11 @@ final class WatchedTable implements SituationHandler {
   /** The subnode's name and the event's number come first; the toolkit fills them. */
   private static final int FIRST_COLUMN = 2;
 
-  /** So many different complaints are logged; the rest would only fill the log. */
-  private static final int MAX_REPORTS = 100;
-
   private final NotificationTable source;
   private final Runnable onWish;
   private final OperatorLog log;
   private final Set<String> situations = new HashSet<>(); // guarded by itself
-  private final Set<String> reported = new HashSet<>(); // guarded by itself
+  private final Reported reported = new Reported();
   private volatile EventTable events;
 
   /** @param onWish run when it begins or ceases to be wanted; must not block */
@@ -77,7 +78,7 @@ final class WatchedTable implements SituationHandler {
       cells = source.cells(bean, notification);
     } catch (RuntimeException e) {
       missed(1);
-      reportOnce(subnode, "a notification of " + bean + " can't be read: " + e);
+      reportOnce(subnode, "a notification of " + Shown.name(bean) + " can't be read: " + FaultText.withClass(e));
       return;
     }
     if (cells != null && isWanted()) {
@@ -91,11 +92,7 @@ final class WatchedTable implements SituationHandler {
   }
 
   void reportOnce(String subnode, String what) {
-    boolean isNews;
-    synchronized (reported) {
-      isNews = reported.size() < MAX_REPORTS && reported.add(subnode + ' ' + what);
-    }
-    if (isNews) {
+    if (reported.isNew(subnode + ' ' + what)) {
       log.error("target " + subnode + ": " + name() + ": " + what);
     }
   }
@@ -106,10 +103,12 @@ final class WatchedTable implements SituationHandler {
 
   private static void write(Object[] cells, Row row) {
     for (int i = 0; i < cells.length; i++) {
-      if (cells[i] instanceof Number number) {
-        row.set(FIRST_COLUMN + i, number.longValue());
-      } else if (cells[i] != null) {
-        row.set(FIRST_COLUMN + i, cells[i].toString());
+      if (cells[i] instanceof Number && PlainValue.isNumber(cells[i])) {
+        if (PlainValue.whole(cells[i]) instanceof Long whole) {
+          row.set(FIRST_COLUMN + i, whole);
+        }
+      } else {
+        row.set(FIRST_COLUMN + i, PlainValue.text(cells[i]));
       }
     }
   }

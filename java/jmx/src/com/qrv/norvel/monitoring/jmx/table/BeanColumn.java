@@ -61,17 +61,20 @@ public final class BeanColumn {
     if (taken instanceof Unavailable) {
       return taken;
     }
-    if (form == Form.TEXT) {
-      return taken.toString();
+    if (PlainValue.isTooLong(taken)) {
+      return PlainValue.tooLong();
     }
-    if (!(taken instanceof Number)) {
+    if (form == Form.TEXT) {
+      String text = PlainValue.text(taken);
+      return text != null
+          ? text
+          : Unavailable.because("it is not a text but a " + taken.getClass().getName());
+    }
+    if (!PlainValue.isNumber(taken)) {
       return Unavailable.because("it is not a number but a " + taken.getClass().getName());
     }
-    if (conversion == Conversion.MILLI) {
-      double fraction = ((Number) taken).doubleValue();
-      // "Not known" is a negative number for most attributes and NaN for some virtual machines.
-      return fraction >= 0 ? (Object) Math.round(fraction * 1000) : Unavailable.NOTHING;
-    }
-    return ((Number) taken).longValue();
+    return conversion == Conversion.MILLI
+        ? PlainValue.thousandths(taken)
+        : PlainValue.whole(taken);
   }
 }

@@ -1,9 +1,9 @@
 package com.qrv.norvel.monitoring.jmx.table;
 
 import java.lang.management.MemoryUsage;
-import javax.management.openmbean.CompositeData;
+import java.util.Map;
 
-/** Takes one item out of a composite attribute, in its local or its open form. */
+/** Takes one item out of a composite attribute, in its local form or as it is kept. */
 final class Items {
   private Items() {}
 
@@ -11,7 +11,16 @@ final class Items {
     if (composite instanceof MemoryUsage) {
       return item((MemoryUsage) composite, item);
     }
-    return Open.item(composite, item);
+    if (!(composite instanceof Map)) {
+      return Unavailable.because("it is not a composite value but a "
+          + composite.getClass().getName());
+    }
+    Map<?, ?> items = (Map<?, ?>) composite;
+    if (!items.containsKey(item)) {
+      return Unavailable.because("its composite value has no number " + item);
+    }
+    Object value = items.get(item);
+    return value == null ? Unavailable.NOTHING : value;
   }
 
   private static Object item(MemoryUsage usage, String item) {
@@ -26,22 +35,6 @@ final class Items {
         return usage.getMax();
       default:
         return Unavailable.because("a memory usage has no item " + item);
-    }
-  }
-
-  /** Apart, so that this JVM's own values are read without loading the open types. */
-  private static final class Open {
-    static Object item(Object composite, String item) {
-      if (!(composite instanceof CompositeData)) {
-        return Unavailable.because(
-            "it is not a composite value but a " + composite.getClass().getName());
-      }
-      CompositeData data = (CompositeData) composite;
-      if (!data.containsKey(item)) {
-        return Unavailable.because("its composite value has no item " + item);
-      }
-      Object value = data.get(item);
-      return value == null ? Unavailable.NOTHING : value;
     }
   }
 }

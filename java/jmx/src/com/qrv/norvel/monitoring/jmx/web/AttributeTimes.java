@@ -1,6 +1,8 @@
 package com.qrv.norvel.monitoring.jmx.web;
 
 import com.qrv.norvel.monitoring.jmx.base.Clock;
+import com.qrv.norvel.monitoring.jmx.base.FaultText;
+import com.qrv.norvel.monitoring.jmx.base.Shown;
 import com.qrv.norvel.monitoring.jmx.link.Link;
 import com.qrv.norvel.monitoring.jmx.monitored.TargetWork;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
@@ -74,9 +76,9 @@ final class AttributeTimes implements TargetWork<AttributeTimes.Result> {
       server.getAttribute(bean, attribute);
     } catch (JMException | RuntimeException e) {
       Throwable cause = e.getCause() == null ? e : e.getCause();
-      failure = cause.toString();
+      failure = FaultText.withClass(cause);
     }
     long micros = (System.nanoTime() - start) / 1000;
-    return new Time(bean.getCanonicalName(), attribute, micros, failure);
+    return new Time(Shown.name(bean.getCanonicalName()), attribute, micros, failure);
   }
 }

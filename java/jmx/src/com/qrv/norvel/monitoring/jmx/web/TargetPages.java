@@ -24,6 +24,7 @@ import java.util.Locale;
  */
 public final class TargetPages implements WebHandler {
   private static final int SLOWEST = 20;
+  private static final int MAX_UNREAD = 200;
   private static final int NOT_FOUND = 404;
   private static final int UNAVAILABLE = 503;
 
@@ -108,8 +109,9 @@ public final class TargetPages implements WebHandler {
     }
     page.endTable();
     page.table("Those that can't be read", "MBean", "Attribute", "Why");
+    int unread = 0;
     for (AttributeTimes.Time time : result.times()) {
-      if (time.failure() != null) {
+      if (time.failure() != null && ++unread <= MAX_UNREAD) {
         page.row().cell(time.bean()).cell(time.attribute()).cell(time.failure()).endRow();
       }
     }

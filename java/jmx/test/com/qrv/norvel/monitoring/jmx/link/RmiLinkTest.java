@@ -16,7 +16,13 @@ import com.qrv.norvel.monitoring.jmx.table.Unavailable;
 import java.io.IOException;
 import java.io.Serializable;
 import java.lang.management.ManagementFactory;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.HashMap;
+import java.util.HashSet;
 import java.util.List;
+import java.util.Map;
+import java.util.Set;
 import java.util.concurrent.CountDownLatch;
 import javax.management.MBeanServer;
 import javax.management.NotificationBroadcasterSupport;
@@ -190,8 +196,39 @@ final class RmiLinkTest {
     assertThat(values[1]).isInstanceOf(Unavailable.class);
     assertThat(log.errors()).hasSize(1);
     assertThat(log.errors().get(0))
-        .contains("gives no Huge: the answer has more than")
-        .contains("read one by one");
+        .contains("gives no Huge: the answer has more than");
+  }
+
+  @Test
+  void anAnswerThatWouldKeepAThreadBusyCostsItsCellOnly() throws IOException {
+    Object[] values = read("Good", "Nested")[0];
+
+    assertThat(values[0]).isEqualTo(7);
+    assertThat(values[1]).isInstanceOf(Unavailable.class);
+    assertThat(log.errors()).hasSize(1);
+    assertThat(log.errors().get(0)).contains("gives no Nested: the answer takes more than");
+    link.ping();
+  }
+
+  @Test
+  void anAttributeThatFailedIsReadAgainThoughItIsReadSeldom() throws IOException {
+    Rhythm[] seldom = {Rhythm.EACH_SAMPLE, Rhythm.SELDOM};
+    BeanReads reads = new BeanReads(SAMPLE, new String[] {"Good", "Moody"}, seldom, null);
+    LinkTimes times = new LinkTimes(CALL_MILLIS, 3_600_000, clock);
+    RmiLink patient =
+        new RmiLink("t", connector, connector.getMBeanServerConnection(), fetches, times, log);
+    for (Moody mood : new Moody[] {Moody.THROWS, Moody.IS_FOREIGN}) {
+      Sample.moody = mood;
+      clock.advance(3_600_000);
+      assertThat(patient.read(reads)[0][1]).isInstanceOf(Unavailable.class);
+      Sample.moody = Moody.IS_WELL;
+      assertThat(patient.read(reads)[0][1]).isInstanceOf(Unavailable.class);
+
+      clock.advance(KnownBean.MIN_PAUSE_MILLIS);
+
+      assertThat(patient.read(reads)).isEqualTo(new Object[][] {{7, "well"}});
+    }
+    assertThat(log.errors()).hasSize(2);
   }
 
   @Test
@@ -279,8 +316,15 @@ final class RmiLinkTest {
     hasty.ping();
   }
 
+  private final Map<List<String>, BeanReads> reads = new HashMap<>();
+
+  /** As a table does, which reads the same each time. */
   private Object[][] read(String... attributes) throws IOException {
-    return link.read(SAMPLE, attributes);
+    Rhythm[] each = new Rhythm[attributes.length];
+    Arrays.fill(each, Rhythm.EACH_SAMPLE);
+    return link.read(
+        reads.computeIfAbsent(
+            List.of(attributes), key -> new BeanReads(SAMPLE, attributes, each, null)));
   }
 
   /** The interface of {@link Sample}. */
@@ -300,6 +344,10 @@ final class RmiLinkTest {
     Object getForeign();
 
     String getHuge();
+
+    Object getNested();
+
+    Object getMoody();
   }
 
   /** A bean with good and bad attributes. */
@@ -307,6 +355,31 @@ final class RmiLinkTest {
       implements SampleMBean {
     private int reads;
     private int seldomReads;
+    static volatile Moody moody = Moody.IS_WELL;
+
+    @Override
+    public Object getMoody() {
+      return switch (moody) {
+        case IS_WELL -> "well";
+        case THROWS -> throw new IllegalStateException("on purpose");
+        case IS_FOREIGN -> new Foreign();
+      };
+    }
+
+    /** Lists in lists in a set: 2^25 steps to the hash of its only element. */
+    @Override
+    public Object getNested() {
+      List<Object> inner = new ArrayList<>();
+      Set<Object> nested = new HashSet<>(Set.of(inner));
+      for (int level = 0; level < 25; level++) {
+        // Filled only now: the set has taken its hash before.
+        List<Object> next = new ArrayList<>();
+        inner.add(next);
+        inner.add(next);
+        inner = next;
+      }
+      return nested;
+    }
 
     @Override
     public int getReads() {
@@ -347,6 +420,13 @@ final class RmiLinkTest {
     public String getHuge() {
       return "x".repeat((int) Math.min(64L << 20, Runtime.getRuntime().maxMemory() / 8) + 1);
     }
+  }
+
+  /** How an attribute is that changes. */
+  private enum Moody {
+    IS_WELL,
+    THROWS,
+    IS_FOREIGN
   }
 
   /** A class that no collector knows. */

@@ -170,6 +170,61 @@ final class ConnectedJvmTest {
   }
 
   @Test
+  void aThreadThatDoesNotComeBackIsReplacedSoThatAGoodProcessIsReachedAgain() throws Exception {
+    FakeDialer stuck = new FakeDialer(FakeDialer.Mood.ANSWERS);
+    start(stuck);
+    jvm.sample(StandardTables.GC);
+    stuck.become(FakeDialer.Mood.HANGS_ON);
+    CompletableFuture<Object[][]> first = sampleAsync();
+    Await.until("the call hangs", stuck::isHanging);
+    clock.advance(CALL);
+    watchdog.scan();
+    assertFails(first, "no answer in time");
+    assertThat(jvm.status().state()).isEqualTo(TargetState.OVERDUE);
+
+    clock.advance(ConnectedJvm.LOST_MILLIS);
+    stuck.become(FakeDialer.Mood.ANSWERS_OTHERS);
+    watchdog.scan();
+
+    assertThat(log.errors()).hasSize(1);
+    assertThat(log.errors().get(0)).contains("target t: a thread does not come back");
+    jvm.retryNow();
+    Await.until("it is up", () -> jvm.status().state() == TargetState.UP);
+    assertThat(jvm.sample(StandardTables.GC)).hasSize(1);
+    assertThat(stuck.isHanging()).isTrue();
+
+    // What the lost thread was about changes nothing when it comes back.
+    stuck.become(FakeDialer.Mood.BREAKS_LOST);
+    Await.until("it comes back", () -> !stuck.isHanging());
+    assertThat(jvm.sample(StandardTables.GC)).hasSize(1);
+    assertThat(stuck.dials).hasValue(2);
+  }
+
+  @Test
+  void onlySoManyThreadsAreReplaced() throws Exception {
+    FakeDialer stuck = new FakeDialer(FakeDialer.Mood.HANGS_ON);
+    start(stuck);
+    for (int i = 1; i <= ConnectedJvm.MAX_LOST + 1; i++) {
+      int attempts = i;
+      Await.until("attempt " + i + " hangs", () -> stuck.dials.get() == attempts);
+      clock.advance(2 * CALL);
+      watchdog.scan();
+      Await.until("it is overdue", () -> jvm.status().state() == TargetState.OVERDUE);
+      clock.advance(ConnectedJvm.LOST_MILLIS);
+      watchdog.scan();
+      jvm.retryNow();
+    }
+    assertThat(jvm.status().state()).isEqualTo(TargetState.OVERDUE);
+    assertThat(stuck.dials).hasValue(ConnectedJvm.MAX_LOST + 1);
+
+    stuck.become(FakeDialer.Mood.ANSWERS);
+    Await.until("it is up", () -> {
+      jvm.retryNow();
+      return jvm.status().state() == TargetState.UP;
+    });
+  }
+
+  @Test
   void callersOfOneTableShareOneCall() throws Exception {
     start(FakeDialer.Mood.ANSWERS);
     jvm.sample(StandardTables.GC);
@@ -267,7 +322,11 @@ final class ConnectedJvmTest {
   }
 
   private void start(FakeDialer.Mood mood) {
-    dialer = new FakeDialer(mood);
+    start(new FakeDialer(mood));
+  }
+
+  private void start(FakeDialer its) {
+    dialer = its;
     jvm = make(clock, HEARTBEAT);
     jvm.start();
   }

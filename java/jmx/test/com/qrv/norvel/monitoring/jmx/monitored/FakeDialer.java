@@ -17,6 +17,12 @@ final class FakeDialer implements Dialer {
   enum Mood {
     ANSWERS,
     HANGS,
+    /** Hangs, and is not ended by a cut. */
+    HANGS_ON,
+    /** Answers new calls; those that hang on still do. */
+    ANSWERS_OTHERS,
+    /** Answers new calls, and breaks those that hung on. */
+    BREAKS_LOST,
     BREAKS,
     REFUSES
   }
@@ -81,18 +87,29 @@ final class FakeDialer implements Dialer {
     if (mood == Mood.BREAKS) {
       throw new IOException(what + " broke");
     }
-    hanging = mood == Mood.HANGS;
-    while (mood == Mood.HANGS && !cut) {
+    hanging |= hangs();
+    boolean isLost = false;
+    while (hangs() || (isLost && mood == Mood.ANSWERS_OTHERS)) {
+      isLost |= mood == Mood.HANGS_ON;
       try {
         wait();
       } catch (InterruptedException e) {
         throw new IOException(e);
       }
     }
-    hanging = false;
+    if (isLost || mood != Mood.ANSWERS_OTHERS) {
+      hanging = false;
+    }
+    if (isLost && mood == Mood.BREAKS_LOST) {
+      throw new IOException(what + " broke");
+    }
     if (cut) {
       throw new IOException("socket closed");
     }
+  }
+
+  private boolean hangs() {
+    return mood == Mood.HANGS_ON || (mood == Mood.HANGS && !cut);
   }
 
   private final class FakeLink implements Link {

@@ -185,8 +185,8 @@ final class BeanNotificationsTest {
     agent.watch(TABLE, "a", true);
     Await.until("it is listened to", () -> shop.listeners.get() == 1);
 
-    shop.tell("order.bad", 1, new Unreadable());
-    shop.tell("order.bad", 2, new Unreadable());
+    shop.sendNotification(new Unreadable(1));
+    shop.sendNotification(new Unreadable(2));
     shop.tell("order.new", 3, "x");
 
     assertThat(agent.events(TABLE).events()).hasSize(1);
@@ -227,9 +227,15 @@ final class BeanNotificationsTest {
     return new ObjectName("zel.test:type=Shop,name=" + name);
   }
 
-  private static final class Unreadable {
+  private static final class Unreadable extends Notification {
+    private static final long serialVersionUID = 1L;
+
+    Unreadable(long number) {
+      super("order.bad", "shop", number);
+    }
+
     @Override
-    public String toString() {
+    public String getMessage() {
       throw new IllegalStateException("no text");
     }
   }

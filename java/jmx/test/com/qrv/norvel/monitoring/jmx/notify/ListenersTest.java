@@ -105,11 +105,26 @@ final class ListenersTest {
     listeners.on(second);
 
     first.tell("a:x=1");
-    first.loss.accept(5);
     second.tell("a:x=1");
 
     assertThat(events.events()).hasSize(1);
     assertThat(events.missed()).isEqualTo(1);
+  }
+
+  @Test
+  void whatAConnectionLostCountsThoughItIsToldLate() throws Exception {
+    FakeLink first = new FakeLink("a:x=1");
+    listeners.on(first);
+    first.listeners.clear();
+    listeners.on(first);
+
+    first.loss.accept(5);
+    assertThat(events.missed()).as("after its beans have gone").isEqualTo(5);
+
+    listeners.on(new FakeLink("b:x=1"));
+    first.loss.accept(7);
+    assertThat(events.missed()).as("after the connection has gone").isEqualTo(12);
+    assertThat(otherEvents.missed()).isZero();
   }
 
   @Test
