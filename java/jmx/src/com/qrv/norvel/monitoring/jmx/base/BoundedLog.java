@@ -5,11 +5,11 @@ import java.util.LinkedHashMap;
 import java.util.Map;
 
 /**
- * A log that others can't flood, whatever they are called and however often they fail. What it lets
- * through has at most {@value #MAX_LENGTH} characters. An error that was written less than a minute
- * ago is counted instead, and so is what comes too often: {@code burst} lines at once, and one more
- * for each {@code refillMillis}, of errors and of other lines each. The next line that is written
- * tells how many were not. Any thread may call.
+ * A log that others cannot flood, whatever they are called and however often they fail. A line has
+ * at most {@value #MAX_LENGTH} characters. An error that was written less than a minute ago is
+ * counted instead, and so is what comes too often: {@code burst} lines at once, and one more for
+ * each {@code refillMillis}, of errors and of other lines each. The next line that is written tells
+ * how many were left out. Any thread may call.
  */
 public final class BoundedLog implements OperatorLog {
   static final int MAX_LENGTH = 800;
@@ -17,7 +17,7 @@ public final class BoundedLog implements OperatorLog {
   /** An equal error within so long is not written again. */
   static final long REPEAT_MILLIS = 60_000;
 
-  /** So many errors are remembered; the eldest is forgotten first. */
+  /** So many errors are remembered; the oldest is forgotten first. */
   private static final int MAX_REMEMBERED = 100;
 
   private final OperatorLog log;

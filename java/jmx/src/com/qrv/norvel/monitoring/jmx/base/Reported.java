@@ -4,8 +4,8 @@ import java.util.LinkedHashMap;
 import java.util.Map;
 
 /**
- * Remembers what has been reported, so that it is not again: the last {@value #MAX} complaints, each
- * by its first characters. Any thread may call.
+ * Remembers what has been reported, so that it is not reported again: the last {@value #MAX}
+ * complaints, each by its first characters. Any thread may call.
  */
 public final class Reported {
   private static final int MAX = 200;

@@ -185,9 +185,9 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     // Again and again until the call ends: it may have opened another socket meanwhile.
     dialer.cut();
     if (isReplaced) {
-      log.error("target " + name() + ": a thread does not come back from a call that was given up "
-          + LOST_MILLIS / 1000 + " s ago; another one takes its place, for the last time until then "
-          + "when there are " + MAX_LOST);
+      log.error("target " + name() + ": a thread has not returned from a call that was given up "
+          + LOST_MILLIS / 1000 + " s ago, so another thread replaces it; at most " + MAX_LOST
+          + " are replaced until one of them returns");
     }
     return nowMillis + times.call() / 4;
   }
@@ -246,8 +246,10 @@ public final class ConnectedJvm implements MonitoredJvm, Runnable {
     }
   }
 
-  /** Waits until there is something to do; false when the target has been closed, or its thread
-   * replaced. */
+  /**
+   * Waits until there is something to do; false when the target has been closed, or this thread
+   * replaced.
+   */
   private synchronized boolean awaitWork() throws InterruptedException {
     while (!closed && !isLost()) {
       long pause = pauseMillis();

@@ -55,12 +55,13 @@ final class AnswerCheck {
     boolean isSound = false;
     try {
       tape.rewind();
-      boolean isThere = answer == null ? recordBegin() : recordNext();
+      boolean isThere = answer == null ? recordBegin() : answer.readContent();
       isSound = true;
       return isThere;
     } finally {
       if (!isSound) {
         failed = true;
+        tape.rewind(); // nobody gets what was recorded of it
         socket.close();
       }
     }
@@ -77,11 +78,6 @@ final class AnswerCheck {
     }
     // All else is one byte long, or nothing that RMI goes on with.
     return kind >= 0;
-  }
-
-  private boolean recordNext() throws IOException {
-    answer.readContent();
-    return true;
   }
 
   private void beginQuestion() {

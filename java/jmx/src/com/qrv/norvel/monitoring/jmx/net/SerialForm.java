@@ -11,11 +11,11 @@ import java.util.Set;
  * Reads an answer in its serialized form, without making an object of it, and refuses what would
  * keep a thread busy.
  *
- * <p>Whoever reads a hash table computes the hash of each key, and so walks through all that the key
- * holds. What is shared is walked through once for each way that leads to it: a few hundred bytes
- * with sets in sets can take 2^50 steps. A filter of deserialization does not see this, because it
- * is told neither what is shared nor the class of an object, only that of the first one. So the
- * steps of each object are counted here, as if nothing were shared: for all that comes in,
+ * <p>Whoever reads a hash table computes the hash of each key, and so walks through all that the
+ * key holds. What is shared is walked through once for each way that leads to it: a few hundred
+ * bytes with sets in sets can take 2^50 steps. A filter of deserialization does not see this,
+ * because it is told neither what is shared nor the class of an object, only that of the first one.
+ * So the steps of each object are counted here, as if nothing were shared: for all that comes in,
  *
  * <ul>
  *   <li>it is nested at most {@value #MAX_DEPTH} deep,
@@ -97,14 +97,15 @@ final class SerialForm implements ObjectStreamConstants {
     return new SerialForm(tape, maxParts);
   }
 
-  /** Reads an object, or a piece of plain data. */
-  void readContent() throws IOException {
-    int tag = tape.readByte();
-    if (!isPlainData(tag)) {
-      steps = sum(steps, object(tag, 1).steps());
-    } else {
+  /** Reads an object, or a piece of plain data; false at the end of all. */
+  boolean readContent() throws IOException {
+    int tag = tape.readOrEnd();
+    if (isPlainData(tag)) {
       readPlainData(tag);
+    } else if (tag >= 0) {
+      steps = sum(steps, object(tag, 1).steps());
     }
+    return tag >= 0;
   }
 
   private static boolean isPlainData(int tag) {

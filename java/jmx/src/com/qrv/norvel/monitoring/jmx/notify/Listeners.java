@@ -158,7 +158,8 @@ final class Listeners implements TargetWork<Object> {
     } catch (InstanceNotFoundException e) {
       // It went away meanwhile.
     } catch (RuntimeException e) {
-      table.reportOnce(subnode, Shown.name(bean) + " can't be listened to: " + FaultText.withClass(e));
+      table.reportOnce(
+          subnode, Shown.name(bean) + " can't be listened to: " + FaultText.withClass(e));
     } finally {
       if (isFirst && !isListening) {
         heard.remove(table);
@@ -173,7 +174,8 @@ final class Listeners implements TargetWork<Object> {
         link.removeListener(bean, listener);
       }
     } catch (InstanceNotFoundException | ListenerNotFoundException e) {
-      log.info("target " + subnode + ": " + Shown.name(bean) + " has disappeared along with its listener");
+      log.info("target " + subnode + ": " + Shown.name(bean)
+          + " has disappeared along with its listener");
     }
   }
 

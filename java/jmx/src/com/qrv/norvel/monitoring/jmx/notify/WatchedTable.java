@@ -78,7 +78,9 @@ final class WatchedTable implements SituationHandler {
       cells = source.cells(bean, notification);
     } catch (RuntimeException e) {
       missed(1);
-      reportOnce(subnode, "a notification of " + Shown.name(bean) + " can't be read: " + FaultText.withClass(e));
+      reportOnce(
+          subnode,
+          "a notification of " + Shown.name(bean) + " can't be read: " + FaultText.withClass(e));
       return;
     }
     if (cells != null && isWanted()) {

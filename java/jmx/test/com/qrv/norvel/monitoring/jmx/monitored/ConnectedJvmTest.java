@@ -187,7 +187,7 @@ final class ConnectedJvmTest {
     watchdog.scan();
 
     assertThat(log.errors()).hasSize(1);
-    assertThat(log.errors().get(0)).contains("target t: a thread does not come back");
+    assertThat(log.errors().get(0)).contains("target t: a thread has not returned");
     jvm.retryNow();
     Await.until("it is up", () -> jvm.status().state() == TargetState.UP);
     assertThat(jvm.sample(StandardTables.GC)).hasSize(1);

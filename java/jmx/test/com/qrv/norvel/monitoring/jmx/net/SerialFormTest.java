@@ -75,7 +75,8 @@ final class SerialFormTest {
         arguments("a stub", registry),
         arguments("a proxy", proxy),
         arguments("names", server.queryNames(null, null)),
-        arguments("tables", server.getAttribute(name("java.lang:type=Runtime"), "SystemProperties")),
+        arguments(
+            "tables", server.getAttribute(name("java.lang:type=Runtime"), "SystemProperties")),
         arguments(
             "threads",
             server.invoke(
