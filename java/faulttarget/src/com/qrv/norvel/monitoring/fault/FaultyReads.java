@@ -23,10 +23,12 @@ final class FaultyReads implements InvocationHandler {
 
   private final MBeanServer sound;
   private final FaultSettings settings;
+  private final LongNames names;
 
   FaultyReads(MBeanServer sound, FaultSettings settings) {
     this.sound = sound;
     this.settings = settings;
+    this.names = new LongNames(sound);
   }
 
   @Override
@@ -36,6 +38,9 @@ final class FaultyReads implements InvocationHandler {
         return read((ObjectName) arguments[0], (String) arguments[1]);
       case "getAttributes":
         return read((ObjectName) arguments[0], (String[]) arguments[1]);
+      case "queryNames":
+        names.renew(settings.value(Mode.NAMES));
+        return pass(method, arguments);
       case "invoke":
         checkOperation((ObjectName) arguments[0], (String) arguments[1]);
         return pass(method, arguments);
@@ -82,7 +87,8 @@ final class FaultyReads implements InvocationHandler {
   }
 
   private Victim victim(ObjectName bean, String attribute) {
-    return settings.isOn(Mode.THROW) ? Victim.find(bean, attribute) : null;
+    Victim victim = Victim.find(bean, attribute);
+    return victim != null && settings.isOn(victim.mode()) ? victim : null;
   }
 
   private void delay(ObjectName bean, int attributes) throws InterruptedException {

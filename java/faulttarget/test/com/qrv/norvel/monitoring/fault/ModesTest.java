@@ -5,6 +5,8 @@ import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.io.IOException;
 import java.lang.management.ManagementFactory;
+import java.math.BigInteger;
+import java.util.List;
 import java.util.Set;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.LinkedBlockingQueue;
@@ -169,6 +171,42 @@ class ModesTest {
           .isInstanceOf(RuntimeErrorException.class);
       assertThat(server.getAttribute(Thrower.NAME, "Foreign").getClass())
           .isEqualTo(Victim.Foreign.class);
+    }
+  }
+
+  @Test
+  void nestAndDigitsSpoilAttributesWithValuesThatCostTheirReader() throws Exception {
+    // Read here in this process, because they would keep a client busy.
+    assertThat(((Set<?>) Victim.SETS.value())).hasSize(2);
+    assertThat((List<?>) Victim.LISTS.value()).hasSize(2);
+    try (ChildTarget target = ChildTarget.start("digits");
+        JMXConnector connector = target.connect()) {
+      MBeanServerConnection server = connector.getMBeanServerConnection();
+      ObjectName system = Names.of("java.lang:type=OperatingSystem");
+
+      assertThat(((BigInteger) server.getAttribute(system, "Version")).bitLength())
+          .isGreaterThan(1_000_000);
+      assertThat(server.getAttribute(system, "ProcessCpuTime"))
+          .isEqualTo(Double.POSITIVE_INFINITY);
+      target.command("off");
+      assertThat(server.getAttribute(system, "ProcessCpuTime")).isInstanceOf(Long.class);
+    }
+  }
+
+  @Test
+  void namesAreLongAndOthersAtEachLook() throws Exception {
+    try (ChildTarget target = ChildTarget.start("names=20");
+        JMXConnector connector = target.connect()) {
+      MBeanServerConnection server = connector.getMBeanServerConnection();
+      ObjectName pattern = Names.of("java.nio:type=BufferPool,name=fault-*");
+
+      Set<ObjectName> first = server.queryNames(pattern, null);
+      Set<ObjectName> second = server.queryNames(pattern, null);
+
+      assertThat(first).hasSize(20).allMatch(name -> name.toString().length() > 5000);
+      assertThat(second).hasSize(20).doesNotContainAnyElementsOf(first);
+      target.command("off");
+      assertThat(server.queryNames(pattern, null)).isEmpty();
     }
   }
 
