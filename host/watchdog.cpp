@@ -9,7 +9,7 @@ Watchdog::Watchdog(std::chrono::milliseconds limit, std::function<void()> bite)
 
 Watchdog::~Watchdog() {
   {
-    const std::lock_guard lock(mutex_);
+    const fw::MutexLock lock(mutex_);
     calledOff_ = true;
   }
   changed_.notify_all();
@@ -18,16 +18,16 @@ Watchdog::~Watchdog() {
 
 void Watchdog::arm() {
   {
-    const std::lock_guard lock(mutex_);
+    const fw::MutexLock lock(mutex_);
     armed_ = true;
   }
   changed_.notify_all();
 }
 
 void Watchdog::watch() {
-  std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return armed_ || calledOff_; });
-  if (!changed_.wait_for(lock, limit_, [this] { return calledOff_; })) {
+  fw::MutexLock lock(mutex_);
+  changed_.wait(lock, [this]() REQUIRES(mutex_) { return armed_ || calledOff_; });
+  if (!changed_.wait_for(lock, limit_, [this]() REQUIRES(mutex_) { return calledOff_; })) {
     lock.unlock();
     bite_();
   }

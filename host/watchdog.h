@@ -1,10 +1,10 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <thread>
+
+#include "agentfw/mutex.h"
 
 namespace host {
 
@@ -27,10 +27,10 @@ class Watchdog {
 
   const std::chrono::milliseconds limit_;
   const std::function<void()> bite_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool armed_ = false;      // guarded by mutex_
-  bool calledOff_ = false;  // guarded by mutex_
+  fw::Mutex mutex_;
+  fw::CondVar changed_;
+  bool armed_ GUARDED_BY(mutex_) = false;
+  bool calledOff_ GUARDED_BY(mutex_) = false;
   std::thread thread_;
 };
 

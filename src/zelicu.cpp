@@ -11,8 +11,8 @@ RAS1_UNIT("ZELICU");
 
 namespace {
 
-std::vector<ZelUniConverter*> s_converters;  // never shrinks; guarded by s_convertersMutex
 ZelMutex s_convertersMutex;
+std::vector<ZelUniConverter*> s_converters GUARDED_BY(s_convertersMutex);  // never shrinks
 
 UConverter* openConverter(const char* codepage) {
   UErrorCode status = U_ZERO_ERROR;

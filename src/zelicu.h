@@ -34,7 +34,7 @@ class ZelUniConverter {
  private:
   explicit ZelUniConverter(const char* codepage);
 
-  UConverter* handle;  // null when the code page is unknown; its use is guarded by mutex
+  UConverter* handle PT_GUARDED_BY(mutex);  // null when the code page is unknown
   ZelMutex mutex;
   std::string name;  // empty: the default converter
 };

@@ -60,8 +60,8 @@ class ZelTableManager : public TableManager {
   std::atomic<std::uint32_t> allocPeak;
   std::unique_ptr<std::vector<ZelColumnInfo*>> columns;  ///< owns the columns too
   /// By subnode. Created when first needed; owns its records, except that the destructor leaves
-  /// them: a request may still read the rows that it got. Guarded by mutex.
-  std::unique_ptr<std::map<std::string, ZelCachedSampleData*>> cache;
+  /// them: a request may still read the rows that it got.
+  std::unique_ptr<std::map<std::string, ZelCachedSampleData*>> cache GUARDED_BY(mutex);
   std::map<std::string, const ZelColumnInfo*> columnsByName;
   ZelMutex mutex;
 

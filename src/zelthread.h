@@ -4,28 +4,30 @@
 
 #include <cstring>
 
+#include "agentfw/thread_annotations.h"
+
 /// A POSIX mutex with default attributes: not recursive.
-class ZelMutex {
+class CAPABILITY("mutex") ZelMutex {
  public:
   ZelMutex();
   ZelMutex(const ZelMutex&) = delete;
   ZelMutex& operator=(const ZelMutex&) = delete;
   ~ZelMutex();
 
-  int lock();    ///< the result of pthread_mutex_lock
-  int unlock();  ///< the result of pthread_mutex_unlock
+  int lock() ACQUIRE();    ///< the result of pthread_mutex_lock
+  int unlock() RELEASE();  ///< the result of pthread_mutex_unlock
 
  private:
   pthread_mutex_t mutex;
 };
 
 /// Holds a mutex for a scope.
-class ZelAutoMutex {
+class SCOPED_CAPABILITY ZelAutoMutex {
  public:
-  explicit ZelAutoMutex(ZelMutex& guarded) : mutex(guarded) { mutex.lock(); }
+  explicit ZelAutoMutex(ZelMutex& guarded) ACQUIRE(guarded) : mutex(guarded) { mutex.lock(); }
   ZelAutoMutex(const ZelAutoMutex&) = delete;
   ZelAutoMutex& operator=(const ZelAutoMutex&) = delete;
-  ~ZelAutoMutex() { mutex.unlock(); }
+  ~ZelAutoMutex() RELEASE() { mutex.unlock(); }
 
  private:
   ZelMutex& mutex;

@@ -78,7 +78,7 @@ class ZelClient {
   static unsigned long s_mhThread;
   static std::atomic<bool> s_mhRunning;
   // Never destroyed: threads queue, take and wait for tasks while another one ends the process.
-  static std::queue<ZelTask*>& s_taskQueue;  // owning; guarded by s_tqMutex
+  static std::queue<ZelTask*>& s_taskQueue GUARDED_BY(s_tqMutex);  // owning
   static ZelMutex& s_tqMutex;
   static ZelEvent& s_tqEvent;
   static std::atomic<unsigned long> s_destroyBoundMs;

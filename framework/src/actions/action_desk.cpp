@@ -54,14 +54,14 @@ struct ActionDesk::Run {
   std::string node;  ///< as the agent registered it
   TimerQueue::Id timer = 0;
 
-  ActionStatus status;         // guarded by the desk's mutex, as all below
+  ActionStatus status;         // guarded by the desk's mutex_, as all below
   Done done;                   // empty once answered
   std::shared_ptr<void> slot;  // its place among those that wait, until it is queued
   bool isOver = false;         // ended or refused
   Clock::MonotonicTime began;
 
-  std::mutex telling;
-  State told = State::Waiting;  // guarded by telling
+  Mutex telling;
+  State told GUARDED_BY(telling) = State::Waiting;
 };
 
 ActionDesk::ActionDesk(const AgentConfig& config, Surroundings surroundings,
@@ -111,7 +111,7 @@ std::optional<RequestError> ActionDesk::accept(const ActionRequest& request, con
   run->status.command = request.command;
   run->status.askedAt = around_.clock.wall();
 
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (stopping_) {
     return stoppingError();
   }
@@ -164,7 +164,7 @@ void ActionDesk::openRow(const RunPtr& run, const ReportResult& result) {
     return;
   }
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     run->status.node = nodeOf(*result.table, row.bytes);
   }
   const auto opened = [weak = weak_from_this(), run](std::unique_ptr<RowObject> object,
@@ -189,7 +189,7 @@ void ActionDesk::openRow(const RunPtr& run, const ReportResult& result) {
 void ActionDesk::queue(const RunPtr& run, std::shared_ptr<RowObject> row) {
   std::shared_ptr<void> slot;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (run->isOver) {
       return;
     }
@@ -206,7 +206,7 @@ void ActionDesk::queue(const RunPtr& run, std::shared_ptr<RowObject> row) {
 
 void ActionDesk::perform(const RunPtr& run, std::shared_ptr<RowObject> row) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (run->isOver) {
       return;
     }
@@ -233,7 +233,7 @@ void ActionDesk::perform(const RunPtr& run, std::shared_ptr<RowObject> row) {
 void ActionDesk::finish(const RunPtr& run, const CommandOutcome& outcome) {
   std::optional<Ending> ending;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     ending = end(*run, outcome);
   }
   announce(run, ending);
@@ -284,7 +284,7 @@ void ActionDesk::announce(const RunPtr& run, std::optional<Ending>& ending) {
 void ActionDesk::refuse(const RunPtr& run, const RequestError& error) {
   Done done;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (run->isOver) {
       return;
     }
@@ -301,7 +301,7 @@ void ActionDesk::expire(const RunPtr& run) {
   const auto deadline = config_.deadline.count();
   std::optional<Ending> ending;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!run->isOver && run->status.state == State::Running) {
       run->status.state = State::Late;
       run->status.message = fmt::format("The command has not ended within {} ms.", deadline);
@@ -319,10 +319,10 @@ void ActionDesk::expire(const RunPtr& run) {
 void ActionDesk::tell(const RunPtr& run) {
   // A command may end while somebody tells that it is late: nobody is told an older state after a
   // newer one.
-  const std::lock_guard telling(run->telling);
+  const MutexLock telling(run->telling);
   ActionStatus status;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     status = run->status;
   }
   if (std::exchange(run->told, status.state) != status.state) {
@@ -341,7 +341,7 @@ void ActionDesk::answer(Done done, std::variant<ActionStatus, RequestError> resu
 }
 
 std::vector<ActionStatus> ActionDesk::recent() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::vector<ActionStatus> result;
   for (auto each = runs_.rbegin(); each != runs_.rend(); ++each) {
     result.push_back(each->second->status);
@@ -353,7 +353,7 @@ void ActionDesk::refuse() {
   std::vector<RunPtr> refused;
   std::vector<Done> unanswered;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     stopping_ = true;
     for (auto each = runs_.begin(); each != runs_.end();) {
       Run& run = *each->second;
@@ -380,7 +380,7 @@ void ActionDesk::stop(std::chrono::milliseconds bound) {
   lane_.stop(bound);
   std::vector<Done> unanswered;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const auto& [id, run] : runs_) {
       if (run->done) {
         unanswered.push_back(std::exchange(run->done, nullptr));

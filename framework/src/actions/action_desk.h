@@ -7,7 +7,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,6 +14,7 @@
 #include "actions/actions.h"
 #include "actions/command_call.h"
 #include "actions/pending_answers.h"
+#include "agentfw/mutex.h"
 #include "basic/clock.h"
 #include "config/agent_config.h"
 #include "engine/callback_gate.h"
@@ -89,7 +89,7 @@ class ActionDesk final : public Actions, public std::enable_shared_from_this<Act
     ActionStatus status;
     Done done;  ///< empty when it has been answered
   };
-  std::optional<Ending> end(Run& run, const CommandOutcome& outcome);  // needs mutex_
+  std::optional<Ending> end(Run& run, const CommandOutcome& outcome) REQUIRES(mutex_);
   void announce(const RunPtr& run, std::optional<Ending>& ending);
   void tell(const RunPtr& run);
   void answer(Done done, std::variant<ActionStatus, RequestError> result);
@@ -106,11 +106,11 @@ class ActionDesk final : public Actions, public std::enable_shared_from_this<Act
   /// passed their deadline there.
   const std::shared_ptr<std::atomic<std::uint32_t>> waiting_;
 
-  mutable std::mutex mutex_;
-  std::map<std::uint64_t, RunPtr> runs_;  // guarded by mutex_; those in progress and the last ended
-  std::deque<std::uint64_t> ended_;       // guarded by mutex_; in the order in which they ended
-  std::uint64_t lastId_ = 0;              // guarded by mutex_
-  bool stopping_ = false;                 // guarded by mutex_
+  mutable Mutex mutex_;
+  std::map<std::uint64_t, RunPtr> runs_ GUARDED_BY(mutex_);  // those in progress and the last ended
+  std::deque<std::uint64_t> ended_ GUARDED_BY(mutex_);       // in the order in which they ended
+  std::uint64_t lastId_ GUARDED_BY(mutex_) = 0;
+  bool stopping_ GUARDED_BY(mutex_) = false;
 
   WorkerLane lane_;  // its tasks use all of the above, so it ends first
 };

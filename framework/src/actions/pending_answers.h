@@ -1,9 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
+
+#include "agentfw/mutex.h"
 
 namespace fw {
 
@@ -12,26 +12,26 @@ namespace fw {
 class PendingAnswers final {
  public:
   void begin() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     ++count_;
   }
 
   void end() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     --count_;
     none_.notify_all();
   }
 
   /// False: some were still on their way after `bound`.
   bool waitNone(std::chrono::milliseconds bound) {
-    std::unique_lock lock(mutex_);
-    return none_.wait_for(lock, bound, [this] { return count_ == 0; });
+    MutexLock lock(mutex_);
+    return none_.wait_for(lock, bound, [this]() REQUIRES(mutex_) { return count_ == 0; });
   }
 
  private:
-  std::mutex mutex_;
-  std::condition_variable none_;
-  std::uint32_t count_ = 0;  // guarded by mutex_
+  Mutex mutex_;
+  CondVar none_;
+  std::uint32_t count_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace fw

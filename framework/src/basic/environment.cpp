@@ -11,7 +11,7 @@ Environment& Environment::instance() {
 }
 
 const char* Environment::find(const std::string& name) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const char* value = std::getenv(name.c_str());
   if (value == nullptr) {
     if (const auto configured = configured_.find(name); configured != configured_.end()) {
@@ -24,12 +24,12 @@ const char* Environment::find(const std::string& name) {
 }
 
 void Environment::setConfigured(std::map<std::string, std::string> variables) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   configured_ = std::move(variables);
 }
 
 void Environment::setDefault(const std::string& name, const std::string& value) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   defaults_[name] = value;
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
+
+#include "agentfw/mutex.h"
 
 namespace fw {
 
@@ -29,10 +30,10 @@ class Environment {
   void setDefault(const std::string& name, const std::string& value);
 
  private:
-  std::mutex mutex_;
-  std::map<std::string, std::string> configured_;  // guarded by mutex_
-  std::map<std::string, std::string> defaults_;    // guarded by mutex_
-  std::set<std::string> given_;  // guarded by mutex_; every text that was handed out
+  Mutex mutex_;
+  std::map<std::string, std::string> configured_ GUARDED_BY(mutex_);
+  std::map<std::string, std::string> defaults_ GUARDED_BY(mutex_);
+  std::set<std::string> given_ GUARDED_BY(mutex_);  // every text that was handed out
 };
 
 }  // namespace fw

@@ -21,7 +21,7 @@ HandleTable& HandleTable::instance() {
 }
 
 RES1_Handle HandleTable::add(Unused onUnused) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::uint32_t index = 0;
   if (!free_.empty()) {
     index = free_.front();
@@ -41,7 +41,7 @@ RES1_Handle HandleTable::add(Unused onUnused) {
 }
 
 bool HandleTable::watch(RES1_Handle handle, Unused onUnused) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   Slot* const slot = find(handle);
   if (slot == nullptr) {
     return false;
@@ -51,7 +51,7 @@ bool HandleTable::watch(RES1_Handle handle, Unused onUnused) {
 }
 
 int HandleTable::use(RES1_Handle handle) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   Slot* slot = find(handle);
   if (slot == nullptr) {
     return kUnknownHandle;
@@ -66,7 +66,7 @@ int HandleTable::use(RES1_Handle handle) {
 int HandleTable::drop(RES1_Handle handle) {
   Unused onUnused;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     Slot* slot = find(handle);
     if (slot == nullptr) {
       return kUnknownHandle;
@@ -85,13 +85,13 @@ int HandleTable::drop(RES1_Handle handle) {
 }
 
 std::optional<std::uint32_t> HandleTable::uses(RES1_Handle handle) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const Slot* slot = find(handle);
   return slot == nullptr ? std::nullopt : std::optional(slot->uses);
 }
 
 bool HandleTable::removeUnused(RES1_Handle handle) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   Slot* slot = find(handle);
   if (slot == nullptr || slot->uses != 0) {
     return false;
@@ -101,7 +101,7 @@ bool HandleTable::removeUnused(RES1_Handle handle) {
 }
 
 bool HandleTable::remove(RES1_Handle handle) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   Slot* slot = find(handle);
   if (slot == nullptr) {
     return false;
@@ -111,12 +111,12 @@ bool HandleTable::remove(RES1_Handle handle) {
 }
 
 std::uint32_t HandleTable::size() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return size_;
 }
 
 HandleTable::Slot* HandleTable::find(RES1_Handle handle) {
-  return const_cast<Slot*>(std::as_const(*this).find(handle));
+  return const_cast<Slot*>(static_cast<const HandleTable*>(this)->find(handle));
 }
 
 const HandleTable::Slot* HandleTable::find(RES1_Handle handle) const {

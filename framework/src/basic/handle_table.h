@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "agentfw/res1.h"
 
 namespace fw {
@@ -68,14 +68,14 @@ class HandleTable {
     Unused onUnused;
   };
 
-  Slot* find(RES1_Handle handle);
-  const Slot* find(RES1_Handle handle) const;
-  void release(Slot& slot, RES1_Handle handle);
+  Slot* find(RES1_Handle handle) REQUIRES(mutex_);
+  const Slot* find(RES1_Handle handle) const REQUIRES(mutex_);
+  void release(Slot& slot, RES1_Handle handle) REQUIRES(mutex_);
 
-  mutable std::mutex mutex_;
-  std::vector<Slot> slots_;         // guarded by mutex_
-  std::deque<std::uint32_t> free_;  // guarded by mutex_; oldest first, so that slots rest long
-  std::uint32_t size_ = 0;          // guarded by mutex_
+  mutable Mutex mutex_;
+  std::vector<Slot> slots_ GUARDED_BY(mutex_);
+  std::deque<std::uint32_t> free_ GUARDED_BY(mutex_);  // oldest first, so that slots rest long
+  std::uint32_t size_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace fw

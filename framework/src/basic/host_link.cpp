@@ -14,17 +14,17 @@ HostLink& HostLink::instance() {
 }
 
 void HostLink::setCallGuard(CallGuard& guard) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   guard_ = &guard;
 }
 
 HostLink::CallGuard* HostLink::callGuard() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return guard_;
 }
 
 void HostLink::onReady(std::function<void(std::uint16_t)> notice) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (!ready_) {
     readyNotice_ = std::move(notice);
     return;
@@ -35,7 +35,7 @@ void HostLink::onReady(std::function<void(std::uint16_t)> notice) {
 }
 
 void HostLink::onMainLoopEntered(std::function<void()> notice) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (!mainLoopEntered_) {
     mainLoopNotice_ = std::move(notice);
     return;
@@ -45,7 +45,7 @@ void HostLink::onMainLoopEntered(std::function<void()> notice) {
 }
 
 void HostLink::notifyReady(std::uint16_t port) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (ready_) {
     return;
   }
@@ -59,7 +59,7 @@ void HostLink::notifyReady(std::uint16_t port) {
 }
 
 void HostLink::notifyMainLoopEntered() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (mainLoopEntered_) {
     return;
   }
@@ -72,19 +72,19 @@ void HostLink::notifyMainLoopEntered() {
 }
 
 void HostLink::setFailure(const std::string& reason) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (failure_.empty()) {
     failure_ = reason;
   }
 }
 
 std::string HostLink::failure() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return failure_;
 }
 
 void HostLink::addFlusher(Flusher flusher) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   flushers_.push_back(std::move(flusher));
 }
 
@@ -95,7 +95,7 @@ void HostLink::flush(std::chrono::milliseconds bound) noexcept {
   try {
     std::vector<Flusher> flushers;
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       flushers = flushers_;
     }
     for (const Flusher& flusher : flushers) {

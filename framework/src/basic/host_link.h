@@ -4,12 +4,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "agentfw/host.h"
+#include "agentfw/mutex.h"
 
 namespace fw {
 
@@ -46,15 +46,15 @@ class HostLink {
   void flush(std::chrono::milliseconds bound) noexcept;
 
  private:
-  mutable std::mutex mutex_;
-  CallGuard* guard_ = nullptr;                      // guarded by mutex_; not owned
-  std::function<void(std::uint16_t)> readyNotice_;  // guarded by mutex_
-  std::function<void()> mainLoopNotice_;            // guarded by mutex_
-  bool ready_ = false;                              // guarded by mutex_
-  std::uint16_t port_ = 0;                          // guarded by mutex_
-  bool mainLoopEntered_ = false;                    // guarded by mutex_
-  std::string failure_;                             // guarded by mutex_
-  std::vector<Flusher> flushers_;                   // guarded by mutex_
+  mutable Mutex mutex_;
+  CallGuard* guard_ GUARDED_BY(mutex_) = nullptr;  // not owned
+  std::function<void(std::uint16_t)> readyNotice_ GUARDED_BY(mutex_);
+  std::function<void()> mainLoopNotice_ GUARDED_BY(mutex_);
+  bool ready_ GUARDED_BY(mutex_) = false;
+  std::uint16_t port_ GUARDED_BY(mutex_) = 0;
+  bool mainLoopEntered_ GUARDED_BY(mutex_) = false;
+  std::string failure_ GUARDED_BY(mutex_);
+  std::vector<Flusher> flushers_ GUARDED_BY(mutex_);
 };
 
 }  // namespace fw

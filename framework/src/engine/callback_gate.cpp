@@ -48,7 +48,7 @@ bool CallbackGate::runInside(State highest, const std::function<void()>& callbac
 }
 
 bool CallbackGate::enter(State highest) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (state_ > highest) {
     return false;
   }
@@ -58,46 +58,47 @@ bool CallbackGate::enter(State highest) {
 }
 
 void CallbackGate::leave() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   --inside_;
   --depth;
   left_.notify_all();
 }
 
 void CallbackGate::close() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (state_ == State::Open) {
     state_ = State::Closed;
   }
 }
 
 bool CallbackGate::isClosed() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return state_ != State::Open;
 }
 
 void CallbackGate::seal() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   state_ = State::Sealed;
 }
 
 bool CallbackGate::drain(std::chrono::milliseconds bound) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   const std::uint32_t own = depth;
   drainingInside_ += own;
   left_.notify_all();  // those who wait already need not wait for this thread either
-  const bool empty = left_.wait_for(lock, bound, [&] { return inside_ <= drainingInside_; });
+  const bool empty =
+      left_.wait_for(lock, bound, [&]() REQUIRES(mutex_) { return inside_ <= drainingInside_; });
   drainingInside_ -= own;
   return empty;
 }
 
 bool CallbackGate::waitEmpty(std::chrono::milliseconds bound) {
-  std::unique_lock lock(mutex_);
-  return left_.wait_for(lock, bound, [&] { return inside_ == 0; });
+  MutexLock lock(mutex_);
+  return left_.wait_for(lock, bound, [&]() REQUIRES(mutex_) { return inside_ == 0; });
 }
 
 std::uint32_t CallbackGate::inside() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return inside_;
 }
 

@@ -1,11 +1,10 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 
+#include "agentfw/mutex.h"
 #include "basic/host_link.h"
 
 namespace fw {
@@ -50,11 +49,11 @@ class CallbackGate {
   bool runInside(State highest, const std::function<void()>& callback);
 
   std::function<HostLink::CallGuard*()> guard_;
-  mutable std::mutex mutex_;
-  std::condition_variable left_;
-  State state_ = State::Open;         // guarded by mutex_
-  std::uint32_t inside_ = 0;          // guarded by mutex_
-  std::uint32_t drainingInside_ = 0;  // guarded by mutex_; threads inside that wait in drain()
+  mutable Mutex mutex_;
+  CondVar left_;
+  State state_ GUARDED_BY(mutex_) = State::Open;
+  std::uint32_t inside_ GUARDED_BY(mutex_) = 0;
+  std::uint32_t drainingInside_ GUARDED_BY(mutex_) = 0;  // threads inside that wait in drain()
 };
 
 }  // namespace fw

@@ -56,7 +56,7 @@ void Engine::removeTable(TableManager& manager) {
   }
   std::vector<std::shared_ptr<SampleChannel>> channels;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (auto each = channels_.begin(); each != channels_.end();) {
       if (each->first.first == manager.tableName) {
         channels.push_back(each->second);
@@ -79,7 +79,7 @@ void Engine::removeTable(TableManager& manager) {
 
 TableStatus Engine::statusOf(const TableSet::View& view) const {
   TableStatus status = tables_.statusOf(view);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (const auto& [key, channel] : channels_) {
     if (key.first == view.info->name && channel->isStuck()) {
       ++status.stuck;
@@ -154,7 +154,7 @@ std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const
   }
   std::shared_ptr<Report> report;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopping_) {
       return stopping();
     }
@@ -236,7 +236,7 @@ std::optional<RequestError> Engine::openRow(const std::string& table, const std:
   const auto& view = std::get<TableSet::View>(found);
   std::shared_ptr<SampleChannel> channel;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopping_) {
       return stopping();
     }
@@ -252,14 +252,14 @@ std::optional<RequestError> Engine::openRow(const std::string& table, const std:
 }
 
 std::shared_ptr<Turns> Engine::turnsOf(const TableSet::View& table, const SubnodeName& subnode) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return channelOf(table, subnode)->turns();
 }
 
 void Engine::finish(const std::shared_ptr<Report>& report) {
   Running running;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     auto node = running_.extract(report);
     if (node.empty()) {
       return;
@@ -284,24 +284,24 @@ void Engine::answer(const std::function<void()>& answer) {
 }
 
 std::uint32_t Engine::reportsWaiting() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return static_cast<std::uint32_t>(running_.size());
 }
 
 std::uint64_t Engine::reportsAnswered() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return answered_;
 }
 
 std::uint64_t Engine::reportsRefused() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return refused_;
 }
 
 bool Engine::closeSubnode(const std::string& raw, std::chrono::milliseconds bound) {
   std::vector<std::shared_ptr<SampleChannel>> channels;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const auto& [key, channel] : channels_) {
       if (key.second == raw) {
         channels.push_back(channel);
@@ -316,7 +316,7 @@ bool Engine::closeSubnode(const std::string& raw, std::chrono::milliseconds boun
   for (const auto& channel : channels) {
     all = channel->waitIdle(countdown.left()) && all;
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   // Those too that could not go with their own subnode: it may never come back.
   std::erase_if(channels_, [](const auto& each) {
     return each.second->isClosed() && each.second->waitReturned(kNoTime) &&
@@ -329,7 +329,7 @@ void Engine::refuse() {
   tables_.close();
   std::vector<std::shared_ptr<Report>> reports;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     stopping_ = true;
     for (const auto& [report, running] : running_) {
       reports.push_back(report);
@@ -343,7 +343,7 @@ void Engine::refuse() {
 void Engine::deleteObjects(std::chrono::milliseconds bound) {
   std::vector<std::shared_ptr<SampleChannel>> channels;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const auto& [key, channel] : channels_) {
       channels.push_back(channel);
     }
@@ -364,7 +364,7 @@ void Engine::deleteObjects(std::chrono::milliseconds bound) {
 void Engine::stop(std::chrono::milliseconds bound) {
   samples_.stop(bound);
   reports_.stop(bound);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (const auto& [key, channel] : channels_) {
     channel->abandon();
   }

@@ -5,13 +5,13 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "agentfw/vuira.h"
 #include "basic/clock.h"
 #include "config/agent_config.h"
@@ -105,8 +105,8 @@ class Engine {
   std::optional<RequestError> targetsOf(const std::optional<std::string>& subnode,
                                         const TableInfo& table,
                                         std::vector<SubnodeName>& targets) const;
-  std::shared_ptr<SampleChannel> channelOf(const TableSet::View& table,
-                                           const SubnodeName& subnode);  // needs mutex_
+  std::shared_ptr<SampleChannel> channelOf(const TableSet::View& table, const SubnodeName& subnode)
+      REQUIRES(mutex_);
   std::optional<RequestError> tryBegin(const ReportRequest& request, const Done& done);
   void finish(const std::shared_ptr<Report>& report);
 
@@ -122,12 +122,12 @@ class Engine {
     TimerQueue::Id timer = 0;
   };
 
-  mutable std::mutex mutex_;
-  std::map<ChannelKey, std::shared_ptr<SampleChannel>> channels_;  // guarded by mutex_
-  std::map<std::shared_ptr<Report>, Running> running_;             // guarded by mutex_
-  std::uint64_t answered_ = 0;                                     // guarded by mutex_
-  std::uint64_t refused_ = 0;                                      // guarded by mutex_
-  bool stopping_ = false;                                          // guarded by mutex_
+  mutable Mutex mutex_;
+  std::map<ChannelKey, std::shared_ptr<SampleChannel>> channels_ GUARDED_BY(mutex_);
+  std::map<std::shared_ptr<Report>, Running> running_ GUARDED_BY(mutex_);
+  std::uint64_t answered_ GUARDED_BY(mutex_) = 0;
+  std::uint64_t refused_ GUARDED_BY(mutex_) = 0;
+  bool stopping_ GUARDED_BY(mutex_) = false;
 
   std::atomic<bool> loaded_{false};
   TableSet tables_;

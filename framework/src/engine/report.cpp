@@ -22,7 +22,7 @@ Report::Report(std::shared_ptr<TableEntry> table, std::shared_ptr<const TableInf
 void Report::begin() {
   if (targets_.empty()) {
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       if (std::exchange(completed_, true)) {
         return;
       }
@@ -37,7 +37,7 @@ void Report::begin() {
 
 void Report::onSample(std::size_t slot, const SampleOutcome& outcome) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (completed_ || outcomes_[slot]) {
       return;
     }
@@ -52,7 +52,7 @@ void Report::onSample(std::size_t slot, const SampleOutcome& outcome) {
 
 void Report::expire(std::chrono::milliseconds deadline) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (std::exchange(completed_, true)) {
       return;
     }
@@ -70,7 +70,7 @@ void Report::expire(std::chrono::milliseconds deadline) {
 
 void Report::abort(RequestError error) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (std::exchange(completed_, true)) {
       return;
     }
@@ -106,7 +106,7 @@ ReportSample Report::describe(const Target& target, const SampleOutcome& outcome
 
 ReportResult Report::assemble() {
   ReportResult result;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (error_) {
     result.error = std::move(error_);
     return result;

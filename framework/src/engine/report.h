@@ -2,10 +2,10 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "basic/clock.h"
 #include "engine/reports.h"
 #include "engine/sample_channel.h"
@@ -54,11 +54,11 @@ class Report final : public SampleWaiter, public std::enable_shared_from_this<Re
   Clock& clock_;
   const Complete complete_;
 
-  std::mutex mutex_;
-  std::vector<std::optional<SampleOutcome>> outcomes_;  // guarded by mutex_
-  std::size_t missing_;                                 // guarded by mutex_
-  std::optional<RequestError> error_;                   // guarded by mutex_
-  bool completed_ = false;                              // guarded by mutex_
+  Mutex mutex_;
+  std::vector<std::optional<SampleOutcome>> outcomes_ GUARDED_BY(mutex_);
+  std::size_t missing_ GUARDED_BY(mutex_);
+  std::optional<RequestError> error_ GUARDED_BY(mutex_);
+  bool completed_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace fw

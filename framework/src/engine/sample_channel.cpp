@@ -39,7 +39,7 @@ void SampleChannel::sample(const Predicate& predicate, const std::weak_ptr<Sampl
   std::shared_ptr<Sampling> begun;
   std::optional<SampleOutcome> outcome;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     outcome = answerNow(hints);
     if (!outcome) {
       auto& sampling = inFlight_[hints];
@@ -82,7 +82,7 @@ std::optional<SampleOutcome> SampleChannel::answerNow(const Hints& hints) {
 void SampleChannel::take(const std::shared_ptr<Sampling>& sampling) {
   bool wanted = false;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     wanted = std::any_of(sampling->waiting.begin(), sampling->waiting.end(),
                          [](const Waiting& each) { return !each.waiter.expired(); });
     if (!wanted) {
@@ -110,7 +110,7 @@ void SampleChannel::finish(const std::shared_ptr<Sampling>& sampling,
                            const SampleOutcome& outcome) {
   std::vector<Waiting> waiting;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     waiting.swap(sampling->waiting);
     // A channel that was closed meanwhile, and maybe opened again, has forgotten this sampling.
     const auto found = inFlight_.find(sampling->hints);
@@ -152,7 +152,7 @@ std::unique_ptr<vuira> SampleChannel::makeObject(const Hints& hints, const Predi
 }
 
 std::shared_ptr<const Sample> SampleChannel::lastGood() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return lastGood_;
 }
 
@@ -185,7 +185,7 @@ void SampleChannel::openRow(std::string row, RowOpened opened) {
 
 std::unique_ptr<RowObject> SampleChannel::makeRowObject(const std::string& row) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (closed_) {
       throw std::runtime_error(closedWhy_);
     }
@@ -200,7 +200,7 @@ std::unique_ptr<RowObject> SampleChannel::makeRowObject(const std::string& row) 
   if (object->vuira::InsertRow(copy.data()) != 0) {
     throw std::runtime_error(fmt::format("There is no room for a row of {}.", label_));
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ++lent_;
   return std::make_unique<RowObject>(shared_from_this(), std::move(object));
 }
@@ -211,7 +211,7 @@ void SampleChannel::takeBack(std::unique_ptr<vuira> object) {
     std::unique_ptr<vuira> object;
     ~Returning() {
       static_cast<void>(object.release());  // there is one only when its turn has not come
-      const std::lock_guard lock(channel->mutex_);
+      const MutexLock lock(channel->mutex_);
       --channel->lent_;
       channel->returned_.notify_all();
     }
@@ -223,14 +223,14 @@ void SampleChannel::takeBack(std::unique_ptr<vuira> object) {
 }
 
 bool SampleChannel::waitReturned(std::chrono::milliseconds bound) const {
-  std::unique_lock lock(mutex_);
-  return returned_.wait_for(lock, bound, [this] { return lent_ == 0; });
+  MutexLock lock(mutex_);
+  return returned_.wait_for(lock, bound, [this]() REQUIRES(mutex_) { return lent_ == 0; });
 }
 
 void SampleChannel::close(const std::string& why) {
   std::map<Hints, std::shared_ptr<Sampling>> inFlight;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     closed_ = true;
     closedWhy_ = why;
     lastGood_.reset();
@@ -243,12 +243,12 @@ void SampleChannel::close(const std::string& why) {
 }
 
 void SampleChannel::reopen() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   closed_ = false;
 }
 
 bool SampleChannel::isClosed() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return closed_;
 }
 

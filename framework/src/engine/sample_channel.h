@@ -1,16 +1,15 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "agentfw/vuira.h"
 #include "basic/clock.h"
 #include "config/agent_config.h"
@@ -122,7 +121,7 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   struct Sampling {
     Hints hints;
     Predicate predicate;
-    std::vector<Waiting> waiting;  // guarded by mutex_
+    std::vector<Waiting> waiting;  // guarded by the channel's mutex_
   };
 
   /// Distinct hinted samples that may wait at a time.
@@ -141,7 +140,7 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   std::optional<std::string> whyStuck() const;
 
   /// What can be answered without a callback; nothing when one is needed.
-  std::optional<SampleOutcome> answerNow(const Hints& hints);  // needs mutex_
+  std::optional<SampleOutcome> answerNow(const Hints& hints) REQUIRES(mutex_);
 
   const Shared shared_;
   const std::shared_ptr<TableEntry> table_;
@@ -152,14 +151,14 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
 
   std::unique_ptr<vuira> object_;  // touched by the job that has its turn only
 
-  mutable std::mutex mutex_;
-  mutable std::condition_variable returned_;
-  std::uint32_t lent_ = 0;  // guarded by mutex_; objects of openRow()
-  /// guarded by mutex_; the one without hints is what reports share
-  std::map<Hints, std::shared_ptr<Sampling>> inFlight_;
-  std::shared_ptr<const Sample> lastGood_;  // guarded by mutex_
-  bool closed_ = false;                     // guarded by mutex_
-  std::string closedWhy_;                   // guarded by mutex_
+  mutable Mutex mutex_;
+  mutable CondVar returned_;
+  std::uint32_t lent_ GUARDED_BY(mutex_) = 0;  // objects of openRow()
+  /// The one without hints is what reports share.
+  std::map<Hints, std::shared_ptr<Sampling>> inFlight_ GUARDED_BY(mutex_);
+  std::shared_ptr<const Sample> lastGood_ GUARDED_BY(mutex_);
+  bool closed_ GUARDED_BY(mutex_) = false;
+  std::string closedWhy_ GUARDED_BY(mutex_);
 };
 
 }  // namespace fw

@@ -29,7 +29,7 @@ int TableSet::add(TableManager& manager) {
   entry->manager = &manager;
   entry->turns = std::make_shared<Turns>("sampling " + name, lane_, clock_);
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (closed_) {
       return kRcStopping;
     }
@@ -52,7 +52,7 @@ void TableSet::describe(const std::shared_ptr<TableEntry>& entry) {
   RAS1_FUNCTION();
   auto info = std::make_shared<TableInfo>();
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     info->application = entry->info->application;
     info->name = entry->info->name;
     const auto found = tables_.find(info->name);
@@ -76,7 +76,7 @@ void TableSet::describe(const std::shared_ptr<TableEntry>& entry) {
   }
   std::optional<View> ready;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     entry->state = refusal ? TableStatus::State::Refused : TableStatus::State::Ready;
     if (refusal) {
       entry->refusal = *refusal;
@@ -92,7 +92,7 @@ void TableSet::describe(const std::shared_ptr<TableEntry>& entry) {
 }
 
 std::shared_ptr<TableEntry> TableSet::remove(const TableManager& manager) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = std::find_if(tables_.begin(), tables_.end(), [&](const auto& each) {
     return each.second->manager == &manager;
   });
@@ -107,8 +107,8 @@ std::shared_ptr<TableEntry> TableSet::remove(const TableManager& manager) {
 }
 
 bool TableSet::waitDescribed(std::chrono::milliseconds bound) const {
-  std::unique_lock lock(mutex_);
-  return described_.wait_for(lock, bound, [this] {
+  MutexLock lock(mutex_);
+  return described_.wait_for(lock, bound, [this]() REQUIRES(mutex_) {
     return closed_ || std::none_of(tables_.begin(), tables_.end(), [](const auto& each) {
              return each.second->state == TableStatus::State::Describing;
            });
@@ -116,13 +116,13 @@ bool TableSet::waitDescribed(std::chrono::milliseconds bound) const {
 }
 
 void TableSet::close() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   closed_ = true;
   described_.notify_all();
 }
 
 std::optional<TableSet::View> TableSet::find(std::string_view name) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = tables_.find(name);
   if (found == tables_.end()) {
     return std::nullopt;
@@ -132,7 +132,7 @@ std::optional<TableSet::View> TableSet::find(std::string_view name) const {
 }
 
 std::vector<TableSet::View> TableSet::all() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::vector<View> views;
   for (const auto& [name, entry] : tables_) {
     views.push_back({entry, entry->state, entry->refusal, entry->info});

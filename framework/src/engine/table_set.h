@@ -1,16 +1,15 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "agentfw/vuira.h"
 #include "basic/clock.h"
 #include "config/agent_config.h"
@@ -70,10 +69,10 @@ class TableSet {
   WorkerLane& lane_;
   const OnReady onReady_;
 
-  mutable std::mutex mutex_;
-  mutable std::condition_variable described_;
-  std::map<std::string, std::shared_ptr<TableEntry>, std::less<>> tables_;  // guarded by mutex_
-  bool closed_ = false;                                                     // guarded by mutex_
+  mutable Mutex mutex_;
+  mutable CondVar described_;
+  std::map<std::string, std::shared_ptr<TableEntry>, std::less<>> tables_ GUARDED_BY(mutex_);
+  bool closed_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace fw

@@ -6,14 +6,14 @@ TimerQueue::Id TimerQueue::at(Clock::MonotonicTime when, Action action) {
   Id id = 0;
   bool isNext = false;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     id = ++lastId_;
     const auto place = actions_.emplace(Key(when, id), std::move(action)).first;
     moments_.emplace(id, when);
     isNext = place == actions_.begin();
   }
   if (isNext) {
-    const std::lock_guard lock(noticeMutex_);
+    const MutexLock lock(noticeMutex_);
     if (newNext_) {
       newNext_();
     }
@@ -29,7 +29,7 @@ bool TimerQueue::cancel(Id id) {
   // What the action holds is destroyed after the lock, because it may cancel in turn.
   Action dropped;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto moment = moments_.find(id);
     if (moment == moments_.end()) {
       return false;
@@ -44,7 +44,7 @@ void TimerQueue::fireDue() {
   while (true) {
     Action action;
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       if (actions_.empty() || actions_.begin()->first.first > clock_.monotonic()) {
         return;
       }
@@ -57,12 +57,12 @@ void TimerQueue::fireDue() {
 }
 
 void TimerQueue::onNewNext(std::function<void()> notice) {
-  const std::lock_guard lock(noticeMutex_);
+  const MutexLock lock(noticeMutex_);
   newNext_ = std::move(notice);
 }
 
 std::optional<Clock::MonotonicTime> TimerQueue::next() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (actions_.empty()) {
     return std::nullopt;
   }

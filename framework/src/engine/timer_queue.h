@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <utility>
 
+#include "agentfw/mutex.h"
 #include "basic/clock.h"
 
 namespace fw {
@@ -43,12 +43,12 @@ class TimerQueue {
   using Key = std::pair<Clock::MonotonicTime, Id>;
 
   Clock& clock_;
-  std::mutex noticeMutex_;
-  std::function<void()> newNext_;  // guarded by noticeMutex_
-  mutable std::mutex mutex_;
-  std::map<Key, Action> actions_;               // guarded by mutex_
-  std::map<Id, Clock::MonotonicTime> moments_;  // guarded by mutex_
-  Id lastId_ = 0;                               // guarded by mutex_
+  Mutex noticeMutex_;
+  std::function<void()> newNext_ GUARDED_BY(noticeMutex_);
+  mutable Mutex mutex_;
+  std::map<Key, Action> actions_ GUARDED_BY(mutex_);
+  std::map<Id, Clock::MonotonicTime> moments_ GUARDED_BY(mutex_);
+  Id lastId_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace fw

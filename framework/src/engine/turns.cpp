@@ -5,7 +5,7 @@
 namespace fw {
 
 bool Turns::add(Waiting waiting) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   jobs_.push_back(std::move(waiting));
   return jobs_.size() == 1;
 }
@@ -32,7 +32,7 @@ bool Turns::withdraw() {
 
 bool Turns::dropFirst() {
   Waiting dropped;  // destroyed after the lock
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!jobs_.empty()) {
     dropped = std::move(jobs_.front());
     jobs_.pop_front();
@@ -45,7 +45,7 @@ void Turns::startFirst() {
   WorkerLane* lane = nullptr;
   std::string what;
   do {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (jobs_.empty()) {
       return;
     }
@@ -58,7 +58,7 @@ void Turns::startFirst() {
 void Turns::runNext() {
   Job job;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (jobs_.empty()) {
       return;
     }
@@ -72,7 +72,7 @@ void Turns::runNext() {
     ~Done() {
       job = nullptr;
       {
-        const std::lock_guard lock(turns.mutex_);
+        const MutexLock lock(turns.mutex_);
         turns.began_.reset();
         turns.thread_ = {};
       }
@@ -86,7 +86,7 @@ void Turns::runNext() {
 
 void Turns::abandon() {
   std::deque<Waiting> dropped;  // destroyed after the lock
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   dropped.swap(jobs_);
   if (began_) {
     // The place of the one that runs; it has taken its job already.
@@ -96,7 +96,7 @@ void Turns::abandon() {
 }
 
 std::optional<Clock::MonotonicTime::duration> Turns::runningFor() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!began_) {
     return std::nullopt;
   }
@@ -104,8 +104,8 @@ std::optional<Clock::MonotonicTime::duration> Turns::runningFor() const {
 }
 
 bool Turns::waitIdle(std::chrono::milliseconds bound) const {
-  std::unique_lock lock(mutex_);
-  return idle_.wait_for(lock, bound, [this] {
+  MutexLock lock(mutex_);
+  return idle_.wait_for(lock, bound, [this]() REQUIRES(mutex_) {
     return jobs_.empty() || (jobs_.size() == 1 && thread_ == std::this_thread::get_id());
   });
 }

@@ -1,15 +1,14 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 
+#include "agentfw/mutex.h"
 #include "basic/clock.h"
 
 namespace fw {
@@ -67,11 +66,11 @@ class Turns : public std::enable_shared_from_this<Turns> {
   const std::string what_;
   WorkerLane& lane_;
   Clock& clock_;
-  mutable std::mutex mutex_;
-  mutable std::condition_variable idle_;
-  std::deque<Waiting> jobs_;                   // guarded by mutex_; the first has its turn
-  std::optional<Clock::MonotonicTime> began_;  // guarded by mutex_; set while the first runs
-  std::thread::id thread_;                     // guarded by mutex_; that runs the first
+  mutable Mutex mutex_;
+  mutable CondVar idle_;
+  std::deque<Waiting> jobs_ GUARDED_BY(mutex_);                   // the first has its turn
+  std::optional<Clock::MonotonicTime> began_ GUARDED_BY(mutex_);  // set while the first runs
+  std::thread::id thread_ GUARDED_BY(mutex_);                     // that runs the first
 };
 
 }  // namespace fw

@@ -1,15 +1,14 @@
 #include "engine/worker_lane.h"
 
-#include <condition_variable>
 #include <deque>
 #include <exception>
 #include <map>
-#include <mutex>
 #include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "agentfw/ras1.h"
 #include "engine/timer_queue.h"
 
@@ -23,7 +22,7 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
       : name_(std::move(name)), limits_(limits), clock_(clock), timers_(timers) {}
 
   bool post(std::string what, Task task, bool counted) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopped_ || (counted && limits_.queue != 0 && queue_.size() >= limits_.queue)) {
       return false;
     }
@@ -42,11 +41,11 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
     std::vector<std::thread> ended;
     bool all = true;
     {
-      std::unique_lock lock(mutex_);
+      MutexLock lock(mutex_);
       stopped_ = true;
       dropped.swap(queue_);
       work_.notify_all();
-      const auto empty = [this] { return workers_.empty(); };
+      const auto empty = [this]() REQUIRES(mutex_) { return workers_.empty(); };
       if (bound) {
         all = ended_.wait_for(lock, *bound, empty);
       } else {
@@ -61,7 +60,7 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
   }
 
   LaneStatus status() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     LaneStatus status;
     status.name = name_;
     status.threads = threads();
@@ -87,14 +86,16 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
     bool stuck = false;
   };
 
-  std::uint32_t threads() const { return static_cast<std::uint32_t>(workers_.size()); }
+  std::uint32_t threads() const REQUIRES(mutex_) {
+    return static_cast<std::uint32_t>(workers_.size());
+  }
 
   /// Threads that may start at once: stuck ones don't count, as far as stand-ins reach.
-  std::uint32_t normalThreads() const {
+  std::uint32_t normalThreads() const REQUIRES(mutex_) {
     return limits_.threads + std::min(stuck_, limits_.standIns);
   }
 
-  void startWorker() {
+  void startWorker() REQUIRES(mutex_) {
     RAS1_FUNCTION();
     // Threads that have ended are joined here, where the next one starts.
     for (std::thread& thread : endedThreads_) {
@@ -112,14 +113,14 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
   }
 
   void work(std::uint32_t id) {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     Worker& worker = workers_.at(id);
     while (true) {
-      work_.wait(lock, [this] { return stopped_ || !queue_.empty(); });
+      work_.wait(lock, [this]() REQUIRES(mutex_) { return stopped_ || !queue_.empty(); });
       if (queue_.empty()) {
         break;
       }
-      runOne(lock, id, worker);
+      runOne(id, worker);
       if (queue_.empty() && threads() > normalThreads()) {
         break;
       }
@@ -129,7 +130,8 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
     ended_.notify_all();
   }
 
-  void runOne(std::unique_lock<std::mutex>& lock, std::uint32_t id, Worker& worker) {
+  /// Lets go of the mutex while the task runs.
+  void runOne(std::uint32_t id, Worker& worker) REQUIRES(mutex_) {
     RAS1_FUNCTION();
     Queued next = std::move(queue_.front());
     queue_.pop_front();
@@ -137,7 +139,7 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
     const auto began = clock_.monotonic();
     const std::uint64_t run = ++worker.run;
     worker.what = next.what;
-    lock.unlock();
+    mutex_.unlock();
     const auto timer = timers_.after(limits_.stuckAfter, [weak = weak_from_this(), id, run] {
       if (const auto self = weak.lock()) {
         self->markStuck(id, run);
@@ -154,7 +156,7 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
     }
     next.task = nullptr;  // what it holds is released before the worker counts as free
     timers_.cancel(timer);
-    lock.lock();
+    mutex_.lock();
     --busy_;
     ++worker.run;
     if (worker.stuck) {
@@ -169,7 +171,7 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
 
   void markStuck(std::uint32_t id, std::uint64_t run) {
     RAS1_FUNCTION();
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = workers_.find(id);
     if (found == workers_.end() || found->second.run != run) {
       return;
@@ -185,7 +187,7 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
   }
 
   /// Sees to it that somebody looks when the oldest waiting task has waited too long.
-  void armGrowth() {
+  void armGrowth() REQUIRES(mutex_) {
     if (growthArmed_ || queue_.empty() || queue_.size() <= threads() - busy_) {
       return;
     }
@@ -199,7 +201,7 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
 
   void grow() {
     RAS1_FUNCTION();
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     growthArmed_ = false;
     if (stopped_ || queue_.empty()) {
       return;
@@ -230,18 +232,18 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
   const Limits limits_;
   Clock& clock_;
   TimerQueue& timers_;
-  mutable std::mutex mutex_;
-  std::condition_variable work_;
-  std::condition_variable ended_;
-  std::deque<Queued> queue_;  // guarded by mutex_, as all below
-  std::map<std::uint32_t, Worker> workers_;
-  std::vector<std::thread> endedThreads_;
-  std::uint32_t lastWorker_ = 0;
-  std::uint32_t busy_ = 0;
-  std::uint32_t stuck_ = 0;
-  std::uint64_t saturations_ = 0;
-  bool growthArmed_ = false;
-  bool stopped_ = false;
+  mutable Mutex mutex_;
+  CondVar work_;
+  CondVar ended_;
+  std::deque<Queued> queue_ GUARDED_BY(mutex_);
+  std::map<std::uint32_t, Worker> workers_ GUARDED_BY(mutex_);
+  std::vector<std::thread> endedThreads_ GUARDED_BY(mutex_);
+  std::uint32_t lastWorker_ GUARDED_BY(mutex_) = 0;
+  std::uint32_t busy_ GUARDED_BY(mutex_) = 0;
+  std::uint32_t stuck_ GUARDED_BY(mutex_) = 0;
+  std::uint64_t saturations_ GUARDED_BY(mutex_) = 0;
+  bool growthArmed_ GUARDED_BY(mutex_) = false;
+  bool stopped_ GUARDED_BY(mutex_) = false;
 };
 
 WorkerLane::WorkerLane(std::string name, Limits limits, Clock& clock, TimerQueue& timers)

@@ -48,7 +48,7 @@ EventLog::EventLog(std::shared_ptr<const TableInfo> table, Limits limits)
 
 std::vector<EventBatch> EventLog::add(const PushedRows& pushed) {
   std::vector<EventBatch> batches;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const std::uint32_t count = pushed.rows->rowCount();
   std::uint32_t from = 0;
   std::uint64_t lost = 0;  // just before the row `from`
@@ -109,14 +109,14 @@ void EventLog::makeRoom() {
 }
 
 void EventLog::setSubscribed(bool subscribed) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   subscribed_ = subscribed;
 }
 
 EventPage EventLog::page(std::uint64_t since, std::uint32_t limit) const {
   EventPage page;
   page.table = table_;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   page.lastSeq = lastSeq_;
   page.lost = lost_;
   page.subscribed = subscribed_;

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "events/event_feed.h"
 #include "events/subscriber.h"
 #include "tables/column.h"
@@ -48,25 +48,26 @@ class EventLog {
   EventPage page(std::uint64_t since, std::uint32_t limit) const;
 
  private:
-  std::uint64_t lossBefore(const char* row);  // needs mutex_
+  std::uint64_t lossBefore(const char* row) REQUIRES(mutex_);
   EventBatch take(const PushedRows& pushed, std::uint32_t from, std::uint32_t to,
-                  std::uint64_t lost);  // needs mutex_
-  void makeRoom();                      // needs mutex_
+                  std::uint64_t lost) REQUIRES(mutex_);
+  void makeRoom() REQUIRES(mutex_);
 
   const std::shared_ptr<const TableInfo> table_;
   const Column& sequence_;  // in table_
   const Limits limits_;
   const std::uint32_t batchRows_;
 
-  mutable std::mutex mutex_;
-  std::deque<EventBatch> batches_;            // guarded by mutex_, as all below; oldest first
-  std::uint64_t bytes_ = 0;                   // of the batches
-  std::uint64_t firstKept_ = 1;               // a batch's first rows may be beyond the limit
-  std::uint64_t lastSeq_ = 0;                 // the number of the newest row
-  std::int64_t lastAtSource_ = 0;  // the source's number of the newest row; 0 before the first
-  std::uint64_t knownLost_ = 0;               // lost after the newest row, as the agent knows
-  std::uint64_t lost_ = 0;
-  bool subscribed_ = false;
+  mutable Mutex mutex_;
+  std::deque<EventBatch> batches_ GUARDED_BY(mutex_);  // oldest first
+  std::uint64_t bytes_ GUARDED_BY(mutex_) = 0;         // of the batches
+  std::uint64_t firstKept_ GUARDED_BY(mutex_) = 1;  // a batch's first rows may be beyond the limit
+  std::uint64_t lastSeq_ GUARDED_BY(mutex_) = 0;    // the number of the newest row
+  /// The source's number of the newest row; 0 before the first.
+  std::int64_t lastAtSource_ GUARDED_BY(mutex_) = 0;
+  std::uint64_t knownLost_ GUARDED_BY(mutex_) = 0;  // lost after the newest row, as the agent knows
+  std::uint64_t lost_ GUARDED_BY(mutex_) = 0;
+  bool subscribed_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace fw

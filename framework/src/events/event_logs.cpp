@@ -38,7 +38,7 @@ void EventLogs::onTableReady(const TableSet::View& table) {
   const auto log =
       std::make_shared<EventLog>(table.info, EventLog::Limits{config_.keep, config_.keepBytes});
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     // A table that goes is marked before its log is forgotten, so no log is overlooked.
     if (table.entry->removed) {
       return;
@@ -51,7 +51,7 @@ void EventLogs::onTableReady(const TableSet::View& table) {
 }
 
 void EventLogs::onTableRemoved(const TableManager& manager) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::erase_if(logs_, [&](const auto& each) { return each.second.manager == &manager; });
 }
 
@@ -72,7 +72,7 @@ std::variant<EventPage, RequestError> EventLogs::events(const std::string& table
   }
   std::shared_ptr<EventLog> log;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (const auto kept = logs_.find(table); kept != logs_.end()) {
       log = kept->second.log;
     }

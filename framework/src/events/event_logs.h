@@ -4,11 +4,11 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <variant>
 
+#include "agentfw/mutex.h"
 #include "config/agent_config.h"
 #include "engine/engine.h"
 #include "engine/table_observer.h"
@@ -58,8 +58,8 @@ class EventLogs final : public EventFeed, public TableObserver {
   SubscriptionSet& subscriptions_;
   const std::shared_ptr<const Notice> notice_;  // shared with the subscribers
 
-  mutable std::mutex mutex_;
-  std::map<std::string, Kept> logs_;  // guarded by mutex_; by table name
+  mutable Mutex mutex_;
+  std::map<std::string, Kept> logs_ GUARDED_BY(mutex_);  // by table name
 };
 
 }  // namespace fw

@@ -41,7 +41,7 @@ void Inbox::take(RowBlock rows, std::uint64_t lost) {
     rows = RowBlock();
   }
   PushedRows pushed{std::make_shared<const RowBlock>(std::move(rows)), {}, lost};
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (refusing_) {
     return;
   }
@@ -71,7 +71,7 @@ void Inbox::store(PushedRows pushed) {
 }
 
 void Inbox::opened(std::string problem) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!refusing_) {
     opened_ = std::move(problem);
     schedule();
@@ -80,7 +80,7 @@ void Inbox::opened(std::string problem) {
 
 void Inbox::refuse() {
   std::deque<PushedRows> dropped;  // destroyed after the lock
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   refusing_ = true;
   opened_.reset();
   dropped.swap(queue_);
@@ -88,7 +88,7 @@ void Inbox::refuse() {
 }
 
 void Inbox::finish() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   finished_ = true;
   schedule();
 }
@@ -121,7 +121,7 @@ void Inbox::deliver() {
   std::shared_ptr<Subscriber> subscriber;
   Call call;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     subscriber = subscriber_;
     call = nextCall();
     if (finished_) {
@@ -135,7 +135,7 @@ void Inbox::deliver() {
   } catch (const std::exception& error) {
     RAS1_PRINT("ERROR: handling %s ended with an exception: %s", label_.c_str(), error.what());
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   scheduled_ = false;
   if (subscriber_ != nullptr && (opened_ || !queue_.empty() || finished_)) {
     schedule();

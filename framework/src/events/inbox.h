@@ -4,10 +4,10 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
+#include "agentfw/mutex.h"
 #include "basic/clock.h"
 #include "engine/worker_lane.h"
 #include "events/subscriber.h"
@@ -40,11 +40,11 @@ class Inbox final : public RowSink, public std::enable_shared_from_this<Inbox> {
  private:
   using Call = std::function<void(Subscriber&)>;
 
-  void store(PushedRows pushed);  // needs mutex_
-  /// Sees to it that a worker comes; needs mutex_.
-  void schedule();
-  /// The next call to make; nothing when there is none. Needs mutex_.
-  Call nextCall();
+  void store(PushedRows pushed) REQUIRES(mutex_);
+  /// Sees to it that a worker comes.
+  void schedule() REQUIRES(mutex_);
+  /// The next call to make; nothing when there is none.
+  Call nextCall() REQUIRES(mutex_);
   void deliver();
 
   const std::string label_;
@@ -53,15 +53,15 @@ class Inbox final : public RowSink, public std::enable_shared_from_this<Inbox> {
   Clock& clock_;
   WorkerLane& lane_;
 
-  std::mutex mutex_;
-  std::shared_ptr<Subscriber> subscriber_;  // guarded by mutex_; null after its last call
-  std::optional<std::string> opened_;       // guarded by mutex_
-  std::deque<PushedRows> queue_;            // guarded by mutex_
-  std::uint64_t bytes_ = 0;                 // guarded by mutex_; of what waits
-  bool overflowing_ = false;                // guarded by mutex_; rows are dropped for want of room
-  bool refusing_ = false;                   // guarded by mutex_
-  bool finished_ = false;                   // guarded by mutex_
-  bool scheduled_ = false;                  // guarded by mutex_; a worker comes or is there
+  Mutex mutex_;
+  std::shared_ptr<Subscriber> subscriber_ GUARDED_BY(mutex_);  // null after its last call
+  std::optional<std::string> opened_ GUARDED_BY(mutex_);
+  std::deque<PushedRows> queue_ GUARDED_BY(mutex_);
+  std::uint64_t bytes_ GUARDED_BY(mutex_) = 0;   // of what waits
+  bool overflowing_ GUARDED_BY(mutex_) = false;  // rows are dropped for want of room
+  bool refusing_ GUARDED_BY(mutex_) = false;
+  bool finished_ GUARDED_BY(mutex_) = false;
+  bool scheduled_ GUARDED_BY(mutex_) = false;  // a worker comes or is there
 };
 
 }  // namespace fw

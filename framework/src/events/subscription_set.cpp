@@ -32,7 +32,7 @@ std::optional<SubscriptionSet::Id> SubscriptionSet::open(const TableSet::View& t
   std::shared_ptr<Subscription> subscription;
   Id id = 0;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     // A table that goes is marked before those on it are closed, so none is overlooked.
     if (refusing_ || table.entry->removed) {
       return std::nullopt;
@@ -50,7 +50,7 @@ std::optional<SubscriptionSet::Id> SubscriptionSet::open(const TableSet::View& t
 void SubscriptionSet::close(Id id) {
   std::shared_ptr<Subscription> subscription;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = subscriptions_.find(id);
     if (found == subscriptions_.end()) {
       return;
@@ -69,7 +69,7 @@ void SubscriptionSet::onTableRemoved(const TableManager& manager) {
 }
 
 std::vector<std::shared_ptr<Subscription>> SubscriptionSet::all() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::vector<std::shared_ptr<Subscription>> all;
   for (const auto& [id, subscription] : subscriptions_) {
     all.push_back(subscription);
@@ -78,13 +78,13 @@ std::vector<std::shared_ptr<Subscription>> SubscriptionSet::all() const {
 }
 
 void SubscriptionSet::forget(Id id) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   subscriptions_.erase(id);
   gone_.notify_all();
 }
 
 std::size_t SubscriptionSet::size() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return subscriptions_.size();
 }
 
@@ -94,7 +94,7 @@ std::vector<LaneStatus> SubscriptionSet::lanes() const {
 
 void SubscriptionSet::refuse() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     refusing_ = true;
   }
   for (const auto& subscription : all()) {
@@ -106,8 +106,8 @@ void SubscriptionSet::deleteObjects(std::chrono::milliseconds bound) {
   for (const auto& subscription : all()) {
     subscription->close();
   }
-  std::unique_lock lock(mutex_);
-  gone_.wait_for(lock, bound, [this] { return subscriptions_.empty(); });
+  MutexLock lock(mutex_);
+  gone_.wait_for(lock, bound, [this]() REQUIRES(mutex_) { return subscriptions_.empty(); });
 }
 
 void SubscriptionSet::stop(std::chrono::milliseconds bound) {

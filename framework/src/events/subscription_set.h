@@ -1,15 +1,14 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "agentfw/vuira.h"
 #include "basic/clock.h"
 #include "config/agent_config.h"
@@ -84,11 +83,11 @@ class SubscriptionSet final : public TableObserver {
   Clock& clock_;
   CallbackGate& gate_;
 
-  mutable std::mutex mutex_;
-  std::condition_variable gone_;
-  std::map<Id, std::shared_ptr<Subscription>> subscriptions_;  // guarded by mutex_
-  Id lastId_ = 0;                                              // guarded by mutex_
-  bool refusing_ = false;                                      // guarded by mutex_
+  mutable Mutex mutex_;
+  CondVar gone_;
+  std::map<Id, std::shared_ptr<Subscription>> subscriptions_ GUARDED_BY(mutex_);
+  Id lastId_ GUARDED_BY(mutex_) = 0;
+  bool refusing_ GUARDED_BY(mutex_) = false;
 
   // Callbacks hand their results to the other lane, so they end first.
   WorkerLane deliveries_;  // hands rows to subscribers; never calls the agent

@@ -5,9 +5,10 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <condition_variable>
 #include <type_traits>
 #include <utility>
+
+#include "agentfw/mutex.h"
 
 namespace fw {
 
@@ -79,30 +80,30 @@ class Journal::Listener {
 
   void call() {
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       if (ended_) {
         return;
       }
       ++calls_;
     }
     wake_();
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     --calls_;
     idle_.notify_all();
   }
 
   void end() {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     ended_ = true;
-    idle_.wait(lock, [this] { return calls_ == 0; });
+    idle_.wait(lock, [this]() REQUIRES(mutex_) { return calls_ == 0; });
   }
 
  private:
   const std::function<void()> wake_;
-  std::mutex mutex_;
-  std::condition_variable idle_;
-  std::uint32_t calls_ = 0;  // guarded by mutex_; in progress
-  bool ended_ = false;       // guarded by mutex_
+  Mutex mutex_;
+  CondVar idle_;
+  std::uint32_t calls_ GUARDED_BY(mutex_) = 0;  // in progress
+  bool ended_ GUARDED_BY(mutex_) = false;
 };
 
 Journal::Journal(Clock& clock, std::size_t capacity, std::uint64_t bytes)
@@ -113,7 +114,7 @@ void Journal::add(decltype(JournalEntry::what) what) {
   entry->what = std::move(what);
   std::vector<std::shared_ptr<Listener>> woken;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     entry->time = clock_.wall();
     entry->number = ++lastNumber_;
     bytes_ += bytesOf(*entry);
@@ -147,13 +148,13 @@ std::vector<std::shared_ptr<Journal::Listener>> Journal::listeners() {
 }
 
 JournalPosition Journal::last() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return {epoch_, lastNumber_};
 }
 
 Journal::Page Journal::after(const JournalPosition& position, std::size_t limit) const {
   Page page;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   page.otherEpoch = position.epoch != epoch_ || position.number > lastNumber_;
   const std::uint64_t seen = page.otherEpoch ? 0 : position.number;
   const std::uint64_t oldest = lastNumber_ - entries_.size() + 1;
@@ -179,7 +180,7 @@ std::unique_ptr<Journal::Listening> Journal::listen(std::function<void()> wake) 
   };
   auto listener = std::make_shared<Listener>(std::move(wake));
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     listeners_.push_back(listener);
   }
   return std::make_unique<Ends>(std::move(listener));

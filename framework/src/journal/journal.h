@@ -4,7 +4,6 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "actions/actions.h"
+#include "agentfw/mutex.h"
 #include "basic/clock.h"
 #include "engine/subnode_info.h"
 #include "events/event_feed.h"
@@ -80,18 +80,18 @@ class Journal {
  private:
   class Listener;
 
-  std::vector<std::shared_ptr<Listener>> listeners();  // needs mutex_
-  void makeRoom();                                     // needs mutex_
+  std::vector<std::shared_ptr<Listener>> listeners() REQUIRES(mutex_);
+  void makeRoom() REQUIRES(mutex_);
 
   Clock& clock_;
   const std::size_t capacity_;
   const std::uint64_t maxBytes_;
   const std::uint64_t epoch_;
-  mutable std::mutex mutex_;
-  std::deque<std::shared_ptr<const JournalEntry>> entries_;  // guarded by mutex_
-  std::uint64_t bytes_ = 0;                                  // guarded by mutex_; of the entries
-  std::uint64_t lastNumber_ = 0;                             // guarded by mutex_
-  std::vector<std::weak_ptr<Listener>> listeners_;           // guarded by mutex_
+  mutable Mutex mutex_;
+  std::deque<std::shared_ptr<const JournalEntry>> entries_ GUARDED_BY(mutex_);
+  std::uint64_t bytes_ GUARDED_BY(mutex_) = 0;  // of the entries
+  std::uint64_t lastNumber_ GUARDED_BY(mutex_) = 0;
+  std::vector<std::weak_ptr<Listener>> listeners_ GUARDED_BY(mutex_);
 };
 
 }  // namespace fw

@@ -36,9 +36,9 @@ std::string makeNodeName(std::string_view instance, std::string_view host,
 
 const char* keepText(std::string_view text) {
   // Never destroyed: the texts outlive everything that may still read them.
-  static auto& mutex = *new std::mutex;
+  static auto& mutex = *new Mutex;
   static auto& texts = *new std::set<std::string, std::less<>>;
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   const auto known = texts.find(text);
   return (known != texts.end() ? known : texts.emplace(text).first)->c_str();
 }
@@ -55,7 +55,7 @@ std::string Identity::productVersion() const {
 }
 
 std::string Identity::host() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return host_;
 }
 
@@ -64,17 +64,17 @@ std::string Identity::nodeName() const {
 }
 
 std::vector<std::string> Identity::affinities() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return affinities_;
 }
 
 void Identity::setHost(std::string_view host) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   host_ = host;
 }
 
 void Identity::addAffinity(std::string_view affinity) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!affinity.empty() &&
       std::find(affinities_.begin(), affinities_.end(), affinity) == affinities_.end()) {
     affinities_.emplace_back(affinity);

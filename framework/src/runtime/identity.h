@@ -1,10 +1,10 @@
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "config/agent_config.h"
 
 namespace fw {
@@ -44,9 +44,9 @@ class Identity {
 
  private:
   const AgentConfig& config_;
-  mutable std::mutex mutex_;
-  std::string host_;                     // guarded by mutex_
-  std::vector<std::string> affinities_;  // guarded by mutex_
+  mutable Mutex mutex_;
+  std::string host_ GUARDED_BY(mutex_);
+  std::vector<std::string> affinities_ GUARDED_BY(mutex_);
 };
 
 }  // namespace fw

@@ -111,22 +111,22 @@ Runtime::~Runtime() {
 }
 
 void Runtime::setLoader(Loader loader) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   loader_ = loader;
 }
 
 void Runtime::setCommandCallback(CommandCallback callback) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   commandCallback_ = callback;
 }
 
 CommandCallback Runtime::commandCallback() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return commandCallback_;
 }
 
 void Runtime::setState(AgentStatus::State state) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!stopping_) {
     state_ = state;
   }
@@ -135,7 +135,7 @@ void Runtime::setState(AgentStatus::State state) {
 int Runtime::run() {
   RAS1_FLOW();
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopping_) {
       return ras1Flow.result(kRcOk);
     }
@@ -169,15 +169,15 @@ int Runtime::serve(Service& service) {
   awaitFirstSubnode();
   setState(AgentStatus::State::Ready);
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopping_) {
       return kRcOk;
     }
   }
   RAS1_PRINT("%s is ready on port %u", identity_.nodeName().c_str(), service.port());
   host_.notifyReady(service.port());
-  std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return stopping_; });
+  MutexLock lock(mutex_);
+  changed_.wait(lock, [this]() REQUIRES(mutex_) { return stopping_; });
   return kRcOk;
 }
 
@@ -190,9 +190,9 @@ void Runtime::awaitFirstSubnode() {
                    [](const TableStatus& table) { return table.info->perSubnode; })) {
     return;
   }
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (!changed_.wait_for(lock, config_.engine.subnodeWait,
-                         [this] { return hasSubnodes_ || stopping_; })) {
+                         [this]() REQUIRES(mutex_) { return hasSubnodes_ || stopping_; })) {
     RAS1_PRINT_IF(kRas1State, "no subnode is registered yet; the agent is ready without");
   }
 }
@@ -201,7 +201,7 @@ int Runtime::load() {
   RAS1_FUNCTION();
   Loader loader = nullptr;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     loader = loader_;
   }
   if (loader == nullptr) {
@@ -212,7 +212,7 @@ int Runtime::load() {
   loaderLane_.post("the agent loader", [this, loader] {
     int code = kRcLoaderFailed;
     const auto note = [&] {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       loaded_ = {true, code};
       changed_.notify_all();
     };
@@ -226,27 +226,28 @@ int Runtime::load() {
     }
     note();
   });
-  std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return loaded_.returned || stopping_; });
+  MutexLock lock(mutex_);
+  changed_.wait(lock, [this]() REQUIRES(mutex_) { return loaded_.returned || stopping_; });
   // A loader that is overtaken by a stop has the bound to say how it ended.
-  if (!changed_.wait_for(lock, config_.engine.drainBound, [this] { return loaded_.returned; })) {
+  if (!changed_.wait_for(lock, config_.engine.drainBound,
+                         [this]() REQUIRES(mutex_) { return loaded_.returned; })) {
     RAS1_PRINT("ERROR: the agent loader has not returned");
     return kRcOk;
   }
-  if (loaded_.code == kRcOk) {
+  const int code = loaded_.code;
+  if (code == kRcOk) {
     return kRcOk;
   }
   lock.unlock();
-  RAS1_PRINT("ERROR: the agent loader failed (rc %i)", loaded_.code);
-  host_.setFailure(
-      fmt::format("the agent could not be loaded (rc {}); its trace says why", loaded_.code));
+  RAS1_PRINT("ERROR: the agent loader failed (rc %i)", code);
+  host_.setFailure(fmt::format("the agent could not be loaded (rc {}); its trace says why", code));
   return kRcLoaderFailed;
 }
 
 void Runtime::end(Service& service) {
   RAS1_FLOW();
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     stopping_ = true;
     state_ = AgentStatus::State::Stopping;
   }
@@ -282,7 +283,7 @@ void Runtime::deleteObjects(std::chrono::milliseconds bound) {
 void Runtime::shutdown() {
   RAS1_FLOW();
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     stopping_ = true;
     state_ = AgentStatus::State::Stopping;
     gate_.close();
@@ -297,7 +298,7 @@ void Runtime::shutdown() {
 void Runtime::commitSubnodes() {
   subnodes_.commit();
   if (!subnodes_.askable().empty()) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     hasSubnodes_ = true;
     changed_.notify_all();
   }
@@ -319,7 +320,7 @@ int Runtime::deregisterSubnode(const std::string& name) {
 AgentStatus Runtime::status() const {
   AgentStatus status;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     status.state = state_;
   }
   status.nodeName = identity_.nodeName();

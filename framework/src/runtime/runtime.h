@@ -1,14 +1,13 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "actions/action_desk.h"
 #include "agent/agent.h"
+#include "agentfw/mutex.h"
 #include "agentfw/vuira.h"
 #include "basic/clock.h"
 #include "basic/host_link.h"
@@ -108,15 +107,15 @@ class Runtime final : public Agent, public TableRegistrar {
   TimerQueue timers_;
   CallbackGate gate_;
 
-  mutable std::mutex mutex_;
-  std::condition_variable changed_;
-  AgentStatus::State state_ = AgentStatus::State::Starting;  // guarded by mutex_
-  bool running_ = false;                                     // guarded by mutex_
-  bool stopping_ = false;                                    // guarded by mutex_
-  Loader loader_ = nullptr;                                  // guarded by mutex_
-  CommandCallback commandCallback_ = nullptr;                // guarded by mutex_
-  LoaderResult loaded_;                                      // guarded by mutex_
-  bool hasSubnodes_ = false;                                 // guarded by mutex_; has ever had some
+  mutable Mutex mutex_;
+  CondVar changed_;
+  AgentStatus::State state_ GUARDED_BY(mutex_) = AgentStatus::State::Starting;
+  bool running_ GUARDED_BY(mutex_) = false;
+  bool stopping_ GUARDED_BY(mutex_) = false;
+  Loader loader_ GUARDED_BY(mutex_) = nullptr;
+  CommandCallback commandCallback_ GUARDED_BY(mutex_) = nullptr;
+  LoaderResult loaded_ GUARDED_BY(mutex_);
+  bool hasSubnodes_ GUARDED_BY(mutex_) = false;  // has ever had some
 
   SituationDesk situations_;  // follows the engine's tables as long as its workers run
   Engine engine_;

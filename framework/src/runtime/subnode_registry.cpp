@@ -30,7 +30,7 @@ int SubnodeRegistry::add(SubnodeRegistration registration) {
                registration.name.c_str(), registration.name.size(), kMaxNodeName);
     return kRcBadArgument;
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!subnodes_.contains(registration.name) && !makeRoom()) {
     RAS1_PRINT("ERROR: subnode %s can't be registered: engine.subnode_limit is %u",
                registration.name.c_str(), limit_);
@@ -64,7 +64,7 @@ int SubnodeRegistry::setInfo(std::string_view name, std::string_view info) {
   if (info.size() > kMaxInfo) {
     return kRcBadArgument;
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = subnodes_.find(name);
   if (found == subnodes_.end()) {
     return kRcUnknownNode;
@@ -83,7 +83,7 @@ int SubnodeRegistry::setInfo(std::string_view name, std::string_view info) {
 }
 
 int SubnodeRegistry::remove(std::string_view name) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = subnodes_.find(name);
   if (found == subnodes_.end()) {
     return kRcUnknownNode;
@@ -104,10 +104,10 @@ int SubnodeRegistry::remove(std::string_view name) {
 
 void SubnodeRegistry::commit() {
   RAS1_FUNCTION();
-  const std::lock_guard commit(commitMutex_);
+  const MutexLock commit(commitMutex_);
   std::vector<SubnodeInfo> changes;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto now = clock_.wall();
     for (auto& [raw, subnode] : subnodes_) {
       if (const auto staged = std::exchange(subnode.staged, std::nullopt)) {
@@ -153,7 +153,7 @@ void SubnodeRegistry::apply(const std::string& raw, Subnode& subnode, const Stag
 std::vector<SubnodeInfo> SubnodeRegistry::all() const {
   std::vector<SubnodeInfo> result;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const auto& [raw, subnode] : subnodes_) {
       if (subnode.current) {
         result.push_back(*subnode.current);
@@ -168,7 +168,7 @@ std::vector<SubnodeInfo> SubnodeRegistry::all() const {
 std::vector<SubnodeName> SubnodeRegistry::askable() const {
   std::vector<SubnodeName> result;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const auto& [raw, subnode] : subnodes_) {
       const bool goes = subnode.staged && subnode.staged->gone;
       if (subnode.current && subnode.current->state == SubnodeState::Online && !goes) {
@@ -182,7 +182,7 @@ std::vector<SubnodeName> SubnodeRegistry::askable() const {
 }
 
 std::optional<std::string> SubnodeRegistry::whyNot(std::string_view shown) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (const auto& [raw, subnode] : subnodes_) {
     if (!subnode.current || subnode.current->name != shown) {
       continue;

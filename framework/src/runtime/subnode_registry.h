@@ -3,13 +3,13 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "basic/clock.h"
 #include "engine/subnode_directory.h"
 #include "engine/subnode_info.h"
@@ -69,16 +69,16 @@ class SubnodeRegistry final : public SubnodeDirectory {
     bool changed = false;  ///< since the last commit
   };
 
-  bool makeRoom();  // needs mutex_
+  bool makeRoom() REQUIRES(mutex_);
   static void apply(const std::string& raw, Subnode& subnode, const Staged& staged,
                     Clock::WallTime now);
 
   Clock& clock_;
   const std::uint32_t limit_;
   const OnChange onChange_;
-  std::mutex commitMutex_;  // held by a commit as a whole; taken before mutex_
-  mutable std::mutex mutex_;
-  std::map<std::string, Subnode, std::less<>> subnodes_;  // guarded by mutex_; by raw name
+  Mutex commitMutex_ ACQUIRED_BEFORE(mutex_);  // held by a commit as a whole
+  mutable Mutex mutex_;
+  std::map<std::string, Subnode, std::less<>> subnodes_ GUARDED_BY(mutex_);  // by raw name
 };
 
 }  // namespace fw

@@ -46,7 +46,7 @@ EventSituation::EventSituation(Subscriptions subscriptions, Clock& clock, TableS
       state_(std::move(request), clock.wall()) {}
 
 void EventSituation::begin() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto& subnodes = state_.request().subnodes;
   if (subnodes.empty()) {
     open({});
@@ -70,7 +70,7 @@ void EventSituation::open(const std::string& subnode) {
 }
 
 void EventSituation::disarm() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ended_ = true;
   std::erase_if(open_, [](const auto& each) { return !each.second.id; });
   for (const auto& [subnode, each] : open_) {
@@ -80,13 +80,13 @@ void EventSituation::disarm() {
 }
 
 bool EventSituation::isGone() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return ended_ && open_.empty();
 }
 
 void EventSituation::onOpened(const std::string& subnode, const std::string& problem) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (const auto found = open_.find(subnode); found != open_.end()) {
       found->second.problem = problem;
     }
@@ -97,19 +97,19 @@ void EventSituation::onOpened(const std::string& subnode, const std::string& pro
 
 void EventSituation::onRows(const PushedRows& pushed) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     tell(state_.pushed(pushed.rows->rowCount() + pushed.lost));
   }
   notices_->deliver();
 }
 
 void EventSituation::onClosed(const std::string& subnode) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   open_.erase(subnode);
 }
 
 SituationStatus EventSituation::status() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return statusNow();
 }
 

@@ -4,10 +4,10 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
+#include "agentfw/mutex.h"
 #include "basic/clock.h"
 #include "engine/table_set.h"
 #include "events/subscriber.h"
@@ -58,12 +58,12 @@ class EventSituation final : public WatchedSituation,
     std::string problem;  ///< why no events come, for people
   };
 
-  void open(const std::string& subnode);  // needs mutex_
+  void open(const std::string& subnode) REQUIRES(mutex_);
   void onOpened(const std::string& subnode, const std::string& problem);
   void onRows(const PushedRows& pushed);
   void onClosed(const std::string& subnode);
-  SituationStatus statusNow() const;  // needs mutex_
-  void tell(bool isChange);           // needs mutex_
+  SituationStatus statusNow() const REQUIRES(mutex_);
+  void tell(bool isChange) REQUIRES(mutex_);
 
   const Subscriptions subscriptions_;
   Clock& clock_;
@@ -71,10 +71,10 @@ class EventSituation final : public WatchedSituation,
   const Predicate predicate_;
   const std::shared_ptr<SituationNotices> notices_;
 
-  mutable std::mutex mutex_;
-  SituationState state_;              // guarded by mutex_
-  std::map<std::string, Open> open_;  // guarded by mutex_; by shown name, empty for all subnodes
-  bool ended_ = false;                // guarded by mutex_
+  mutable Mutex mutex_;
+  SituationState state_ GUARDED_BY(mutex_);
+  std::map<std::string, Open> open_ GUARDED_BY(mutex_);  // by shown name, empty for all subnodes
+  bool ended_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace fw

@@ -28,7 +28,7 @@ PairSampler::PairSampler(Shared shared, Target target, std::weak_ptr<SamplerList
 PairSampler::~PairSampler() { static_cast<void>(object_.release()); }
 
 void PairSampler::begin(std::chrono::milliseconds first) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   target_.turns->postAlways([self = shared_from_this()] { self->open(); });
   next_ = shared_.clock.monotonic() + first;
   arm();
@@ -43,7 +43,7 @@ void PairSampler::arm() {
 }
 
 void PairSampler::tick() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (closed_) {
     return;
   }
@@ -78,7 +78,7 @@ void PairSampler::sample() {
       listener->onSampled(*this, *passing);
     }
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   isSampling_ = false;
 }
 
@@ -91,7 +91,7 @@ void PairSampler::useObject(const std::function<void(vuira&)>& use) {
     use(*object_);
   });
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     error_ = std::move(error);
   }
   if (const auto listener = listener_.lock();
@@ -101,7 +101,7 @@ void PairSampler::useObject(const std::function<void(vuira&)>& use) {
 }
 
 void PairSampler::close() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (std::exchange(closed_, true)) {
     return;
   }
@@ -118,12 +118,12 @@ void PairSampler::deleteObject() {
 }
 
 bool PairSampler::isClosed() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return closed_;
 }
 
 std::uint64_t PairSampler::missed() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return missed_;
 }
 
@@ -132,7 +132,7 @@ std::optional<std::string> PairSampler::problem() const {
     return fmt::format("The collector of {} has not returned for {} s.", label_,
                        std::chrono::duration_cast<std::chrono::seconds>(*running).count());
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (error_) {
     return fmt::format("{}: {}", label_, *error_);
   }

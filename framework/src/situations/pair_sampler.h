@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
+#include "agentfw/mutex.h"
 #include "agentfw/vuira.h"
 #include "basic/clock.h"
 #include "engine/callback_gate.h"
@@ -77,7 +77,7 @@ class PairSampler : public std::enable_shared_from_this<PairSampler> {
   std::optional<std::string> problem() const;
 
  private:
-  void arm();  // needs mutex_
+  void arm() REQUIRES(mutex_);
   void tick();
   void open();
   void sample();
@@ -94,13 +94,13 @@ class PairSampler : public std::enable_shared_from_this<PairSampler> {
 
   std::unique_ptr<vuira> object_;  // touched by the job that has its turn only
 
-  mutable std::mutex mutex_;
-  Clock::MonotonicTime next_;         // guarded by mutex_; when the next sample is due
-  TimerQueue::Id timer_ = 0;          // guarded by mutex_
-  bool isSampling_ = false;           // guarded by mutex_; a sample waits for its turn or runs
-  bool closed_ = false;               // guarded by mutex_
-  std::uint64_t missed_ = 0;          // guarded by mutex_
-  std::optional<std::string> error_;  // guarded by mutex_; of the last callback
+  mutable Mutex mutex_;
+  Clock::MonotonicTime next_ GUARDED_BY(mutex_);  // when the next sample is due
+  TimerQueue::Id timer_ GUARDED_BY(mutex_) = 0;
+  bool isSampling_ GUARDED_BY(mutex_) = false;  // a sample waits for its turn or runs
+  bool closed_ GUARDED_BY(mutex_) = false;
+  std::uint64_t missed_ GUARDED_BY(mutex_) = 0;
+  std::optional<std::string> error_ GUARDED_BY(mutex_);  // of the last callback
 };
 
 }  // namespace fw

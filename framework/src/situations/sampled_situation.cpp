@@ -20,7 +20,7 @@ SampledSituation::SampledSituation(Shared shared, TableSet::View table, Situatio
       state_(std::move(request), shared_.sampling.clock.wall()) {}
 
 void SampledSituation::begin() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   openMissing();
   if (samplers_.empty()) {
     tell(state_.arm(shared_.sampling.clock.wall()));
@@ -28,7 +28,7 @@ void SampledSituation::begin() {
 }
 
 void SampledSituation::refresh() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   openMissing();
 }
 
@@ -87,7 +87,7 @@ std::chrono::milliseconds SampledSituation::firstWait(const SubnodeName& subnode
 }
 
 void SampledSituation::closeSubnode(const std::string& raw) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   auto closing = samplers_.extract(raw);
   if (closing.empty()) {
     return;
@@ -99,13 +99,13 @@ void SampledSituation::closeSubnode(const std::string& raw) {
 }
 
 void SampledSituation::disarm() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   closeAll();
   tell(state_.disarm(shared_.sampling.clock.wall()));
 }
 
 void SampledSituation::abandon() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   closeAll();
 }
 
@@ -118,7 +118,7 @@ void SampledSituation::closeAll() {
 }
 
 bool SampledSituation::isGone() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return ended_ && leaving_.empty();
 }
 
@@ -129,7 +129,7 @@ bool SampledSituation::isCurrent(const PairSampler& sampler) const {
 
 void SampledSituation::onOpened(const PairSampler& sampler) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (isCurrent(sampler)) {
       tell(state_.arm(shared_.sampling.clock.wall()));
     }
@@ -139,7 +139,7 @@ void SampledSituation::onOpened(const PairSampler& sampler) {
 
 void SampledSituation::onSampled(const PairSampler& sampler, std::uint64_t passing) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (isCurrent(sampler)) {
       tell(state_.sampled(sampler.subnode().shown, passing, shared_.sampling.clock.wall()));
     }
@@ -149,14 +149,14 @@ void SampledSituation::onSampled(const PairSampler& sampler, std::uint64_t passi
 
 void SampledSituation::onGone(const PairSampler& sampler) {
   Samplers::node_type gone;  // ends after the lock
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   missedBefore_ += sampler.missed();
   gone = leaving_.extract(sampler.subnode().raw);
   openMissing();
 }
 
 SituationStatus SampledSituation::status() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return statusNow();
 }
 
@@ -189,8 +189,8 @@ std::string SampledSituation::problem() const {
     for (const std::string& name : absent) {
       // To ask is a walk over all subnodes.
       problems.add(problems.isFull() ? name
-                                     : shared_.subnodes.whyNot(name).value_or(fmt::format(
-                                           "Subnode '{}' is not registered.", name)));
+                                     : shared_.subnodes.whyNot(name).value_or(
+                                           fmt::format("Subnode '{}' is not registered.", name)));
     }
   }
   return problems.text();

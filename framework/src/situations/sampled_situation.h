@@ -3,10 +3,10 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 
+#include "agentfw/mutex.h"
 #include "engine/subnode_directory.h"
 #include "engine/table_set.h"
 #include "situations/pair_sampler.h"
@@ -54,15 +54,15 @@ class SampledSituation final : public WatchedSituation,
  private:
   using Samplers = std::map<std::string, std::shared_ptr<PairSampler>>;  // by raw name
 
-  void openMissing();                     // needs mutex_
-  void open(const SubnodeName& subnode);  // needs mutex_
-  void closeAll();                        // needs mutex_
+  void openMissing() REQUIRES(mutex_);
+  void open(const SubnodeName& subnode) REQUIRES(mutex_);
+  void closeAll() REQUIRES(mutex_);
   bool isWanted(const SubnodeName& subnode) const;
-  bool isCurrent(const PairSampler& sampler) const;  // needs mutex_
-  std::chrono::milliseconds firstWait(const SubnodeName& subnode) const;
-  SituationStatus statusNow() const;  // needs mutex_
-  std::string problem() const;        // needs mutex_
-  void tell(bool isChange);           // needs mutex_
+  bool isCurrent(const PairSampler& sampler) const REQUIRES(mutex_);
+  std::chrono::milliseconds firstWait(const SubnodeName& subnode) const REQUIRES(mutex_);
+  SituationStatus statusNow() const REQUIRES(mutex_);
+  std::string problem() const REQUIRES(mutex_);
+  void tell(bool isChange) REQUIRES(mutex_);
 
   const Shared shared_;
   const TableSet::View table_;
@@ -70,14 +70,14 @@ class SampledSituation final : public WatchedSituation,
   const std::set<std::string> wanted_;  ///< shown names; empty: all
   const std::shared_ptr<SituationNotices> notices_;
 
-  mutable std::mutex mutex_;
-  SituationState state_;  // guarded by mutex_
-  bool ended_ = false;    // guarded by mutex_; nothing is opened any more
-  Samplers samplers_;     // guarded by mutex_
-  /// guarded by mutex_; closed, with their request objects still there. A pair is not opened anew
-  /// before its old request has gone, so that a collector that hangs can't pile requests up.
-  Samplers leaving_;
-  std::uint64_t missedBefore_ = 0;  // guarded by mutex_; by samplers that have gone
+  mutable Mutex mutex_;
+  SituationState state_ GUARDED_BY(mutex_);
+  bool ended_ GUARDED_BY(mutex_) = false;  // nothing is opened any more
+  Samplers samplers_ GUARDED_BY(mutex_);
+  /// Closed, with their request objects still there. A pair is not opened anew before its old
+  /// request has gone, so that a collector that hangs can't pile requests up.
+  Samplers leaving_ GUARDED_BY(mutex_);
+  std::uint64_t missedBefore_ GUARDED_BY(mutex_) = 0;  // by samplers that have gone
 };
 
 }  // namespace fw

@@ -28,7 +28,7 @@ std::optional<RequestError> SituationDesk::watch(SituationRequest request) {
     return wrong;
   }
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (refusing_) {
       return error(Kind::Stopping, "The agent is stopping.");
     }
@@ -84,7 +84,7 @@ SituationDesk::Watched SituationDesk::make(const TableSet::View& table, CheckedS
 
 std::optional<RequestError> SituationDesk::unwatch(std::string_view name) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (refusing_) {
       return error(Kind::Stopping, "The agent is stopping.");
     }
@@ -125,7 +125,7 @@ std::vector<SituationStatus> SituationDesk::situations() const {
 std::optional<SituationStatus> SituationDesk::situation(std::string_view name) const {
   Watched found;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto each = watched_.find(name);
     if (each == watched_.end()) {
       return std::nullopt;
@@ -136,7 +136,7 @@ std::optional<SituationStatus> SituationDesk::situation(std::string_view name) c
 }
 
 std::vector<SituationDesk::Watched> SituationDesk::watched() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::vector<Watched> all;
   for (const auto& [name, each] : watched_) {
     all.push_back(each);
@@ -159,7 +159,7 @@ void SituationDesk::closeSubnode(const std::string& raw) {
 
 void SituationDesk::onTableRemoved(const TableManager& manager) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (auto each = watched_.begin(); each != watched_.end();) {
       if (each->second->table().manager != &manager) {
         ++each;
@@ -174,7 +174,7 @@ void SituationDesk::onTableRemoved(const TableManager& manager) {
 }
 
 void SituationDesk::refuse() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   refusing_ = true;
 }
 

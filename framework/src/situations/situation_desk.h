@@ -3,12 +3,12 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "basic/clock.h"
 #include "config/agent_config.h"
 #include "engine/callback_gate.h"
@@ -76,15 +76,15 @@ class SituationDesk final : public Situations, public TableObserver {
 
   std::vector<Watched> watched() const;
   Watched make(const TableSet::View& table, CheckedSituation checked);
-  void sweep();  // needs mutex_
+  void sweep() REQUIRES(mutex_);
 
   const Surroundings around_;
   const std::shared_ptr<SituationNotices> notices_;
 
-  mutable std::mutex mutex_;
-  std::map<std::string, Watched, std::less<>> watched_;  // guarded by mutex_
-  std::vector<Watched> leaving_;  // guarded by mutex_; disarmed, with request objects left
-  bool refusing_ = false;         // guarded by mutex_
+  mutable Mutex mutex_;
+  std::map<std::string, Watched, std::less<>> watched_ GUARDED_BY(mutex_);
+  std::vector<Watched> leaving_ GUARDED_BY(mutex_);  // disarmed, with request objects left
+  bool refusing_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace fw

@@ -6,12 +6,12 @@ void SituationNotices::add(SituationStatus status) {
   if (!notice_) {
     return;
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   waiting_.push_back(std::move(status));
 }
 
 void SituationNotices::deliver() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (delivering_) {
     return;
   }

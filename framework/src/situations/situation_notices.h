@@ -2,9 +2,9 @@
 
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <utility>
 
+#include "agentfw/mutex.h"
 #include "situations/situations.h"
 
 namespace fw {
@@ -30,9 +30,9 @@ class SituationNotices {
 
  private:
   const Notice notice_;
-  std::mutex mutex_;
-  std::deque<SituationStatus> waiting_;  // guarded by mutex_
-  bool delivering_ = false;              // guarded by mutex_
+  Mutex mutex_;
+  std::deque<SituationStatus> waiting_ GUARDED_BY(mutex_);
+  bool delivering_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace fw

@@ -4,23 +4,26 @@
 
 #include <chrono>
 #include <ctime>
+#include <mutex>
+
+#include "agentfw/thread_annotations.h"
 
 namespace fw::trace {
 
 /// A mutex that can be waited for within a bound. (std::timed_mutex can, too, but waits through a
 /// call that ThreadSanitizer does not know.)
-class TimedMutex {
+class CAPABILITY("mutex") TimedMutex {
  public:
   TimedMutex() = default;
   TimedMutex(const TimedMutex&) = delete;
   TimedMutex& operator=(const TimedMutex&) = delete;
   ~TimedMutex() { pthread_mutex_destroy(&mutex_); }
 
-  void lock() { pthread_mutex_lock(&mutex_); }
-  void unlock() { pthread_mutex_unlock(&mutex_); }
+  void lock() ACQUIRE() { pthread_mutex_lock(&mutex_); }
+  void unlock() RELEASE() { pthread_mutex_unlock(&mutex_); }
 
   /// Whether the lock was got within the bound.
-  bool lockFor(std::chrono::milliseconds bound) {
+  bool lockFor(std::chrono::milliseconds bound) TRY_ACQUIRE(true) {
     timespec end{};
     clock_gettime(CLOCK_REALTIME, &end);  // the clock that pthread_mutex_timedlock goes by
     const auto nanos = std::chrono::nanoseconds(end.tv_nsec) + bound;
@@ -32,6 +35,19 @@ class TimedMutex {
 
  private:
   pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
+};
+
+class SCOPED_CAPABILITY TimedMutexLock {
+ public:
+  explicit TimedMutexLock(TimedMutex& mutex) ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
+  /// Gives back at its end what the caller holds already.
+  TimedMutexLock(TimedMutex& mutex, std::adopt_lock_t /*held*/) REQUIRES(mutex) : mutex_(mutex) {}
+  TimedMutexLock(const TimedMutexLock&) = delete;
+  TimedMutexLock& operator=(const TimedMutexLock&) = delete;
+  ~TimedMutexLock() RELEASE() { mutex_.unlock(); }
+
+ private:
+  TimedMutex& mutex_;
 };
 
 }  // namespace fw::trace

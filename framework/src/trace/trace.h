@@ -42,9 +42,11 @@ class Trace {
   void writeDump(const RAS1_Entry& entry, std::uint32_t line, std::string_view text);
 
  private:
-  void beforeFork();
-  void afterForkInParent();
-  void afterForkInChild();
+  // Unchecked: the locks are private to the members, and are given back by another function than
+  // took them.
+  void beforeFork() NO_THREAD_SAFETY_ANALYSIS;
+  void afterForkInParent() NO_THREAD_SAFETY_ANALYSIS;
+  void afterForkInChild() NO_THREAD_SAFETY_ANALYSIS;
   void put(const RAS1_Entry& entry, std::uint32_t line, std::string_view text, std::uint64_t limit);
 
   Clock& clock_;

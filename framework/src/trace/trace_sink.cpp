@@ -36,7 +36,7 @@ std::string TraceSink::open(const Settings& settings) {
       return error.what();
     }
   }
-  const std::lock_guard lock(mutex_);
+  const TimedMutexLock lock(mutex_);
   file_ = std::move(file);
   toStderr_ = settings.toStderr;
   open_ = true;
@@ -50,7 +50,7 @@ std::string TraceSink::open(const Settings& settings) {
 
 void TraceSink::write(std::string_view record) noexcept {
   try {
-    const std::lock_guard lock(mutex_);
+    const TimedMutexLock lock(mutex_);
     if (open_) {
       put(record);
     } else {
@@ -65,7 +65,7 @@ bool TraceSink::flush(std::chrono::milliseconds bound) noexcept {
   if (!mutex_.lockFor(bound)) {
     return false;
   }
-  const std::lock_guard lock(mutex_, std::adopt_lock);
+  const TimedMutexLock lock(mutex_, std::adopt_lock);
   try {
     if (!open_ && unreported_ > 0) {
       putToStderr(lossNote());
@@ -84,7 +84,7 @@ bool TraceSink::flush(std::chrono::milliseconds bound) noexcept {
 }
 
 SinkCounters TraceSink::counters() const {
-  const std::lock_guard lock(mutex_);
+  const TimedMutexLock lock(mutex_);
   return counters_;
 }
 

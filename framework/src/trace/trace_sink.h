@@ -52,24 +52,24 @@ class TraceSink {
   SinkCounters counters() const;
 
   // Around fork(): no record is half written when the process is copied.
-  void beforeFork();
-  void afterForkInParent();
-  void afterForkInChild();
+  void beforeFork() ACQUIRE(mutex_);
+  void afterForkInParent() RELEASE(mutex_);
+  void afterForkInChild() RELEASE(mutex_);
 
  private:
-  void keepEarly(std::string_view record);
-  void put(std::string_view record);
-  std::string lossNote() const;
+  void keepEarly(std::string_view record) REQUIRES(mutex_);
+  void put(std::string_view record) REQUIRES(mutex_);
+  std::string lossNote() const REQUIRES(mutex_);
 
   Clock& clock_;
   mutable TimedMutex mutex_;
-  bool open_ = false;                // guarded by mutex_
-  bool toStderr_ = false;            // guarded by mutex_
-  std::unique_ptr<TraceFile> file_;  // guarded by mutex_
-  std::deque<std::string> early_;    // guarded by mutex_
-  std::size_t earlyBytes_ = 0;       // guarded by mutex_
-  std::uint64_t unreported_ = 0;     // guarded by mutex_; lost since the last note about it
-  SinkCounters counters_;            // guarded by mutex_
+  bool open_ GUARDED_BY(mutex_) = false;
+  bool toStderr_ GUARDED_BY(mutex_) = false;
+  std::unique_ptr<TraceFile> file_ GUARDED_BY(mutex_);
+  std::deque<std::string> early_ GUARDED_BY(mutex_);
+  std::size_t earlyBytes_ GUARDED_BY(mutex_) = 0;
+  std::uint64_t unreported_ GUARDED_BY(mutex_) = 0;  // lost since the last note about it
+  SinkCounters counters_ GUARDED_BY(mutex_);
 };
 
 }  // namespace fw::trace

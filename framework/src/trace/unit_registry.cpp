@@ -28,7 +28,7 @@ UnitInfo describe(const RAS1_Unit& unit) {
 
 std::uint32_t UnitRegistry::sync(const RAS1_Entry& entry) {
   UnitInfo info = describe(*entry.unit);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   info.mask = maskOf(info);
   const std::uint32_t mask = info.mask;
   if (entry.data == nullptr) {
@@ -48,21 +48,21 @@ std::uint32_t UnitRegistry::sync(const RAS1_Entry& entry) {
 }
 
 void UnitRegistry::setRules(std::uint32_t defaultMask, std::vector<MaskRule> rules) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   defaultMask_ = defaultMask & kAllClasses;
   rules_ = std::move(rules);
   applyAll();
 }
 
 void UnitRegistry::setMask(const std::string& pattern, std::uint32_t mask) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::erase_if(rules_, [&](const MaskRule& rule) { return rule.pattern == pattern; });
   rules_.push_back({pattern, mask});
   applyAll();
 }
 
 std::vector<UnitInfo> UnitRegistry::units() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::vector<UnitInfo> units;
   units.reserve(known_.size());
   for (const Known& known : known_) {

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "agentfw/ras1.h"
 #include "trace/trace_settings.h"
 
@@ -44,8 +44,8 @@ class UnitRegistry {
   std::vector<UnitInfo> units() const;
 
   /// Around fork(): nobody changes the registry while it is copied.
-  void lock() { mutex_.lock(); }
-  void unlock() { mutex_.unlock(); }
+  void lock() ACQUIRE(mutex_) { mutex_.lock(); }
+  void unlock() RELEASE(mutex_) { mutex_.unlock(); }
 
  private:
   struct Known {
@@ -53,13 +53,13 @@ class UnitRegistry {
     RAS1_UnitData* data;
   };
 
-  std::uint32_t maskOf(const UnitInfo& unit) const;
-  void applyAll();
+  std::uint32_t maskOf(const UnitInfo& unit) const REQUIRES(mutex_);
+  void applyAll() REQUIRES(mutex_);
 
-  mutable std::mutex mutex_;
-  std::vector<Known> known_;                  // guarded by mutex_
-  std::vector<MaskRule> rules_;               // guarded by mutex_
-  std::uint32_t defaultMask_ = kDefaultMask;  // guarded by mutex_
+  mutable Mutex mutex_;
+  std::vector<Known> known_ GUARDED_BY(mutex_);
+  std::vector<MaskRule> rules_ GUARDED_BY(mutex_);
+  std::uint32_t defaultMask_ GUARDED_BY(mutex_) = kDefaultMask;
 };
 
 }  // namespace fw::trace

@@ -8,7 +8,7 @@ StreamHub::StreamHub(Journal& journal, std::uint32_t limit)
     : limit_(limit), listening_(journal.listen([this] { wakeAll(); })) {}
 
 std::shared_ptr<LiveBody> StreamHub::open(std::unique_ptr<LiveSource> source) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::erase_if(bodies_, [](const auto& body) { return body.expired(); });
   if (bodies_.size() >= limit_) {
     ++refused_;
@@ -21,12 +21,12 @@ std::shared_ptr<LiveBody> StreamHub::open(std::unique_ptr<LiveSource> source) {
 }
 
 std::uint64_t StreamHub::opened() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return opened_;
 }
 
 std::uint64_t StreamHub::refused() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return refused_;
 }
 
@@ -34,7 +34,7 @@ void StreamHub::wakeAll() {
   // A body wakes a connection under a lock of its own, so none is woken under this one.
   std::vector<std::shared_ptr<LiveBody>> open;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const auto& each : bodies_) {
       if (auto body = each.lock()) {
         open.push_back(std::move(body));

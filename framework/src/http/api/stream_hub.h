@@ -2,9 +2,9 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "http/server/live_body.h"
 #include "journal/journal.h"
 
@@ -30,10 +30,10 @@ class StreamHub {
   void wakeAll();
 
   const std::uint32_t limit_;
-  mutable std::mutex mutex_;
-  std::vector<std::weak_ptr<LiveBody>> bodies_;          // guarded by mutex_
-  std::uint64_t opened_ = 0;                             // guarded by mutex_
-  std::uint64_t refused_ = 0;                            // guarded by mutex_
+  mutable Mutex mutex_;
+  std::vector<std::weak_ptr<LiveBody>> bodies_ GUARDED_BY(mutex_);
+  std::uint64_t opened_ GUARDED_BY(mutex_) = 0;
+  std::uint64_t refused_ GUARDED_BY(mutex_) = 0;
   const std::unique_ptr<Journal::Listening> listening_;  // last: its thread uses all the others
 };
 

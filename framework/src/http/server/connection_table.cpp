@@ -55,7 +55,7 @@ ConnectionTable::ConnectionTable(Clock& clock, Deadlines deadlines, ConnectionLi
 
 bool ConnectionTable::admit(std::uint32_t address) {
   RAS1_FUNCTION();
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto ofAddress =
       std::count_if(connections_.begin(), connections_.end(),
                     [address](const auto& item) { return item.second.address == address; });
@@ -75,7 +75,7 @@ bool ConnectionTable::admit(std::uint32_t address) {
 }
 
 void ConnectionTable::opened(MHD_Connection* connection, int socket, std::uint32_t address) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ++counters_.connections;
   Connection& entry = connections_[connection];
   entry.socket = socket;
@@ -85,7 +85,7 @@ void ConnectionTable::opened(MHD_Connection* connection, int socket, std::uint32
 
 std::shared_ptr<Exchange> ConnectionTable::begin(MHD_Connection* connection, const char* target) {
   auto exchange = std::make_shared<Exchange>(connection, target);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ++counters_.requests;
   Connection& entry = connections_[connection];
   entry.exchange = exchange;
@@ -96,12 +96,12 @@ std::shared_ptr<Exchange> ConnectionTable::begin(MHD_Connection* connection, con
 }
 
 void ConnectionTable::handling(MHD_Connection* connection) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   enter(connections_[connection], Phase::Handling);
 }
 
 void ConnectionTable::sending(MHD_Connection* connection) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   enter(connections_[connection], Phase::Sending);
 }
 
@@ -109,7 +109,7 @@ void ConnectionTable::streaming(MHD_Connection* connection, std::shared_ptr<Live
   body->attach(connection);
   bool isLate = false;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     Connection& entry = connections_[connection];
     enter(entry, Phase::Streaming);
     setsockopt(entry.socket, SOL_SOCKET, SO_SNDBUF, &kStreamBuffer, sizeof(kStreamBuffer));
@@ -127,7 +127,7 @@ void ConnectionTable::ended(MHD_Connection* connection) {
   std::shared_ptr<Exchange> exchange;
   std::shared_ptr<LiveBody> stream;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     Connection& entry = connections_[connection];
     exchange = std::move(entry.exchange);
     stream = std::move(entry.stream);
@@ -144,12 +144,12 @@ void ConnectionTable::ended(MHD_Connection* connection) {
 }
 
 void ConnectionTable::closed(MHD_Connection* connection) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   connections_.erase(connection);
 }
 
 std::shared_ptr<Exchange> ConnectionTable::current(MHD_Connection* connection) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = connections_.find(connection);
   return found == connections_.end() ? nullptr : found->second.exchange;
 }
@@ -158,7 +158,7 @@ void ConnectionTable::sweep() {
   RAS1_FUNCTION();
   Due due;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto now = clock_.monotonic();
     for (auto& [key, entry] : connections_) {
       if (entry.phase == Phase::Streaming) {
@@ -177,7 +177,7 @@ void ConnectionTable::sweep() {
   for (const auto& exchange : due.late) {
     if (exchange->respond(tooSlow(*exchange))) {
       RAS1_PRINT("WARN: no answer in time to %s", exchange->target.c_str());
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       ++counters_.requestsLate;
     }
   }
@@ -232,7 +232,7 @@ void ConnectionTable::sweepStream(Connection& entry, Clock::MonotonicTime now, D
 void ConnectionTable::endStreams() {
   std::vector<std::shared_ptr<LiveBody>> open;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     streamsEnd_ = true;
     for (const auto& [key, entry] : connections_) {
       if (entry.stream != nullptr) {
@@ -249,7 +249,7 @@ void ConnectionTable::abandon() {
   endStreams();
   std::vector<std::shared_ptr<Exchange>> open;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const auto& [key, entry] : connections_) {
       if (entry.exchange != nullptr) {
         open.push_back(entry.exchange);
@@ -264,17 +264,17 @@ void ConnectionTable::abandon() {
 }
 
 bool ConnectionTable::waitIdle(std::chrono::milliseconds bound) {
-  std::unique_lock lock(mutex_);
-  return idle_.wait_for(lock, bound, [this] { return openRequests() == 0; });
+  MutexLock lock(mutex_);
+  return idle_.wait_for(lock, bound, [this]() REQUIRES(mutex_) { return openRequests() == 0; });
 }
 
 bool ConnectionTable::waitStreamsEnded(std::chrono::milliseconds bound) {
-  std::unique_lock lock(mutex_);
-  return idle_.wait_for(lock, bound, [this] { return openStreams() == 0; });
+  MutexLock lock(mutex_);
+  return idle_.wait_for(lock, bound, [this]() REQUIRES(mutex_) { return openStreams() == 0; });
 }
 
 Counters ConnectionTable::counters() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   Counters counters = counters_;
   counters.connectionsOpen = static_cast<std::uint32_t>(connections_.size());
   counters.requestsOpen = openRequests();

@@ -1,13 +1,12 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "basic/clock.h"
 #include "http/server/exchange.h"
 #include "http/server/live_body.h"
@@ -110,22 +109,21 @@ class ConnectionTable {
     std::vector<std::shared_ptr<LiveBody>> left;  // by their clients
   };
 
-  // Under mutex_.
-  void enter(Connection& connection, Phase phase);
-  void sweepRequest(Connection& entry, Clock::MonotonicTime now, Due& due);
-  void sweepStream(Connection& entry, Clock::MonotonicTime now, Due& due);
-  std::uint32_t openRequests() const;
-  std::uint32_t openStreams() const;
+  void enter(Connection& connection, Phase phase) REQUIRES(mutex_);
+  void sweepRequest(Connection& entry, Clock::MonotonicTime now, Due& due) REQUIRES(mutex_);
+  void sweepStream(Connection& entry, Clock::MonotonicTime now, Due& due) REQUIRES(mutex_);
+  std::uint32_t openRequests() const REQUIRES(mutex_);
+  std::uint32_t openStreams() const REQUIRES(mutex_);
 
   Clock& clock_;
   const Deadlines deadlines_;
   const ConnectionLimits limits_;
 
-  mutable std::mutex mutex_;
-  std::condition_variable idle_;
-  std::unordered_map<MHD_Connection*, Connection> connections_;  // guarded by mutex_
-  Counters counters_;                                            // guarded by mutex_
-  bool streamsEnd_ = false;                                      // guarded by mutex_
+  mutable Mutex mutex_;
+  CondVar idle_;
+  std::unordered_map<MHD_Connection*, Connection> connections_ GUARDED_BY(mutex_);
+  Counters counters_ GUARDED_BY(mutex_);
+  bool streamsEnd_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace fw::http

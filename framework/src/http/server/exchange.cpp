@@ -9,7 +9,7 @@
 namespace fw::http {
 
 bool Exchange::respond(Response&& response) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (answered_ || connection_ == nullptr) {
     return false;
   }
@@ -23,7 +23,7 @@ bool Exchange::respond(Response&& response) {
 }
 
 std::optional<Response> Exchange::takeOrSuspend() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!answered_) {
     suspended_ = true;
     MHD_suspend_connection(connection_);
@@ -32,7 +32,7 @@ std::optional<Response> Exchange::takeOrSuspend() {
 }
 
 void Exchange::end() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   connection_ = nullptr;
   response_.reset();
 }

@@ -3,11 +3,11 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <variant>
 
+#include "agentfw/mutex.h"
 #include "http/server/gate.h"
 #include "http/server/response.h"
 
@@ -47,11 +47,11 @@ class Exchange {
   void end();
 
  private:
-  std::mutex mutex_;
-  MHD_Connection* connection_;        // guarded by mutex_; null after end()
-  bool answered_ = false;             // guarded by mutex_
-  bool suspended_ = false;            // guarded by mutex_
-  std::optional<Response> response_;  // guarded by mutex_
+  Mutex mutex_;
+  MHD_Connection* connection_ GUARDED_BY(mutex_);  // null after end()
+  bool answered_ GUARDED_BY(mutex_) = false;
+  bool suspended_ GUARDED_BY(mutex_) = false;
+  std::optional<Response> response_ GUARDED_BY(mutex_);
 };
 
 /// The way a handler answers. One that is forgotten answers that something went wrong, so that no

@@ -220,7 +220,7 @@ void HttpServer::stop() {
   }
   refuse();
   {
-    const std::lock_guard lock(sweepMutex_);
+    const MutexLock lock(sweepMutex_);
     sweepEnd_ = true;
   }
   sweepWake_.notify_all();
@@ -269,8 +269,9 @@ void HttpServer::handle(const std::shared_ptr<Exchange>& exchange) {
 }
 
 void HttpServer::sweepUntilStopped() {
-  std::unique_lock lock(sweepMutex_);
-  while (!sweepWake_.wait_for(lock, options_.sweepPeriod, [this] { return sweepEnd_; })) {
+  MutexLock lock(sweepMutex_);
+  while (!sweepWake_.wait_for(lock, options_.sweepPeriod,
+                              [this]() REQUIRES(sweepMutex_) { return sweepEnd_; })) {
     lock.unlock();
     table_.sweep();
     lock.lock();

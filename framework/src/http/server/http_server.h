@@ -2,15 +2,14 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
 
+#include "agentfw/mutex.h"
 #include "http/server/connection_table.h"
 #include "http/server/exchange.h"
 #include "http/server/server_options.h"
@@ -80,9 +79,9 @@ class HttpServer {
   std::uint16_t port_ = 0;
   std::atomic<bool> refusing_{false};
 
-  std::mutex sweepMutex_;
-  std::condition_variable sweepWake_;
-  bool sweepEnd_ = false;  // guarded by sweepMutex_
+  Mutex sweepMutex_;
+  CondVar sweepWake_;
+  bool sweepEnd_ GUARDED_BY(sweepMutex_) = false;
   std::thread sweeper_;
 };
 

@@ -9,19 +9,19 @@
 namespace fw::http {
 
 void LiveBody::wake() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   woken_ = true;
   resume();
 }
 
 void LiveBody::beat() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   beatDue_ = true;
   resume();
 }
 
 void LiveBody::end() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ending_ = true;
   resume();
 }
@@ -34,12 +34,12 @@ void LiveBody::resume() {
 }
 
 void LiveBody::attach(MHD_Connection* connection) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   connection_ = connection;
 }
 
 void LiveBody::detach() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   connection_ = nullptr;
 }
 
@@ -70,7 +70,7 @@ ssize_t LiveBody::read(char* out, std::size_t size) {
 }
 
 LiveBody::Turn LiveBody::takeTurn() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (over_ || connection_ == nullptr) {
     return Turn::Over;
   }
@@ -86,7 +86,7 @@ LiveBody::Turn LiveBody::takeTurn() {
 }
 
 bool LiveBody::suspendIfQuiet() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (woken_ || beatDue_ || ending_) {
     return false;
   }

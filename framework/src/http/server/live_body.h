@@ -4,8 +4,9 @@
 
 #include <cstddef>
 #include <memory>
-#include <mutex>
 #include <string>
+
+#include "agentfw/mutex.h"
 
 struct MHD_Connection;
 
@@ -59,19 +60,19 @@ class LiveBody {
   enum class Turn { Talk, Beat, Farewell, Over };
   Turn takeTurn();
   bool suspendIfQuiet();
-  void resume();  // under mutex_
+  void resume() REQUIRES(mutex_);
 
   const std::unique_ptr<LiveSource> source_;
   std::string piece_;      // what is being sent
   std::size_t taken_ = 0;  // bytes of it that are sent
 
-  std::mutex mutex_;
-  MHD_Connection* connection_ = nullptr;  // guarded by mutex_; null unless attached
-  bool suspended_ = false;                // guarded by mutex_
-  bool woken_ = false;                    // guarded by mutex_; since the source was last asked
-  bool beatDue_ = false;                  // guarded by mutex_
-  bool ending_ = false;                   // guarded by mutex_
-  bool over_ = false;                     // guarded by mutex_; the last words are written
+  Mutex mutex_;
+  MHD_Connection* connection_ GUARDED_BY(mutex_) = nullptr;  // null unless attached
+  bool suspended_ GUARDED_BY(mutex_) = false;
+  bool woken_ GUARDED_BY(mutex_) = false;  // since the source was last asked
+  bool beatDue_ GUARDED_BY(mutex_) = false;
+  bool ending_ GUARDED_BY(mutex_) = false;
+  bool over_ GUARDED_BY(mutex_) = false;  // the last words are written
 };
 
 }  // namespace fw::http

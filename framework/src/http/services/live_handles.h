@@ -2,9 +2,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 #include <utility>
+
+#include "agentfw/mutex.h"
 
 namespace fw::http {
 
@@ -17,27 +18,27 @@ class LiveHandles {
   explicit LiveHandles(std::uint64_t first) : next_(first) {}
 
   std::uint64_t add(std::shared_ptr<Object> object) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     objects_.emplace(next_, std::move(object));
     return next_++;
   }
 
   /// The object, or null.
   std::shared_ptr<Object> find(std::uint64_t handle) const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = objects_.find(handle);
     return found == objects_.end() ? nullptr : found->second;
   }
 
   void remove(std::uint64_t handle) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     objects_.erase(handle);
   }
 
  private:
-  mutable std::mutex mutex_;
-  std::uint64_t next_;                                                  // guarded by mutex_
-  std::unordered_map<std::uint64_t, std::shared_ptr<Object>> objects_;  // guarded by mutex_
+  mutable Mutex mutex_;
+  std::uint64_t next_ GUARDED_BY(mutex_);
+  std::unordered_map<std::uint64_t, std::shared_ptr<Object>> objects_ GUARDED_BY(mutex_);
 };
 
 }  // namespace fw::http

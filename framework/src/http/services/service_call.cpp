@@ -65,7 +65,7 @@ KDH1_request_struct ServiceCall::describe(KDH1_request_handle handle) const {
 }
 
 int ServiceCall::options(int kind, const std::uint32_t* newOptions, std::uint32_t* currentOptions) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (currentOptions != nullptr) {
     *currentOptions = 0;
   }
@@ -83,7 +83,7 @@ int ServiceCall::options(int kind, const std::uint32_t* newOptions, std::uint32_
 }
 
 int ServiceCall::openContent(std::uint32_t& length) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (std::exchange(opened_, true)) {
     return kKdh1OutOfOrder;
   }
@@ -92,7 +92,7 @@ int ServiceCall::openContent(std::uint32_t& length) {
 }
 
 int ServiceCall::get(char* buffer, std::uint32_t length) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!opened_) {
     return kKdh1OutOfOrder;
   }
@@ -107,7 +107,7 @@ int ServiceCall::get(char* buffer, std::uint32_t length) {
 }
 
 int ServiceCall::respond(int status) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (std::exchange(responded_, true)) {
     return kKdh1OutOfOrder;
   }
@@ -116,7 +116,7 @@ int ServiceCall::respond(int status) {
 }
 
 int ServiceCall::createContent(int media, std::uint32_t length) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!responded_ || status_ != 0 || created_) {
     return kKdh1OutOfOrder;
   }
@@ -131,7 +131,7 @@ int ServiceCall::createContent(int media, std::uint32_t length) {
 }
 
 int ServiceCall::put(const char* data, std::uint32_t length) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!created_) {
     return kKdh1OutOfOrder;
   }
@@ -145,7 +145,7 @@ int ServiceCall::put(const char* data, std::uint32_t length) {
 }
 
 Response ServiceCall::finish(int result) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!responded_ || status_ != 0 || result != 0 || content_.size() != announced_) {
     const int status = responded_ ? status_ : result;
     return problemResponse(failed(status), request_.target.path);

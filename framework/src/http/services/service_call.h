@@ -2,11 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "agentfw/kdh1.h"
+#include "agentfw/mutex.h"
 #include "http/server/gate.h"
 #include "http/server/response.h"
 #include "http/services/live_handles.h"
@@ -50,16 +50,16 @@ class ServiceCall {
   const std::size_t contentLimit_;
   std::vector<KDH1_header> headers_;  // unchanged once made
 
-  std::mutex mutex_;
-  std::uint32_t accounting_ = 0;  // guarded by mutex_, as all below
-  bool opened_ = false;
-  std::size_t read_ = 0;  // bytes of the request's content
-  bool responded_ = false;
-  int status_ = 0;
-  bool created_ = false;
-  int media_ = KDH1_MEDIA_BINARY;
-  std::size_t announced_ = 0;
-  std::string content_;
+  Mutex mutex_;
+  std::uint32_t accounting_ GUARDED_BY(mutex_) = 0;
+  bool opened_ GUARDED_BY(mutex_) = false;
+  std::size_t read_ GUARDED_BY(mutex_) = 0;  // bytes of the request's content
+  bool responded_ GUARDED_BY(mutex_) = false;
+  int status_ GUARDED_BY(mutex_) = 0;
+  bool created_ GUARDED_BY(mutex_) = false;
+  int media_ GUARDED_BY(mutex_) = KDH1_MEDIA_BINARY;
+  std::size_t announced_ GUARDED_BY(mutex_) = 0;
+  std::string content_ GUARDED_BY(mutex_);
 };
 
 }  // namespace fw::http

@@ -31,7 +31,7 @@ int ServiceRegistry::add(std::string_view name, KDH1_service_t callback, void* c
   if (!isUsable(name)) {
     return kKdh1BadArgument;
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (ended_) {
     return kKdh1NotAvailable;
   }
@@ -51,7 +51,7 @@ int ServiceRegistry::add(std::string_view name, KDH1_service_t callback, void* c
 }
 
 int ServiceRegistry::publish(KDH1_handle handle, std::string_view title, std::string_view node) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = entries_.find(handle);
   if (found == entries_.end()) {
     return kKdh1DeadHandle;
@@ -62,7 +62,7 @@ int ServiceRegistry::publish(KDH1_handle handle, std::string_view title, std::st
 }
 
 int ServiceRegistry::listen(KDH1_handle handle) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   const auto found = entries_.find(handle);
   if (found == entries_.end()) {
     return kKdh1DeadHandle;
@@ -79,7 +79,7 @@ int ServiceRegistry::listen(KDH1_handle handle) {
 }
 
 int ServiceRegistry::remove(KDH1_handle handle) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = entries_.find(handle);
   if (found == entries_.end()) {
     return kKdh1DeadHandle;
@@ -91,7 +91,7 @@ int ServiceRegistry::remove(KDH1_handle handle) {
 }
 
 std::shared_ptr<AgentService> ServiceRegistry::find(std::string_view name) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (const auto& [key, entry] : entries_) {
     if (entry.listening && !entry.service->isOver && entry.service->name == name) {
       return entry.service;
@@ -102,7 +102,7 @@ std::shared_ptr<AgentService> ServiceRegistry::find(std::string_view name) const
 
 std::vector<ServiceRegistry::Info> ServiceRegistry::served() const {
   std::vector<Info> all;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (const auto& [key, entry] : entries_) {
     if (entry.listening && !entry.service->isOver) {
       all.push_back({entry.title, entry.node, entry.service});
@@ -114,14 +114,14 @@ std::vector<ServiceRegistry::Info> ServiceRegistry::served() const {
 }
 
 void ServiceRegistry::open() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   // What an earlier server left: its services are over, and nobody deleted them.
   std::erase_if(entries_, [](const auto& item) { return item.second.service->isOver.load(); });
   ended_ = false;
 }
 
 void ServiceRegistry::end() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ended_ = true;
   for (const auto& [key, entry] : entries_) {
     entry.service->isOver = true;

@@ -1,16 +1,15 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "agentfw/kdh1.h"
+#include "agentfw/mutex.h"
 
 namespace fw::http {
 
@@ -86,11 +85,11 @@ class ServiceRegistry {
     bool listening = false;
   };
 
-  mutable std::mutex mutex_;
-  std::condition_variable changed_;
-  std::map<KDH1_handle, Entry> entries_;  // guarded by mutex_
-  KDH1_handle last_ = 1U << 20U;          // guarded by mutex_
-  bool ended_ = false;                    // guarded by mutex_
+  mutable Mutex mutex_;
+  CondVar changed_;
+  std::map<KDH1_handle, Entry> entries_ GUARDED_BY(mutex_);
+  KDH1_handle last_ GUARDED_BY(mutex_) = 1U << 20U;
+  bool ended_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace fw::http
