@@ -30,4 +30,6 @@ add_library(project_warnings INTERFACE)
 target_compile_options(project_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion
   $<IF:$<CXX_COMPILER_ID:Clang>,-Wshadow,-Wshadow=local>
+  # An enumerator before "..." is promoted to the type that it is passed as anyway.
+  "$<$<CXX_COMPILER_ID:Clang>:-Wthread-safety;-Wno-varargs>"
   $<$<BOOL:${ZEL_WERROR}>:-Werror>)

@@ -61,8 +61,8 @@ ZelSubnodeRegHandler subnodeRegHandler;
 ZelSubnodeDeregHandler subnodeDeregHandler;
 ZelSampleEmitHandler sampleEmitHandler;
 ZelShutdownHandler shutdownHandler;
-ZelSubnodeConnHandler subnodeConnHandler;
-ZelSubnodeDisconnHandler subnodeDisconnHandler;
+[[maybe_unused]] ZelSubnodeConnHandler subnodeConnHandler;
+[[maybe_unused]] ZelSubnodeDisconnHandler subnodeDisconnHandler;
 
 struct FrameworkSignal {
   int id;

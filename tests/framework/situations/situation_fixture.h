@@ -134,7 +134,7 @@ class SituationTest : public EngineTest {
 
   /// The notices so far: "NAME STATE", and then "true" with the subnodes.
   Texts told() {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard guard(mutex);
     return notices;
   }
 

@@ -14,13 +14,22 @@
 
 namespace fw::http {
 
+/// A member of an object. A template, so that it may hold what is declared only after it.
+template <typename Value>
+struct NamedValue {
+  std::string name;
+  Value value;
+
+  bool operator==(const NamedValue&) const = default;
+};
+
 /// A JSON value: what a request brings, or what an answer tells. An object keeps its members in the
 /// order in which they were given; braces around members make one:
 ///
 ///     Json{{"name", "HEAP"}, {"samples", 3}, {"problem", nullptr}}
 class Json {
  public:
-  struct Member;
+  using Member = NamedValue<Json>;
   using List = std::vector<Json>;
   using Object = std::vector<Member>;
 
@@ -74,13 +83,6 @@ class Json {
   /// Whole numbers above the greatest std::int64_t alone are held without a sign.
   std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, List, Object>
       value_;
-};
-
-struct Json::Member {
-  std::string name;
-  Json value;
-
-  bool operator==(const Member&) const = default;
 };
 
 /// A list of what `toJson` makes of each item.

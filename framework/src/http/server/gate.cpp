@@ -95,7 +95,8 @@ std::optional<Problem> Gate::checkToken(const RawRequest& raw) const {
   if (!token_.empty() && isSameSecret(shown, token_)) {
     return std::nullopt;
   }
-  const std::string where = std::string(kTokenPath) + " of the agent's home";
+  std::string where(kTokenPath);
+  where += " of the agent's home";
   return Problem{401,
                  "unauthorized",
                  "The token is missing or wrong",
