@@ -45,8 +45,8 @@ Setting required(Setting setting) {
 void addIdentity(std::vector<Setting>& all) {
   all.push_back(required(text("product.code", MEMBER(product.code), codeRule(),
                               "Code of the product. Its last two characters are the short code.")));
-  all.push_back(required(
-      text("product.name", MEMBER(product.name), nameRule(), "Name of the product, for people.")));
+  all.push_back(required(text("product.name", MEMBER(product.name), nameRule(),
+                              "Name of the product, as shown to people.")));
   all.push_back(text("product.version", MEMBER(product.version), versionRule(),
                      "Version of the product; without it, that of the framework."));
   all.push_back(text("instance", MEMBER(instance), instanceRule(),
@@ -55,38 +55,37 @@ void addIdentity(std::vector<Setting>& all) {
                      "name of the product home's folder, shortened where that is longer."));
   all.push_back(text("host", MEMBER(host), hostRule(),
                      "Host name in the agent's node name; without it, the machine's."));
-  all.push_back(variables(
-      "environment", MEMBER(environment),
-      "Environment variables for the agent. A variable that the process's own environment "
-      "sets keeps that value."));
+  all.push_back(variables("environment", MEMBER(environment),
+                          "Environment variables for the agent. A variable that is set in the "
+                          "process's own environment keeps that value."));
 }
 
 void addHttp(std::vector<Setting>& all) {
   all.push_back(integer("http.port", MEMBER(http.port), 0, 65535,
                         "Port on 127.0.0.1. 0 takes any free port."));
   all.push_back(integer("http.max_connections", MEMBER(http.maxConnections), 1, 10'000,
-                        "Connections at a time; further ones are closed."));
+                        "Connections at a time; any more are closed."));
   all.push_back(integer("http.max_connections_per_address", MEMBER(http.maxConnectionsPerAddress),
                         1, 10'000, "Connections from one address at a time."));
   all.push_back(size("http.connection_memory", MEMBER(http.connectionMemory), 4 * kKiB, kMiB,
-                     "Room for the line and the headers of a request; longer ones are refused."));
+                     "Memory for the request line and headers; longer ones are refused."));
   all.push_back(size("http.body_limit", MEMBER(http.bodyLimit), 0, 64 * kMiB,
-                     "Content of a request; more is refused."));
+                     "Content of a request; a longer one is refused."));
   all.push_back(duration("http.idle_timeout", MEMBER(http.idleTimeout), 1s, 1h,
-                         "A connection on which nothing happens for so long is closed."));
+                         "A connection on which nothing happens for this long is closed."));
   all.push_back(duration("http.request_deadline", MEMBER(http.requestDeadline), 100ms, 10min,
-                         "A request that has not arrived whole after so long is cut off."));
+                         "A request that has not fully arrived after this long is cut off."));
   all.push_back(integer("http.stream_limit", MEMBER(http.streamLimit), 0, 1'000,
                         "Live streams at a time; more are refused."));
 }
 
 void addEngine(std::vector<Setting>& all) {
-  all.push_back(duration("engine.report_deadline", MEMBER(engine.reportDeadline), 10ms, 10min,
-                         "A report waits so long for a collector; then it gets the last good rows, "
-                         "marked as stale."));
+  all.push_back(duration(
+      "engine.report_deadline", MEMBER(engine.reportDeadline), 10ms, 10min,
+      "How long a report waits for a collector; then it gets the last good rows, marked stale."));
   all.push_back(duration("engine.stuck_after", MEMBER(engine.stuckAfter), 10ms, 1h,
-                         "A collector that has not returned after so long is reported as stuck and "
-                         "another worker takes its place."));
+                         "A collector that has not returned after this long is reported as stuck, "
+                         "and another worker takes its place."));
   all.push_back(duration("engine.coalesce_age", MEMBER(engine.coalesceAge), 0ms, 1h,
                          "Reports share a sample that is not older than this."));
   all.push_back(duration("engine.drain_bound", MEMBER(engine.drainBound), 0ms, 1min,
@@ -101,7 +100,7 @@ void addEngine(std::vector<Setting>& all) {
                         "Workers that may be added while work waits for more than 50 ms, or while "
                         "others are stuck."));
   all.push_back(integer("engine.row_limit", MEMBER(engine.rowLimit), 1, 10'000'000,
-                        "Rows of one sample; more are counted and left out."));
+                        "Rows of one sample; more are counted but left out."));
   all.push_back(integer("engine.queue_limit", MEMBER(engine.queueLimit), 1, 1'000'000,
                         "Collectors that wait for a worker; more are refused."));
   all.push_back(integer("engine.report_limit", MEMBER(engine.reportLimit), 1, 100'000,
@@ -111,7 +110,7 @@ void addEngine(std::vector<Setting>& all) {
   all.push_back(integer("engine.column_limit", MEMBER(engine.columnLimit), 1, 10'000,
                         "Columns of one table; a table with more is refused."));
   all.push_back(integer("engine.subnode_limit", MEMBER(engine.subnodeLimit), 0, 1'000'000,
-                        "Subnodes that are registered at a time; more are refused."));
+                        "Subnodes registered at a time; more are refused."));
 }
 
 void addActions(std::vector<Setting>& all) {
@@ -120,69 +119,68 @@ void addActions(std::vector<Setting>& all) {
   all.push_back(integer("actions.queue_limit", MEMBER(actions.queueLimit), 1, 10'000,
                         "Commands that wait to be run; more are refused."));
   all.push_back(duration("actions.deadline", MEMBER(actions.deadline), 10ms, 1h,
-                         "A command that has not ended after so long is reported as late, and "
+                         "A command that has not ended after this long is reported as late, and "
                          "another worker takes its place; one that has not begun is not run."));
   all.push_back(integer("actions.keep", MEMBER(actions.keep), 0, 10'000,
-                        "Commands that have ended and are still listed."));
+                        "Commands that are still listed after they have ended."));
 }
 
 void addEvents(std::vector<Setting>& all) {
   all.push_back(boolean("events.subscribe", MEMBER(events.subscribe),
-                        "Whether the agent listens to every event table. Otherwise events come in "
-                        "only while a situation watches their table, and none are kept."));
+                        "Whether the agent listens to every event table. Otherwise events are "
+                        "received only while a situation watches their table, and none are kept."));
   all.push_back(integer("events.keep", MEMBER(events.keep), 1, 1'000'000,
-                        "Events of one table that are kept, the newest."));
+                        "Events kept for one table, the newest."));
   all.push_back(size("events.keep_bytes", MEMBER(events.keepBytes), 64 * kKiB, kGiB,
-                     "Room for the events of one table that are kept."));
+                     "Memory for the events kept for one table."));
   all.push_back(size("events.queue_bytes", MEMBER(events.queueBytes), 64 * kKiB, kGiB,
-                     "Room for the events of one subscription that wait to be handled; more are "
-                     "counted and dropped."));
-  all.push_back(integer("events.journal", MEMBER(events.journal), 1, 1'000'000,
-                        "Entries of the journal that are kept: events, subnodes that come and go, "
-                        "situations and actions."));
+                     "Memory for the events of one subscription that are waiting to be handled; "
+                     "more are counted and dropped."));
+  all.push_back(integer(
+      "events.journal", MEMBER(events.journal), 1, 1'000'000,
+      "Entries kept in the journal: events, subnodes that come and go, situations and actions."));
   all.push_back(size("events.journal_bytes", MEMBER(events.journalBytes), 64 * kKiB, kGiB,
-                     "Room for the entries of the journal that are kept."));
+                     "Memory for the entries kept in the journal."));
 }
 
 void addSituations(std::vector<Setting>& all) {
   all.push_back(integer("situations.limit", MEMBER(situations.limit), 0, 10'000,
-                        "Situations that are watched at a time; more are refused."));
+                        "Situations watched at a time; more are refused."));
 }
 
 void addServices(std::vector<Setting>& all) {
   all.push_back(integer("services.workers", MEMBER(services.workers), 1, 256,
-                        "Requests to the agent's web services that are answered at a time."));
+                        "Requests to the agent's web services answered at a time."));
   all.push_back(integer("services.queue_limit", MEMBER(services.queueLimit), 1, 100'000,
                         "Requests that wait for a worker; more are refused."));
   all.push_back(duration("services.deadline", MEMBER(services.deadline), 10ms, 10min,
-                         "A request without an answer after so long is answered 504."));
+                         "A request that has no answer after this long gets 504."));
   all.push_back(size("services.response_limit", MEMBER(services.responseLimit), kKiB, kGiB,
                      "Content of a service's answer; a longer one is refused."));
 }
 
 void addTrace(std::vector<Setting>& all) {
   all.push_back(traceClasses("trace.default", MEMBER(trace.defaultMask),
-                             "What a unit traces for which `trace.units` says nothing else. Errors "
-                             "and warnings, and that the agent starts and stops, are always "
-                             "traced."));
+                             "What a unit traces unless `trace.units` says otherwise. Errors and "
+                             "warnings, and the agent's start and stop, are always traced."));
   all.push_back(traceUnits(
       "trace.units", MEMBER(trace.units),
-      "Trace classes of single units, as in `ZELIRA: [detail, flow]`. Instead of a unit's name "
-      "`file:` and the name of a source file, or `component:` and a component. `*` and `?` are "
-      "wildcards. Of the lines that fit a unit the last one counts."));
+      "Trace classes of individual units, as in `ZELIRA: [detail, flow]`. A unit's name may be "
+      "replaced by `file:` and a source file, or `component:` and a component. `*` and `?` are "
+      "wildcards. If several lines match a unit, the last one applies."));
   all.push_back(text("trace.file", MEMBER(trace.file), pathRule(),
                      "The trace file; a relative path begins at the product home. Without it, "
                      "`../../logs/agent.log` if the home's folder is called jmx, otherwise "
                      "`../../logs/agent-NAME.log` with the folder's name. It must be a regular "
                      "file of the agent's user, or not be there yet."));
   all.push_back(size("trace.max_size", MEMBER(trace.maxSize), 64 * kKiB, 4 * kGiB,
-                     "A file that has reached this size is renamed and a new one begun."));
+                     "A file that reaches this size is renamed and a new one begun."));
   all.push_back(integer("trace.files", MEMBER(trace.files), 1, 1'000,
-                        "Trace files that are kept, the one being written included."));
+                        "Trace files to keep, including the one being written."));
   all.push_back(size("trace.record_limit", MEMBER(trace.recordLimit), kKiB, 16 * kMiB,
                      "Text of one record; the rest is cut, with a note."));
   all.push_back(boolean("trace.stderr", MEMBER(trace.toStderr),
-                        "Whether records go to standard error, too."));
+                        "Whether records also go to standard error."));
 }
 
 }  // namespace

@@ -9,9 +9,9 @@ namespace {
 
 constexpr const char* kIntroduction = R"(# agent.yaml
 
-The configuration of an agent, `config/agent.yaml` below the product home. This page is made from the
-table that the agent reads the file by (`framework/src/config/schema.cpp`); after a change there,
-`cmake --build BUILD --target agent_yaml_page` makes it anew.
+The configuration of an agent, `config/agent.yaml` in the product home. This page is generated from
+the table by which the agent reads the file (`framework/src/config/schema.cpp`); after a change
+there, `cmake --build BUILD --target agent_yaml_page` regenerates it.
 
 The file is YAML, at most 1 MiB, one document. Unknown keys, keys that are set twice, values of the
 wrong kind and values out of range are errors; the agent does not start, and
@@ -23,7 +23,7 @@ wrong kind and values out of range are errors; the agent does not start, and
 ```
 
 Durations (`500ms`, `30s`, `5m`, `2h`) and sizes (`512B`, `64KiB`, `10MiB`, `1GiB`) are whole numbers
-with a unit. Numbers stand without quotes. Relative paths begin at the product home.
+with a unit. Numbers are not quoted. Relative paths start at the product home.
 )";
 
 std::string sectionOf(const Setting& setting) {
