@@ -40,7 +40,7 @@ std::string whyNoRow(const ReportResult& result) {
   std::string message = fmt::format("No row of table {} passes the condition.", result.table->name);
   for (const ReportSample& sample : result.samples) {
     if (sample.state != ReportSample::State::Fresh) {
-      return fmt::format("{} Not all of its rows are there: {}", message, sample.error);
+      return fmt::format("{} Some of its rows are missing: {}", message, sample.error);
     }
   }
   return message;
@@ -116,7 +116,7 @@ std::optional<RequestError> ActionDesk::accept(const ActionRequest& request, con
     return stoppingError();
   }
   if (const std::uint32_t waiting = *waiting_; waiting >= config_.queueLimit) {
-    return error(Kind::Busy, fmt::format("{} commands wait for a worker, as many as "
+    return error(Kind::Busy, fmt::format("{} commands are waiting for a worker, the most that "
                                          "actions.queue_limit allows. Try again later.",
                                          waiting));
   }

@@ -42,15 +42,15 @@ std::optional<RequestError> checkCommand(const ActionRequest& request) {
   }
   if (const std::size_t at = beforeControl(command); at < command.size()) {
     return bad(
-        fmt::format("The command has a control character at byte {}; of these only the tab "
-                    "may stand in a command.",
+        fmt::format("The command has a control character at byte {}; the only one allowed "
+                    "in a command is the tab.",
                     at));
   }
   if (request.codePage != 0 && request.codePage != 1) {
     return bad(fmt::format("The code page of a command is 0 or 1, not {}.", request.codePage));
   }
   if (request.row && !request.node.empty()) {
-    return bad("A command is for a node or for a row of a table, not for both.");
+    return bad("A command is for a node or for a row of a table, not both.");
   }
   return std::nullopt;
 }

@@ -53,7 +53,7 @@ std::string configure(const Settings& settings) {
   RAS1_FUNCTION();
   try {
     if (fw::activeConfig() != nullptr) {
-      return "the configuration has been read already";
+      return "the configuration has already been read";
     }
     fw::LoadedConfig loaded = fw::loadConfig(settings.home);
     if (!loaded.errors.empty()) {

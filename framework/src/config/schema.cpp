@@ -26,7 +26,7 @@ bool isCodeChar(char c) { return isCapital(c) || isDigit(c); }
 bool isHostChar(char c) { return isLetter(c) || isDigit(c) || c == '.' || c == '-'; }
 bool isVersionChar(char c) { return isInstanceChar(c) || c == '.'; }
 
-TextRule codeRule() { return {"three capital letters or digits as in ZJX", 3, 3, isCodeChar}; }
+TextRule codeRule() { return {"three capital letters or digits, as in ZJX", 3, 3, isCodeChar}; }
 TextRule instanceRule() {
   return {"1 to 12 letters, digits, \"_\" or \"-\"", 1, kMaxInstance, isInstanceChar};
 }
@@ -34,8 +34,8 @@ TextRule hostRule() { return {"a host name of at most 64 characters", 0, 64, isH
 TextRule versionRule() {
   return {"1 to 15 letters, digits, \".\", \"_\" or \"-\"", 1, 15, isVersionChar};
 }
-TextRule nameRule() { return {"a text of 1 to 64 bytes", 1, 64, nullptr}; }
-TextRule pathRule() { return {"the path of a file", 1, 4000, nullptr}; }
+TextRule nameRule() { return {"text of 1 to 64 bytes", 1, 64, nullptr}; }
+TextRule pathRule() { return {"a file path", 1, 4000, nullptr}; }
 
 Setting required(Setting setting) {
   setting.required = true;

@@ -67,7 +67,7 @@ struct DerivedVariable {
 };
 constexpr std::array<DerivedVariable, 3> kDerived{{{"ZEL_PROD", "\"product.code\""},
                                                    {"ZEL_INST", "\"instance\""},
-                                                   {"ZEL_PROD_HOME", "the home of the product"}}};
+                                                   {"ZEL_PROD_HOME", "the product home"}}};
 
 void readVariable(const std::string& path, const YAML::Node& key, const YAML::Node& value,
                   std::map<std::string, std::string>& variables, Problems& problems) {
@@ -80,10 +80,10 @@ void readVariable(const std::string& path, const YAML::Node& key, const YAML::No
                                          "and \"_\"), found {}",
                                          path, describeValue(key)));
   } else if (derived != kDerived.end()) {
-    problems.add(key.Mark(), fmt::format("\"{}\": {} can't be set here, it follows from {}", path,
+    problems.add(key.Mark(), fmt::format("\"{}\": {} can't be set here; it follows from {}", path,
                                          name, derived->source));
   } else if (!value.IsScalar() || value.Scalar().find('\0') != std::string::npos) {
-    problems.add(value.Mark(), fmt::format("\"{}.{}\": expected a text", path, name));
+    problems.add(value.Mark(), fmt::format("\"{}.{}\": expected text", path, name));
   } else if (!variables.emplace(name, value.Scalar()).second) {
     problems.add(key.Mark(), fmt::format("\"{}.{}\" is set twice", path, name));
   }
@@ -220,7 +220,7 @@ Setting traceUnits(std::string path, std::vector<trace::MaskRule>& (*member)(Age
 Setting variables(std::string path, std::map<std::string, std::string>& (*member)(AgentConfig&),
                   std::string doc) {
   const std::string name = path;
-  return section(std::move(path), "a section of variables, each with a text", std::move(doc),
+  return section(std::move(path), "a section of variables, each with a value", std::move(doc),
                  [name, member](const YAML::Node& key, const YAML::Node& value, AgentConfig& config,
                                 Problems& problems) {
                    readVariable(name, key, value, member(config), problems);

@@ -160,7 +160,7 @@ std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const
     }
     if (running_.size() >= config_.reportLimit) {
       ++refused_;
-      return error(Kind::Busy, fmt::format("{} reports are in progress, as many as "
+      return error(Kind::Busy, fmt::format("{} reports are in progress, the most that "
                                            "engine.report_limit allows. Try again later.",
                                            running_.size()));
     }
@@ -194,9 +194,9 @@ std::optional<RequestError> Engine::targetsOf(const std::optional<std::string>& 
                                               std::vector<SubnodeName>& targets) const {
   if (!table.perSubnode) {
     if (subnode) {
-      return error(
-          Kind::UnknownSubnode,
-          fmt::format("Table {} is the agent's own: ask it without a subnode.", table.name));
+      return error(Kind::UnknownSubnode,
+                   fmt::format("Table {} belongs to the agent itself: read it without a subnode.",
+                               table.name));
     }
     targets.push_back({});
     return std::nullopt;

@@ -96,8 +96,8 @@ ReportSample Report::describe(const Target& target, const SampleOutcome& outcome
   sample.rowsLost = rows.rowsLost;
   if (rows.rowsLost > 0 && sample.error.empty()) {
     sample.error = fmt::format(
-        "The collector gave more rows than engine.row_limit allows: {} were taken, at least {} "
-        "lost.",
+        "The collector returned more rows than engine.row_limit allows: {} were kept, at "
+        "least {} lost.",
         rows.rows.rowCount(), rows.rowsLost);
   }
   sample.rows = std::shared_ptr<const RowBlock>(outcome.sample, &rows.rows);

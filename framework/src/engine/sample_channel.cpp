@@ -58,7 +58,7 @@ void SampleChannel::sample(const Predicate& predicate, const std::weak_ptr<Sampl
     }
   } else if (begun != nullptr &&
              !turns_->post([self = shared_from_this(), begun] { self->take(begun); })) {
-    finish(begun, {lastGood(), true, "Too many samples wait for a worker."});
+    finish(begun, {lastGood(), true, "Too many samples are waiting for a worker."});
   }
 }
 
@@ -74,7 +74,8 @@ std::optional<SampleOutcome> SampleChannel::answerNow(const Hints& hints) {
     return SampleOutcome{lastGood_, true, *std::move(why)};
   }
   if (inFlight_.size() >= kMaxHinted && !inFlight_.contains(hints)) {
-    return SampleOutcome{lastGood_, true, "Too many different conditions wait for their sample."};
+    return SampleOutcome{lastGood_, true,
+                         "Too many different conditions are waiting for a sample."};
   }
   return std::nullopt;
 }
@@ -179,7 +180,7 @@ void SampleChannel::openRow(std::string row, RowOpened opened) {
     opened(std::move(object), wrong.value_or(""));
   };
   if (!turns_->post(job)) {
-    opened(nullptr, "Too many samples wait for a worker.");
+    opened(nullptr, "Too many samples are waiting for a worker.");
   }
 }
 

@@ -47,7 +47,7 @@ std::optional<std::string> describeTable(TableManager& manager, std::uint32_t co
   }
   const int count = object->NumColumns();
   if (count > 0 && static_cast<std::uint32_t>(count) > columnLimit) {
-    return fmt::format("it has {} columns, engine.column_limit is {}", count, columnLimit);
+    return fmt::format("it has {} columns; engine.column_limit is {}", count, columnLimit);
   }
   for (int index = 0; index < count; ++index) {
     Column column;

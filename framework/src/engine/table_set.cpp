@@ -39,7 +39,7 @@ int TableSet::add(TableManager& manager) {
       return kRcLimit;
     }
     if (!tables_.emplace(name, entry).second) {
-      RAS1_PRINT("ERROR: table %s is registered already", name.c_str());
+      RAS1_PRINT("ERROR: table %s is already registered", name.c_str());
       return kRcDuplicate;
     }
   }

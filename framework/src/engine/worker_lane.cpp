@@ -213,8 +213,8 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
     const std::uint32_t most = limits_.threads + limits_.standIns;
     if (threads() >= most && busy_ == threads()) {
       if (++saturations_ == 1) {
-        RAS1_PRINT("ERROR: all %u workers of lane %s are busy; %zu tasks wait", most, name_.c_str(),
-                   queue_.size());
+        RAS1_PRINT("ERROR: all %u workers of lane %s are busy; %zu tasks are waiting", most,
+                   name_.c_str(), queue_.size());
       }
       return;
     }

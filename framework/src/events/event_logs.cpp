@@ -66,7 +66,7 @@ std::variant<EventPage, RequestError> EventLogs::events(const std::string& table
   if (!view.info->events) {
     return RequestError{
         RequestError::Kind::NoEventTable,
-        fmt::format("Table {} is sampled: no events come to it. Ask for its rows.", table),
+        fmt::format("Table {} is sampled and has no events. Ask for its rows.", table),
         std::nullopt,
         {}};
   }

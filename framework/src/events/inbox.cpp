@@ -64,7 +64,7 @@ void Inbox::store(PushedRows pushed) {
   queue_.back().lost += count + pushed.lost;
   if (count > 0 && !std::exchange(overflowing_, true)) {
     RAS1_PRINT(
-        "ERROR: %s come faster than they are handled; those beyond events.queue_bytes are "
+        "ERROR: %s arrive faster than they are handled; those beyond events.queue_bytes are "
         "lost",
         label_.c_str());
   }

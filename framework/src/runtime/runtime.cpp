@@ -140,7 +140,7 @@ int Runtime::run() {
       return ras1Flow.result(kRcOk);
     }
     if (std::exchange(running_, true)) {
-      RAS1_PRINT("ERROR: the main loop runs already");
+      RAS1_PRINT("ERROR: the main loop is already running");
       return ras1Flow.result(kRcBusy);
     }
   }

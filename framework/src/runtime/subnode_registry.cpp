@@ -26,7 +26,7 @@ bool isSame(const SubnodeInfo& a, const SubnodeInfo& b) {
 int SubnodeRegistry::add(SubnodeRegistration registration) {
   RAS1_FUNCTION();
   if (registration.name.empty() || registration.name.size() > kMaxNodeName) {
-    RAS1_PRINT("ERROR: subnode name <%s> has %zu bytes; 1 to %zu are possible",
+    RAS1_PRINT("ERROR: subnode name <%s> has %zu bytes; 1 to %zu are allowed",
                registration.name.c_str(), registration.name.size(), kMaxNodeName);
     return kRcBadArgument;
   }
@@ -133,7 +133,7 @@ void SubnodeRegistry::apply(const std::string& raw, Subnode& subnode, const Stag
       subnode.current->since = now;
       subnode.changed = true;
     }
-    RAS1_PRINT_IF(kRas1State, "subnode %s has gone", subnode.current->name.c_str());
+    RAS1_PRINT_IF(kRas1State, "subnode %s is gone", subnode.current->name.c_str());
     return;
   }
   SubnodeInfo next;

@@ -35,7 +35,7 @@ std::optional<RequestError> checkInterval(SituationRequest& request, const Table
       return std::nullopt;
     }
     return error(Kind::BadInterval,
-                 fmt::format("Events come to table {} by themselves: a situation on it has no "
+                 fmt::format("Table {} is an event table: a situation on it has no "
                              "interval.",
                              table.name));
   }
@@ -44,7 +44,7 @@ std::optional<RequestError> checkInterval(SituationRequest& request, const Table
   }
   if (request.interval.count() < 1 || request.interval > kMaxInterval) {
     return error(Kind::BadInterval,
-                 fmt::format("An interval of {} s is not possible: it takes 1 s to {} s.",
+                 fmt::format("An interval of {} s is not possible: it must be from 1 s to {} s.",
                              request.interval.count(), kMaxInterval.count()));
   }
   return std::nullopt;
@@ -54,15 +54,15 @@ std::optional<RequestError> checkSubnodes(SituationRequest& request, const Table
                                           std::uint32_t limit) {
   auto& names = request.subnodes;
   if (!table.perSubnode && !names.empty()) {
-    return error(
-        Kind::UnknownSubnode,
-        fmt::format("Table {} is the agent's own: watch it without subnodes.", table.name));
+    return error(Kind::UnknownSubnode,
+                 fmt::format("Table {} belongs to the agent itself: watch it without subnodes.",
+                             table.name));
   }
   for (const std::string& name : names) {
     if (name.empty() || name.size() > kMaxShownSubnode) {
       return error(Kind::UnknownSubnode,
                    fmt::format("'{:.{}}' can't be the name of a subnode: it has {} bytes; 1 to 32 "
-                               "are possible.",
+                               "are allowed.",
                                name, kMaxShownSubnode, name.size()));
     }
   }
@@ -86,7 +86,7 @@ std::optional<RequestError> checkSituationName(const SituationRequest& request) 
     return std::nullopt;
   }
   return error(Kind::BadName,
-               fmt::format("'{:.{}}' can't be the name of a situation: it takes 1 to {} letters, "
+               fmt::format("'{:.{}}' can't be the name of a situation: a name has 1 to {} letters, "
                            "digits, \"_\", \"-\" or \".\", the first a letter or a digit.",
                            name, 2 * kMaxName, kMaxName));
 }

@@ -46,15 +46,17 @@ std::optional<RequestError> SituationDesk::watch(SituationRequest request) {
     auto& situation = std::get<CheckedSituation>(checked);
     const std::string name = situation.request.name;
     if (watched_.contains(name)) {
-      return error(Kind::Duplicate, fmt::format("A situation '{}' is watched already. End it first "
-                                                "to change it.",
-                                                name));
+      return error(Kind::Duplicate,
+                   fmt::format("A situation '{}' is already being watched. End it first "
+                               "to change it.",
+                               name));
     }
     sweep();
     if (watched_.size() + leaving_.size() >= around_.config.limit) {
-      return error(Kind::Busy, fmt::format("{} situations are watched, as many as situations.limit "
-                                           "allows; {} more are being ended.",
-                                           watched_.size(), leaving_.size()));
+      return error(Kind::Busy,
+                   fmt::format("{} situations are watched, the most that situations.limit "
+                               "allows; {} more are being ended.",
+                               watched_.size(), leaving_.size()));
     }
     const Watched next = make(table, std::move(situation));
     watched_.emplace(name, next);

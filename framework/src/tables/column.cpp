@@ -102,7 +102,7 @@ std::optional<std::string> checkColumns(const std::vector<Column>& columns, std:
   std::uint64_t end = 0;
   for (const Column* column : byOffset) {
     if (column->offset != end) {
-      return fmt::format("column {} stands at offset {} where {} would be without gap or overlap",
+      return fmt::format("column {} is at offset {} where {} would be without gap or overlap",
                          column->name, column->offset, end);
     }
     end += column->size;

@@ -145,7 +145,7 @@ class Parser {
   Value value(const Column& subject) {
     if (token_.kind != Token::Kind::Word && token_.kind != Token::Kind::Quoted) {
       fail(token_.position,
-           fmt::format("expected {} for {}, found {}", isText(subject.type) ? "a text" : "a number",
+           fmt::format("expected {} for {}, found {}", isText(subject.type) ? "text" : "a number",
                        subject.name, found()));
     }
     Value result = isText(subject.type) ? textValue(subject) : numberValue(subject);
@@ -155,11 +155,11 @@ class Parser {
 
   Value textValue(const Column& subject) const {
     if (token_.text.size() > subject.size) {
-      fail(token_.position, fmt::format("{} holds at most {} bytes, this text has {}", subject.name,
-                                        subject.size, token_.text.size()));
+      fail(token_.position, fmt::format("{} holds at most {} bytes, this value has {}",
+                                        subject.name, subject.size, token_.text.size()));
     }
     if (token_.text.find('\0') != std::string::npos) {
-      fail(token_.position, fmt::format("a text for {} can't hold a NUL", subject.name));
+      fail(token_.position, fmt::format("text for {} can't contain a NUL", subject.name));
     }
     return token_.text;
   }

@@ -135,7 +135,7 @@ TEST(LoadTest, AValueThatDoesNotFitIsAnErrorThatSaysWhatWasExpected) {
        "found "
        "\"A B\""},
       {"environment: {ZEL_PROD: ZXX}",
-       "f:3:15: \"environment\": ZEL_PROD can't be set here, it follows from \"product.code\""},
+       "f:3:15: \"environment\": ZEL_PROD can't be set here; it follows from \"product.code\""},
       {"? [a]\n: b", "f:3:3: expected a key, found a list"},
   };
 
@@ -146,7 +146,7 @@ TEST(LoadTest, AValueThatDoesNotFitIsAnErrorThatSaysWhatWasExpected) {
 
 TEST(LoadTest, TheTextOfAVariableIsNotShown) {
   EXPECT_EQ(errorsOf("environment: {PASSWORD: [secret]}"),
-            "f:3:25: \"environment.PASSWORD\": expected a text");
+            "f:3:25: \"environment.PASSWORD\": expected text");
 }
 
 TEST(LoadTest, AKeyThatIsSetTwiceIsAnError) {

@@ -211,7 +211,7 @@ TEST_F(EngineSlowTest, TooManyDifferentConditionsOnOneSubnodeAreRefusedVisibly) 
   const auto result = ask("PER_SUBNODE", {}, "ORIGINNODE = y")->get();
 
   EXPECT_EQ(result.samples[0].state, State::Failed);
-  EXPECT_EQ(result.samples[0].error, "Too many different conditions wait for their sample.");
+  EXPECT_EQ(result.samples[0].error, "Too many different conditions are waiting for a sample.");
 }
 
 TEST_F(EngineSlowTest, AFullQueueIsAFailedSample) {
@@ -228,7 +228,7 @@ TEST_F(EngineSlowTest, AFullQueueIsAFailedSample) {
   const auto result = ask("PER_SUBNODE", "c")->get();
 
   EXPECT_EQ(result.samples[0].state, State::Failed);
-  EXPECT_EQ(result.samples[0].error, "Too many samples wait for a worker.");
+  EXPECT_EQ(result.samples[0].error, "Too many samples are waiting for a worker.");
 }
 
 }  // namespace

@@ -45,11 +45,11 @@ TEST_F(EngineTest, RefusesATableThatIsDescribedWrongly) {
                                                     {"C", ColumnType::Int32, 0, 4}}));
   start();
   const std::pair<test::TestTable*, const char*> cases[] = {
-      {&gap, "column N stands at offset 4 where 0 would be without gap or overlap"},
+      {&gap, "column N is at offset 4 where 0 would be without gap or overlap"},
       {&mute, "the agent made no request object"},
       {&empty, "it has no columns"},
       {&odd, "the name of column 0 is not plain UTF-8"},
-      {&wide, "it has 3 columns, engine.column_limit is 2"},
+      {&wide, "it has 3 columns; engine.column_limit is 2"},
   };
 
   for (const auto& [table, reason] : cases) {

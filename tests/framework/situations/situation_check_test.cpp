@@ -49,7 +49,7 @@ TEST_F(SituationCheckTest, SubnodesOfAnOwnTableAreRefused) {
   const auto wrong = refusal("S", "OWN", "", {"one"});
 
   EXPECT_EQ(wrong.kind, Kind::UnknownSubnode);
-  EXPECT_EQ(wrong.message, "Table OWN is the agent's own: watch it without subnodes.");
+  EXPECT_EQ(wrong.message, "Table OWN belongs to the agent itself: watch it without subnodes.");
 }
 
 TEST_F(SituationCheckTest, WhatCanBeNoSubnodeIsRefused) {

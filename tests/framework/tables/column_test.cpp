@@ -42,7 +42,7 @@ TEST(ColumnTest, SaysWhatIsWrongWithADescription) {
       {[](auto& c) { c[2].size = 4; }, "column SHORT of type int16 takes 2 bytes, not 4"},
       {[](auto& c) { c[4].size = 4; }, "column TOTAL of type int64 takes 8 bytes, not 4"},
       {[](auto& c) { c[3].offset = 40; },
-       "column NAME stands at offset 40 where 38 would be without gap or overlap"},
+       "column NAME is at offset 40 where 38 would be without gap or overlap"},
       {[](auto& c) {
          c[0] = {"ORIGINNODE", ColumnType::Int64, 0, 8};
        },

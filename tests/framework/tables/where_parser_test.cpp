@@ -77,7 +77,7 @@ TEST(WhereParserTest, SaysWhereItIsWrongAndWhatWasExpected) {
       {"COUNT = 1 or COUNT = 2", "error at 10: expected 'and' or the end, found 'or'"},
       {"COUNT = 1 and", "error at 13: expected a column name, found the end"},
       {"NAME = 'abc", "error at 7: the text that begins here has no closing '"},
-      {"NAME = aaaaaaaaaaaaaaaaa", "error at 7: NAME holds at most 16 bytes, this text has 17"},
+      {"NAME = aaaaaaaaaaaaaaaaa", "error at 7: NAME holds at most 16 bytes, this value has 17"},
       {"PERCENT = 40000", "error at 10: PERCENT of type int16 takes -32767 to 32767, not 40000"},
       {"COUNT = -2147483648",
        "error at 8: COUNT of type int32 takes -2147483647 to 2147483647, not -2147483648"},

@@ -22,7 +22,7 @@ struct JsonMember {
 
   std::string_view name;
   bool required;
-  std::string expected;  ///< "a text", "a whole number from 1 to 10", for people
+  std::string expected;  ///< "a string", "a whole number from 1 to 10", for people
   Take take;
   std::vector<JsonMember> members = {};  ///< of an object
 };

@@ -1,4 +1,4 @@
-// Asks the agent. Everything that goes wrong becomes an ApiError with a sentence for people.
+// Asks the agent. Everything that goes wrong becomes an ApiError with a sentence for the user.
 
 export class ApiError extends Error {
   /** @param {{title?: string, detail?: string, status?: number, position?: number,

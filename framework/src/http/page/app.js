@@ -1,5 +1,5 @@
-// Shows the live rows of one table. The view (table, subnode, filter) stands in the address, so
-// that it can be bookmarked and sent to somebody: #table=NAME&subnode=NAME&where=CONDITION
+// Shows the live rows of one table. The view (table, subnode, filter) is in the address, so that
+// it can be bookmarked and shared: #table=NAME&subnode=NAME&where=CONDITION
 
 import {ApiError, read, rowsAddress} from './api.js';
 import {byId, element, setAttribute, setText, showList} from './dom.js';
@@ -17,7 +17,7 @@ let subnodes = [];
 let view = {table: '', subnode: '', where: ''};
 let paused = false;
 let lastAnswer = null;  // {at, state}: when rows came, and how good they were
-let polling = null;     // the AbortController of the loop that runs
+let polling = null;     // the AbortController of the running loop
 
 function readView() {
   const given = new URLSearchParams(location.hash.slice(1));
@@ -69,7 +69,7 @@ function showSide() {
   }
   const table = tables.find((each) => each.name === view.table);
   select.disabled = Boolean(table) && !table.per_subnode;
-  setAttribute(select, 'title', select.disabled ? 'This table is the agent\'s own.' : null);
+  setAttribute(select, 'title', select.disabled ? 'This table belongs to the agent itself.' : null);
 }
 
 function showError(error) {
@@ -111,7 +111,7 @@ function showRows(result) {
   };
   byId('empty').hidden = result.rows.length > 0;
   setText(byId('empty'), view.where ? 'No row passes the filter.'
-    : failed > 0 ? 'No rows: see the reason above.' : 'The table has no rows now.');
+    : failed > 0 ? 'No rows: see the reason above.' : 'The table has no rows at the moment.');
   setText(byId('summary'), result.truncated
     ? `The first ${format.number(result.returned)} of ${format.counted(result.matched, 'row')}; ` +
       'a filter shows others.'
@@ -217,7 +217,7 @@ byId('skip').addEventListener('click', () => byId('box').focus());
 byId('pause').addEventListener('click', (event) => {
   paused = !paused;
   setAttribute(event.target, 'aria-pressed', String(paused));
-  setText(event.target, paused ? 'Go on' : 'Pause');
+  setText(event.target, paused ? 'Resume' : 'Pause');
   showLive();
   if (!paused) startPolling();
 });
@@ -239,7 +239,7 @@ listen(async () => {
     subnodes = (await read('/api/v1/subnodes')).subnodes;
     showSide();
   } catch (error) {
-    if (!(error instanceof ApiError)) throw error;  // watchAgent() tells that it is away
+    if (!(error instanceof ApiError)) throw error;  // watchAgent() shows that it is away
   }
 });
 watchAgent();

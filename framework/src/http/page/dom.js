@@ -17,7 +17,7 @@ export function setText(node, text) {
   if (node.textContent !== text) node.textContent = text;
 }
 
-/** Sets an attribute, or takes it away for null, if it differs. */
+/** Sets an attribute, or removes it for null, if it differs. */
 export function setAttribute(node, name, value) {
   if (value === null) {
     node.removeAttribute(name);
@@ -27,7 +27,7 @@ export function setAttribute(node, name, value) {
 }
 
 /**
- * Shows one child per item, reusing what is there: `make()` makes an empty child and
+ * Shows one child per item, reusing those that exist: `make()` makes an empty child and
  * `fill(child, item)` shows an item in it.
  */
 export function showList(parent, items, make, fill) {

@@ -14,7 +14,7 @@ export class Grid {
     this.descending = false;
   }
 
-  /** Forgets rows and sorting: another table comes. */
+  /** Forgets rows and sorting, for another table. */
   clear() {
     this.result = null;
     this.sortColumn = null;

@@ -1,4 +1,4 @@
-// The list of the last events, fed by the stream as they come.
+// The list of recent events, fed by the stream as they arrive.
 
 import {byId, element, setAttribute, setText, showList} from './dom.js';
 
@@ -6,7 +6,7 @@ const kKept = 50;
 
 const events = [];  // newest first: {time, table, node, text}
 let source = null;
-let position = '';  // of the last message, to go on after it
+let position = '';  // of the last message, to continue after it
 
 function summary(values) {
   return Object.entries(values)
@@ -40,16 +40,16 @@ function setState(state, words) {
   setText(byId('events-state'), words);
 }
 
-/** Begins to listen; `onSubnode` is called when a subnode comes, goes or changes. */
+/** Starts listening; `onSubnode` is called when a subnode comes, goes or changes. */
 export function listen(onSubnode) {
   if (source) source.close();
   const after = position && `&after=${encodeURIComponent(position)}`;
   source = new EventSource(`/api/v1/stream?kind=event&kind=subnode${after}`);
   source.addEventListener('open', () => setState('live', 'live'));
   source.addEventListener('error', () => {
-    // The browser comes back by itself unless the agent refused it, as when all streams are taken.
+    // The browser reconnects by itself unless the agent refused it, as when all streams are in use.
     const refused = source.readyState === EventSource.CLOSED;
-    setState('failed', refused ? 'no stream to be had' : 'reconnecting');
+    setState('failed', refused ? 'no stream available' : 'reconnecting');
     if (refused) setTimeout(() => listen(onSubnode), 10000);
   });
   const hear = (kind, handle) => source.addEventListener(kind, (message) => {
@@ -67,7 +67,7 @@ export function listen(onSubnode) {
   hear('missed', (message) => {
     const {missed, reset} = JSON.parse(message.data);
     keep({time: new Date().toISOString(), table: '', node: '',
-      text: reset ? 'The agent was started again.' : `${missed} entries were missed.`});
+      text: reset ? 'The agent was restarted.' : `${missed} entries were missed.`});
     show();
   });
   hear('subnode', onSubnode);

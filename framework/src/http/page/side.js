@@ -66,7 +66,7 @@ export function showTables(tables, view, addressOf) {
 export function showSubnodes(subnodes, view, addressOf) {
   setText(byId('subnodes-count'), subnodes.length === 0 ? '' : String(subnodes.length));
   const entries = subnodes.map((subnode) => ({
-    // A second press on the chosen one shows all again.
+    // Selecting the chosen one again shows all.
     address: addressOf({subnode: subnode.name === view.subnode ? '' : subnode.name}),
     current: subnode.name === view.subnode,
     state: subnode.state,

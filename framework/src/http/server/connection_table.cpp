@@ -66,7 +66,7 @@ bool ConnectionTable::admit(std::uint32_t address) {
   const std::uint64_t refused = ++counters_.connectionsRefused;
   if ((refused & (refused - 1)) == 0) {
     RAS1_PRINT(
-        "WARN: HTTP connection refused, %zu are open (limits %u, %u of one address); "
+        "WARN: HTTP connection refused, %zu are open (limits %u, %u from one address); "
         "refused so far: %llu",
         connections_.size(), limits_.total, limits_.perAddress,
         static_cast<unsigned long long>(refused));
@@ -195,7 +195,7 @@ void ConnectionTable::sweepRequest(Connection& entry, Clock::MonotonicTime now, 
   } else if ((entry.phase == Phase::Receiving && taken > deadlines_.receive) ||
              (entry.phase == Phase::Sending && taken > deadlines_.send)) {
     RAS1_PRINT("WARN: connection cut, the client was too slow to %s",
-               entry.phase == Phase::Receiving ? "send its request" : "take its answer");
+               entry.phase == Phase::Receiving ? "send its request" : "read its answer");
     ++counters_.requestsLate;
     entry.since = now;
     // The socket is closed by its HTTP thread only after closed() has taken the entry away.
@@ -216,7 +216,7 @@ void ConnectionTable::sweepStream(Connection& entry, Clock::MonotonicTime now, D
     entry.bytesTaken = info.tcpi_bytes_acked;
     entry.since = now;
   } else if (now - entry.since > deadlines_.stall) {
-    RAS1_PRINT("WARN: stream cut, the client takes nothing");
+    RAS1_PRINT("WARN: stream cut, the client is not reading");
     ++counters_.streamsCut;
     entry.since = now;
     shutdown(entry.socket, SHUT_RDWR);

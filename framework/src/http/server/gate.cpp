@@ -28,7 +28,7 @@ std::string_view bearerToken(std::string_view authorization) {
 
 std::string tooLong(std::string_view what, std::uint64_t bytes, std::uint64_t limit) {
   return std::string(what) + " has " + std::to_string(bytes) + " bytes; at most " +
-         std::to_string(limit) + " are taken.";
+         std::to_string(limit) + " are accepted.";
 }
 
 }  // namespace
@@ -125,9 +125,9 @@ std::optional<Problem> Gate::checkHost(const RawRequest& raw) const {
   if (!isOwnAuthority(raw.hosts.front())) {
     return Problem{421,
                    "misdirected",
-                   "This is not the host that was asked for",
+                   "The request is for another host",
                    "The request asks for host \"" + raw.hosts.front() +
-                       "\". The agent answers only as http://" + authorities_.front() + "/.",
+                       "\". The agent answers only at http://" + authorities_.front() + "/.",
                    {}};
   }
   return std::nullopt;
@@ -141,9 +141,9 @@ std::optional<Problem> Gate::checkOrigin(const RawRequest& raw) const {
         !isOwnAuthority(text.substr(kScheme.size()))) {
       return Problem{403,
                      "foreign-origin",
-                     "Pages of other sites may not ask",
+                     "Pages of other sites may not send requests",
                      "The request comes from a page of \"" + origin +
-                         "\"; only pages of the agent itself may ask it.",
+                         "\"; only pages of the agent itself may send it requests.",
                      {}};
     }
   }

@@ -22,7 +22,7 @@ Listener failed(int socket, std::uint16_t port, int error) {
   if (error == EADDRINUSE) {
     return {-1, 0,
             "Port " + std::to_string(port) +
-                " is taken by another program. Choose another one with --port or http.port; 0 "
+                " is in use by another program. Choose another one with --port or http.port; 0 "
                 "takes any free port."};
   }
   if (error == EACCES) {

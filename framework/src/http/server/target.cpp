@@ -41,7 +41,7 @@ std::optional<std::string> decode(std::string_view raw, bool plusIsBlank, std::s
     }
   }
   if (out.find('\0') != std::string::npos) {
-    return "it holds %00";
+    return "it contains %00";
   }
   if (!isValidUtf8(out)) {
     return "it is not UTF-8 after decoding";

@@ -69,7 +69,7 @@ Token read(int fd, const std::string& path) {
   if ((info.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
     return refused(path, fmt::format("is open to other users (mode {:o})", info.st_mode & ALLPERMS),
                    fmt::format("Remove the file, and the agent makes a new token when it starts; "
-                               "or, when nobody can have read it, keep it with: chmod 600 {}",
+                               "or, if nobody can have read it, keep it with: chmod 600 {}",
                                path));
   }
   std::array<char, kMaxLength + 2> bytes{};
@@ -84,7 +84,7 @@ Token read(int fd, const std::string& path) {
   if (text.size() < kMinLength || text.size() > kMaxLength ||
       !std::all_of(text.begin(), text.end(), isTokenChar)) {
     return refused(path,
-                   fmt::format("holds no token: that is one line of {} to {} letters, digits or "
+                   fmt::format("holds no token; a token is one line of {} to {} letters, digits or "
                                "characters of \"-._~+/=\"",
                                kMinLength, kMaxLength),
                    kRemove);

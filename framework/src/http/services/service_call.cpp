@@ -26,7 +26,7 @@ Problem failed(int status) {
     return {413,
             "content-too-large",
             "The content is too large",
-            "The service takes no content of this length.",
+            "The service does not accept content of this length.",
             {}};
   }
   return {502,

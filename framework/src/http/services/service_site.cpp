@@ -102,7 +102,7 @@ void ServiceSite::serve(const Request& request, std::shared_ptr<Responder> respo
   std::optional<std::string> path = pathBelow(target);
   if (!path) {
     return refuse(badRequest(
-        "The path below a service may have no part that is \".\" or \"..\", and no encoded \"/\", "
+        "The path below a service must not contain a segment \".\" or \"..\", or an encoded \"/\", "
         "\"\\\" or control character."));
   }
   startServiceJob(runner_, std::move(service), request, *std::move(path), std::move(responder));

@@ -82,30 +82,30 @@ TEST(JsonInputTest, NamesWhatIsWrongAndWhatHelps) {
     const char* body;
     const char* problem;
   } cases[] = {
-      {"{}", "missing-member name: Member name is missing; give a text without U+0000."},
+      {"{}", "missing-member name: Member name is missing; give a string without U+0000."},
       {"{\"name\": null}",
-       "missing-member name: Member name is missing; give a text without "
+       "missing-member name: Member name is missing; give a string without "
        "U+0000."},
-      {"{\"name\": 1}", "bad-member name: Member name is 1; it takes a text without U+0000."},
+      {"{\"name\": 1}", "bad-member name: Member name is 1; it takes a string without U+0000."},
       {"{\"name\": \"a\\u0000\"}",
-       "bad-member name: Member name is \"a\\u0000\"; it takes a text without U+0000."},
+       "bad-member name: Member name is \"a\\u0000\"; it takes a string without U+0000."},
       {"{\"name\": \"a\", \"count\": 10}",
        "bad-member count: Member count is 10; it takes a whole number from 1 to 9."},
       {"{\"name\": \"a\", \"count\": 1.5}",
        "bad-member count: Member count is 1.5; it takes a whole number from 1 to 9."},
       {"{\"name\": \"a\", \"list\": [1]}",
-       "bad-member list: Member list is a list; it takes a list of texts."},
+       "bad-member list: Member list is a list; it takes a list of strings."},
       {"{\"name\": \"a\", \"choice\": \"three\"}",
        "bad-member choice: Member choice is \"three\"; it takes \"one\" or \"two\"."},
       {"{\"name\": \"a\", \"part\": 1}", "bad-member part: Member part is 1; it takes an object."},
       {"{\"name\": \"a\", \"part\": {}}",
-       "missing-member part.name: Member part.name is missing; give a text without U+0000."},
+       "missing-member part.name: Member part.name is missing; give a string without U+0000."},
       {"{\"nam\": \"a\"}",
        "unknown-member nam (name): There is no member \"nam\"; there are name, note, list, count, "
        "choice and part."},
       {"{\"name\": \"a\", \"part\": {\"nane\": 1}}",
        "unknown-member part.nane (part.name): There is no member \"part.nane\"; there are name."},
-      {"[]", "bad-json: The document is no object; expected \"{\"."},
+      {"[]", "bad-json: The document is not an object; expected \"{\"."},
   };
   for (const auto& each : cases) {
     EXPECT_EQ(problemOf(each.body), each.problem) << each.body;

@@ -168,7 +168,7 @@ TEST_F(HttpServerTest, SaysWhenItsPortIsTaken) {
   const std::string error = second.start();
 
   EXPECT_EQ(error, "Port " + std::to_string(server->port()) +
-                       " is taken by another program. Choose another one with --port or "
+                       " is in use by another program. Choose another one with --port or "
                        "http.port; 0 takes any free port.");
   EXPECT_EQ(second.port(), 0);
 }
