@@ -48,7 +48,7 @@ std::string whyNoRow(const ReportResult& result) {
 
 }  // namespace
 
-/// One command on its way, and after its end what came of it.
+/// One command on its way, and after its end the outcome.
 struct ActionDesk::Run {
   ActionRequest request;
   std::string node;  ///< as the agent registered it
@@ -72,7 +72,7 @@ ActionDesk::ActionDesk(const AgentConfig& config, Surroundings surroundings,
       notice_(std::move(notice)),
       answers_(std::make_shared<PendingAnswers>()),
       waiting_(std::make_shared<std::atomic<std::uint32_t>>(0)),
-      // A stand-in is for a stuck command only: `actions.workers` is what the agent may be asked to
+      // Stand-ins replace stuck commands only: `actions.workers` is what the agent may be asked to
       // run at a time.
       lane_("actions",
             {config_.workers, config.engine.stuckWorkers, 0, config_.deadline, config_.deadline},
@@ -159,7 +159,7 @@ void ActionDesk::openRow(const RunPtr& run, const ReportResult& result) {
   const ReportRow& row = result.rows.front();
   const ReportSample& sample = result.samples[row.sample];
   if (sample.state != ReportSample::State::Fresh) {
-    // What the row says may have changed since, and so what the command would do.
+    // The contents of the row may have changed since, and with them what the command would do.
     fail(run, fmt::format("The row is not current: {}", sample.error));
     return;
   }

@@ -27,11 +27,11 @@
 namespace fw {
 
 /// Brings commands to the agent: finds the row that a command is about, waits for a worker of the
-/// lane "actions", makes the callback, and keeps what came of it.
+/// lane "actions", makes the callback, and keeps the outcome.
 ///
-/// A command that still waits when its deadline passes is not run any more. One that runs becomes
-/// Late, and its worker and objects stay with it until the callback returns; another worker stands
-/// in. A desk is made with std::make_shared, because the engine may answer after the last owner
+/// A command still waiting when its deadline passes is not run. One that is running becomes Late,
+/// and its worker and objects stay with it until the callback returns; another worker takes its
+/// place. A desk is made with std::make_shared, because the engine may answer after the last owner
 /// has gone. The text of a command is never traced: the trace is kept for long and passed on, while
 /// a reader of the list has to be on this machine.
 class ActionDesk final : public Actions, public std::enable_shared_from_this<ActionDesk> {
@@ -60,7 +60,7 @@ class ActionDesk final : public Actions, public std::enable_shared_from_this<Act
   void run(ActionRequest request, Done done) override;
   std::vector<ActionStatus> recent() const override;
 
-  /// Answers the commands that wait, and those to come, with "stopping".
+  /// Answers waiting and later commands with "stopping".
   void refuse();
 
   /// Ends the workers, waiting at most `bound` for commands in progress and as long for answers.

@@ -59,7 +59,7 @@ class Actions {
   /// deadline has passed (state Late), or when it is refused. It must neither block nor throw.
   virtual void run(ActionRequest request, Done done) = 0;
 
-  /// The last commands, newest first.
+  /// The most recent commands, newest first.
   virtual std::vector<ActionStatus> recent() const = 0;
 };
 

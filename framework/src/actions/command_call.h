@@ -9,7 +9,7 @@
 
 namespace fw {
 
-/// What the agent's command callback has to look like; 0 says that the command was completed.
+/// The signature of the agent's command callback; 0 says that the command was completed.
 using CommandCallback = int (*)(VuiraAutomationCapsule*);
 
 /// How the agent ended a command.
@@ -19,8 +19,8 @@ struct CommandOutcome {
   std::string message;  ///< for people, valid UTF-8
 };
 
-/// Has the agent run a command: brings it to the callback, through the gate, and waits as long as
-/// the callback takes. Nothing when the gate is closed. Throws nothing.
+/// Has the agent run a command: passes it to the callback, through the gate, and waits as long as
+/// the callback takes. Nothing when the gate is closed. Never throws.
 ///
 /// Only what the callback completed counts as completed; everything else says what went wrong. The
 /// text goes down as Java takes it with code page 0, and unchanged with 1.

@@ -12,7 +12,7 @@ namespace fw {
 
 namespace {
 
-/// Bytes before the first control character; a tab is none.
+/// Bytes before the first control character; a tab does not count.
 std::size_t beforeControl(std::string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto byte = static_cast<unsigned char>(text[i]);

@@ -59,7 +59,7 @@ class Agent {
   /// report() has returned on the same thread; it must neither block nor throw.
   virtual void report(ReportRequest request, std::function<void(ReportResult)> done) = 0;
 
-  // What else it offers. Each lives as long as the agent.
+  // Its other parts. Each lives as long as the agent.
   virtual const EventFeed& eventFeed() const = 0;
   virtual Journal& journal() = 0;
   virtual Situations& situationDesk() = 0;

@@ -26,8 +26,8 @@ int BSS1_ReleaseLock(BSS1_Lock* lock) {
   return lock == nullptr ? EINVAL : pthread_mutex_unlock(&lock->mutex);
 }
 
-// Not through a Clock: waits end at this time, on a condition variable that knows the machine's
-// clock only.
+// Not through a Clock: waits end at this time, on a condition variable that knows only the
+// machine's clock.
 void BSS1_GetTime(BSS1_Time* now) {
   timespec time{};
   clock_gettime(CLOCK_REALTIME, &time);

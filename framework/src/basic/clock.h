@@ -4,8 +4,8 @@
 
 namespace fw {
 
-/// Source of time. Code takes a Clock& and never asks the system itself, so that a test can turn
-/// the time by hand. Any thread may ask.
+/// Source of time. Code takes a Clock& and never asks the system itself, so that a test can set the
+/// time by hand. Any thread may ask.
 class Clock {
  public:
   using WallTime = std::chrono::system_clock::time_point;
@@ -13,7 +13,7 @@ class Clock {
 
   virtual ~Clock() = default;
 
-  /// The time of day: for people and for stored moments; may jump.
+  /// The time of day: for people and for stored timestamps; may jump.
   virtual WallTime wall() const = 0;
 
   /// Never jumps back: for ages, durations and deadlines.

@@ -23,7 +23,7 @@ class Environment {
   /// process's environment.
   const char* find(const std::string& name);
 
-  /// Sets the variables of the configuration, instead of those before.
+  /// Sets the configuration's variables, in place of earlier ones.
   void setConfigured(std::map<std::string, std::string> variables);
 
   /// Sets what the host has found for one variable.

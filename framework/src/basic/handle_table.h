@@ -13,13 +13,13 @@ namespace fw {
 
 /// Handles to resources of the framework, with use counts.
 ///
-/// A handle carries the generation of its slot, so one that has been removed is told from the one
-/// that took its slot later. Any thread may call; no lock is held while `onUnused` runs.
+/// A handle carries the generation of its slot, so a removed one is distinguished from one that
+/// took its slot later. Any thread may call; no lock is held while `onUnused` runs.
 class HandleTable {
  public:
   static constexpr std::uint32_t kMaxHandles = 1U << 18U;
 
-  /// What use() and drop() answer beside 0.
+  /// What use() and drop() return besides 0.
   static constexpr int kUnknownHandle = 1;
   static constexpr int kNotInUse = 2;
   static constexpr int kTooManyUses = 3;
@@ -38,7 +38,7 @@ class HandleTable {
   /// A new handle with no use; 0 when the table is full.
   RES1_Handle add(Unused onUnused = {});
 
-  /// Has `onUnused` told instead of what add() named; false for an unknown handle.
+  /// Has `onUnused` called instead of what add() named; false for an unknown handle.
   bool watch(RES1_Handle handle, Unused onUnused);
 
   /// Takes one use; 0, or an error code.

@@ -30,7 +30,7 @@ class HostLink {
   /// The guard around callbacks into the agent; null when the host has none.
   CallGuard* callGuard() const;
 
-  /// Tells the host; only the first call does, and a host that asks later is told at once.
+  /// Tells the host; only the first call counts, and a host that asks later is told at once.
   void notifyReady(std::uint16_t port);
   void notifyMainLoopEntered();
 

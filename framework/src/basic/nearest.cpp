@@ -8,7 +8,7 @@ namespace {
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-// Longer texts are no misspelt names, and the work grows with the square of the length.
+// Longer texts are not misspelt names, and the work grows with the square of the length.
 constexpr std::size_t kLongestName = 128;
 
 }  // namespace

@@ -8,7 +8,8 @@ namespace fw {
 /// the process. Any thread.
 const AgentConfig* activeConfig();
 
-/// Sets the configuration. Belongs to start-up; false, and nothing changes, when there is one.
+/// Sets the configuration. Belongs to start-up; false, and nothing changes, when there is one
+/// already.
 bool activateConfig(AgentConfig config);
 
 }  // namespace fw

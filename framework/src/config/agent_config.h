@@ -38,7 +38,7 @@ struct EngineConfig {
   std::chrono::milliseconds drainBound{5'000};      ///< wait for callbacks when stopping
   std::chrono::milliseconds subnodeWait{5'000};     ///< readiness waits for the first subnode
   std::uint32_t sampleWorkers = 4;
-  std::uint32_t stuckWorkers = 16;   ///< workers at most that stand in for stuck ones
+  std::uint32_t stuckWorkers = 16;   ///< workers, at most, that replace stuck ones
   std::uint32_t rowLimit = 100'000;  ///< rows of one sample at most
   std::uint32_t queueLimit = 1'000;  ///< callbacks that wait for a worker at most
   std::uint32_t reportLimit = 256;   ///< reports in progress at most
@@ -65,7 +65,7 @@ struct EventsConfig {
   std::uint64_t journalBytes = 16 * 1024 * 1024;
 };
 
-/// What is watched at the agent; `situations:` in the file.
+/// What the agent watches; `situations:` in the file.
 struct SituationsConfig {
   std::uint32_t limit = 200;  ///< situations at most
 };
@@ -78,8 +78,8 @@ struct ServicesConfig {
   std::uint64_t responseLimit = 16ULL * 1024 * 1024;  ///< bytes of a response
 };
 
-/// What `config/agent.yaml` says, with the defaults of what it does not say. The schema
-/// (schema.cpp) has one line per member and prints the defaults that stand here.
+/// What `config/agent.yaml` says, with defaults for what it does not say. The schema
+/// (schema.cpp) has one line per member and prints the defaults given here.
 struct AgentConfig {
   ProductConfig product;
   /// The first part of the agent's node name. The loader fills in what follows from the home's name

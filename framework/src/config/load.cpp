@@ -29,7 +29,7 @@ bool startsWith(std::string_view text, std::string_view beginning) {
   return text.substr(0, beginning.size()) == beginning;
 }
 
-/// Walks one file along the schema.
+/// Checks one file against the schema.
 class FileReader {
  public:
   FileReader(const std::string& file, AgentConfig& config) : config_(config), problems_(file) {}
@@ -154,7 +154,7 @@ class FileReader {
   std::map<std::string, YAML::Mark> seen_;
 };
 
-/// Finds the documents of a text, without what stands in them.
+/// Finds the documents of a text, without their contents.
 class DocumentStarts : public YAML::EventHandler {
  public:
   void OnDocumentStart(const YAML::Mark& mark) override { last = mark; }
@@ -173,8 +173,8 @@ class DocumentStarts : public YAML::EventHandler {
   YAML::Mark last;
 };
 
-/// Where a second document starts, if there is one. Never asks for more than two: the parser finds
-/// documents without end at a stray ",".
+/// Where a second document starts, if there is one. Never asks for more than two: at a stray ","
+/// the parser finds documents endlessly.
 std::optional<YAML::Mark> secondDocument(const std::string& text) {
   std::istringstream stream(text);
   YAML::Parser parser(stream);

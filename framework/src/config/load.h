@@ -12,7 +12,7 @@ struct LoadedConfig {
   AgentConfig config;
   std::string errors;  ///< one line per error, FILE:LINE:COLUMN: text; empty when there is none
 
-  /// Where each key of the file stands, as FILE:LINE:COLUMN: for errors that show only when the
+  /// Where each key of the file is, as FILE:LINE:COLUMN: for errors that show only when the
   /// setting is used.
   std::map<std::string, std::string> places;
 
@@ -27,7 +27,7 @@ std::string configFileOf(const std::string& home);
 /// paths become absolute, from the home on; names that the file does not give come from the home's.
 LoadedConfig loadConfig(const std::string& home);
 
-/// The same for a text; `file` is its name in the errors. Paths stay as they are.
+/// The same for a text; `file` is its name in the errors. Paths are left unchanged.
 LoadedConfig parseConfig(const std::string& text, const std::string& file);
 
 }  // namespace fw

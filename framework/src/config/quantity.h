@@ -7,7 +7,7 @@
 #include <string_view>
 
 /// @file
-/// Amounts with a unit, as the configuration writes them. A number without a unit is none.
+/// Amounts with a unit, as the configuration writes them. A number without a unit is refused.
 
 namespace fw {
 

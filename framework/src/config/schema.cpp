@@ -4,9 +4,9 @@
 #include <utility>
 
 // A setting is one line here and one member in AgentConfig. Its default is the member's; the page
-// docs/formats/agent-yaml.md is made from this table (target agent_yaml_page).
+// docs/formats/agent-yaml.md is generated from this table (target agent_yaml_page).
 
-// Gives the member that a setting sets.
+// Returns the member that a setting sets.
 #define MEMBER(name) \
   [](AgentConfig & config) -> auto& { return config.name; }
 

@@ -19,7 +19,7 @@
 
 namespace fw {
 
-/// What is wrong in a configuration file, all of it.
+/// Everything that is wrong in a configuration file.
 class Problems {
  public:
   explicit Problems(std::string file) : file_(std::move(file)) {}
@@ -29,7 +29,7 @@ class Problems {
 
   bool empty() const { return problems_.empty(); }
 
-  /// One line per error, FILE:LINE:COLUMN: what is wrong; in the order of the file.
+  /// One line per error, FILE:LINE:COLUMN: what is wrong; in file order.
   std::string text() const;
 
  private:
@@ -43,13 +43,13 @@ class Problems {
   std::vector<Problem> problems_;
 };
 
-/// One key of the configuration file: where it stands, what it takes, and what it sets.
+/// One key of the configuration file: where it is, what it takes, and what it sets.
 struct Setting {
   std::string path;      ///< "http.port"
   std::string expected;  ///< what the value must be, after "expected "
   std::string doc;       ///< for people, whole sentences
   bool required = false;
-  bool mayBeEmpty = false;  ///< a key with nothing behind it is as good as no key
+  bool mayBeEmpty = false;  ///< a key without a value counts as absent
 
   /// Puts the value into the configuration, or adds what is wrong with it.
   std::function<void(const YAML::Node& value, AgentConfig& config, Problems& problems)> read;
@@ -63,13 +63,13 @@ struct TextRule {
   std::string expected;
   std::size_t minBytes;
   std::size_t maxBytes;
-  bool (*allowed)(char);  ///< null: any character that can be shown
+  bool (*allowed)(char);  ///< null: any printable character
 };
 
 /// What a value is, for a message: its text in quotes (cut when it is long), "a list", ...
 std::string describeValue(const YAML::Node& value);
 
-/// The text of an unquoted scalar; nothing for everything else, so that "8790" is no number.
+/// The text of an unquoted scalar; nothing for everything else, so that "8790" is not a number.
 std::optional<std::string> plainScalar(const YAML::Node& value);
 
 std::optional<std::int64_t> parseInteger(std::string_view text);
@@ -80,7 +80,7 @@ bool fitsRule(const TextRule& rule, const std::string& text);
 void addMismatch(const Setting& setting, const YAML::Mark& place, const YAML::Node& value,
                  Problems& problems);
 
-// The kinds of settings. `member` gives the member of an AgentConfig& that a setting sets.
+// The kinds of settings. `member` returns the member of an AgentConfig& that a setting sets.
 
 namespace detail {
 

@@ -13,7 +13,7 @@ namespace fw {
 /// guard. It counts who is inside, and closes when the agent stops.
 class CallbackGate {
  public:
-  /// `guard` names the host's guard at the time of a callback; it may answer null.
+  /// `guard` returns the host's guard at the time of a callback; it may return null.
   explicit CallbackGate(std::function<HostLink::CallGuard*()> guard) : guard_(std::move(guard)) {}
   CallbackGate(const CallbackGate&) = delete;
   CallbackGate& operator=(const CallbackGate&) = delete;
@@ -21,7 +21,7 @@ class CallbackGate {
   /// Runs `callback` unless the gate is closed; false when it is. Exceptions pass through.
   bool run(const std::function<void()>& callback);
 
-  /// The same for what cleans up after callbacks: it passes until seal().
+  /// The same for clean-up after callbacks, which is let in until seal().
   bool runCleanup(const std::function<void()>& callback);
 
   /// Lets no new callback in. May be called again.
@@ -32,10 +32,10 @@ class CallbackGate {
   void seal();
 
   /// Waits at most `bound` until nobody is inside. Threads inside that are waiting here themselves
-  /// don't count: they can't leave before this returns. False when somebody was left.
+  /// don't count: they can't leave before this returns. False when somebody is left.
   bool drain(std::chrono::milliseconds bound);
 
-  /// Waits at most `bound` until really nobody is inside.
+  /// Waits at most `bound` until nobody at all is inside.
   bool waitEmpty(std::chrono::milliseconds bound);
 
   /// Callbacks that are inside now.

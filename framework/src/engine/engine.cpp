@@ -268,7 +268,7 @@ void Engine::finish(const std::shared_ptr<Report>& report) {
     ++answered_;
   }
   timers_.cancel(running.timer);
-  // The report is let go first: who has its answer does not wait for a sample any more.
+  // The report is released first: whoever has its answer no longer waits for a sample.
   answer([held = report, done = std::move(running.done)]() mutable {
     ReportResult result = held->assemble();
     held.reset();
@@ -317,7 +317,7 @@ bool Engine::closeSubnode(const std::string& raw, std::chrono::milliseconds boun
     all = channel->waitIdle(countdown.left()) && all;
   }
   const MutexLock lock(mutex_);
-  // Those too that could not go with their own subnode: it may never come back.
+  // Including those that could not go with their own subnode: it may never come back.
   std::erase_if(channels_, [](const auto& each) {
     return each.second->isClosed() && each.second->waitReturned(kNoTime) &&
            each.second->waitIdle(kNoTime);

@@ -41,11 +41,11 @@ class Engine {
   /// Waits for every callback, however long it takes: a process that must end does not destroy it.
   ~Engine();
 
-  /// Adds somebody who follows the tables, and who outlives the engine's workers; before the first
+  /// Adds an observer of the tables, which outlives the engine's workers; before the first
   /// addTable().
   void addObserver(TableObserver& observer) { observers_.push_back(&observer); }
 
-  /// Takes a table over and has the agent describe it, on a worker; 0, or an error code.
+  /// Takes over a table and has the agent describe it, on a worker; 0, or an error code.
   int addTable(TableManager& manager) { return tables_.add(manager); }
 
   /// Forgets a table; waits at most engine.drain_bound for callbacks on it.
@@ -71,13 +71,13 @@ class Engine {
   /// See Agent::report().
   void report(ReportRequest request, Done done);
 
-  /// Opens a request object that holds a copy of `row`, a row that a report gave for this table and
-  /// subnode (the shown name, empty for none); see SampleChannel::openRow(). When this returns an
-  /// error, `opened` is not called.
+  /// Opens a request object that holds a copy of `row`, a row that a report returned for this table
+  /// and subnode (the shown name, empty for none); see SampleChannel::openRow(). When this returns
+  /// an error, `opened` is not called.
   std::optional<RequestError> openRow(const std::string& table, const std::string& subnode,
                                       std::string row, SampleChannel::RowOpened opened);
 
-  /// Runs what answers somebody, on a thread that never calls the agent. It must not block.
+  /// Runs a task that answers a caller, on a thread that never calls the agent. It must not block.
   void answer(const std::function<void()>& answer);
 
   std::uint32_t reportsWaiting() const;
@@ -85,14 +85,15 @@ class Engine {
   std::uint64_t reportsRefused() const;
 
   /// Closes a subnode's requests and waits at most `bound` for their callbacks, not for the
-  /// caller's own. False when one did not end; it goes on, and its object is deleted when it does.
+  /// caller's own. False when one did not end; it continues, and its object is deleted when it does
+  /// end.
   bool closeSubnode(const std::string& raw, std::chrono::milliseconds bound);
 
   /// Answers every report with "stopping", those in progress and those to come.
   void refuse();
 
-  /// Deletes the request objects whose callbacks end within the bound, and leaves the others for
-  /// good. The gate is closed before, and sealed after.
+  /// Deletes the request objects whose callbacks end within the bound, and abandons the others. The
+  /// gate is closed before, and sealed after.
   void deleteObjects(std::chrono::milliseconds bound);
 
   /// Ends the workers, waiting at most `bound` for each kind.
@@ -133,7 +134,7 @@ class Engine {
   TableSet tables_;
 
   // The workers of samples_ post to reports_, so they end first.
-  WorkerLane reports_;  // puts results together; never calls the agent
+  WorkerLane reports_;  // assembles results; never calls the agent
   WorkerLane samples_;  // makes callbacks into the agent
 };
 

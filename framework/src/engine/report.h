@@ -13,8 +13,8 @@
 
 namespace fw {
 
-/// A report in progress: gathers the samples of its targets until all are there or the deadline
-/// has passed, then puts the result together. Any thread may call.
+/// A report in progress: gathers the samples of its targets until all have arrived or the deadline
+/// has passed, then assembles the result. Any thread may call.
 class Report final : public SampleWaiter, public std::enable_shared_from_this<Report> {
  public:
   struct Target {
@@ -22,7 +22,7 @@ class Report final : public SampleWaiter, public std::enable_shared_from_this<Re
     std::shared_ptr<SampleChannel> channel;
   };
 
-  /// Called once, when all samples are there, on the thread that brought the last.
+  /// Called once, when all samples have arrived, on the thread that delivered the last.
   using Complete = std::function<void(const std::shared_ptr<Report>&)>;
 
   Report(std::shared_ptr<TableEntry> table, std::shared_ptr<const TableInfo> info,

@@ -14,7 +14,7 @@
 #include "tables/value.h"
 
 /// @file
-/// Reports: what is asked of the tables, what comes back, and how sampling them goes.
+/// Reports: what is asked of the tables, what comes back, and how their sampling is going.
 
 namespace fw {
 
@@ -27,7 +27,7 @@ struct ReportRequest {
   std::optional<std::chrono::milliseconds> deadline;  ///< without: engine.report_deadline
 };
 
-/// The part of a report that one subnode (or the agent itself) gave.
+/// The part of a report that one subnode (or the agent itself) returned.
 struct ReportSample {
   enum class State {
     Fresh,
@@ -37,10 +37,10 @@ struct ReportSample {
   std::string subnode;  ///< empty for the agent's own tables
   State state = State::Failed;
   std::chrono::milliseconds age{0};       ///< since the rows arrived from the agent
-  std::chrono::milliseconds duration{0};  ///< that taking the sample took
+  std::chrono::milliseconds duration{0};  ///< how long taking the sample took
   std::chrono::system_clock::time_point takenAt;
-  std::uint64_t rowsLost = 0;            ///< rows that the collector gave beyond engine.row_limit
-  std::string error;                     ///< for people; empty when fresh and complete
+  std::uint64_t rowsLost = 0;  ///< rows that the collector returned beyond engine.row_limit
+  std::string error;           ///< for people; empty when fresh and complete
   std::shared_ptr<const RowBlock> rows;  ///< what ReportRow::bytes points into; may be null
 };
 
@@ -56,10 +56,10 @@ struct ReportResult {
   std::shared_ptr<const TableInfo> table;
   std::vector<ReportSample> samples;  ///< one per subnode asked, in name order
   std::vector<ReportRow> rows;        ///< those that pass `where`, at most `limit`
-  std::uint64_t matched = 0;          ///< rows that pass `where`, also beyond `limit`
+  std::uint64_t matched = 0;          ///< rows that pass `where`, including those beyond `limit`
 };
 
-/// A table and how its sampling goes.
+/// A table and how its sampling is going.
 struct TableStatus {
   enum class State { Describing, Ready, Refused };
   State state = State::Describing;
@@ -70,13 +70,13 @@ struct TableStatus {
   std::uint64_t rowsLost = 0;
   std::uint64_t errors = 0;    ///< request objects that could not be made, broken callbacks
   std::uint64_t timeouts = 0;  ///< reports that passed their deadline
-  std::uint32_t stuck = 0;     ///< callbacks that do not return now
+  std::uint32_t stuck = 0;     ///< callbacks that have not returned in time
   std::chrono::milliseconds lastDuration{0};
   std::chrono::milliseconds maxDuration{0};
   std::optional<std::chrono::milliseconds> age;  ///< of the newest sample
 };
 
-/// A kind of workers.
+/// A kind of worker.
 struct LaneStatus {
   std::string name;
   std::uint32_t threads = 0;

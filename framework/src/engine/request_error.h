@@ -6,7 +6,7 @@
 
 namespace fw {
 
-/// Why a request as a whole is refused: a report, a situation, a look at events, an action.
+/// Why a request as a whole is refused: a report, a situation, a query for events, an action.
 struct RequestError {
   enum class Kind {
     UnknownTable,
@@ -17,16 +17,16 @@ struct RequestError {
     BadWhere,  ///< `position` says where
     BadInterval,
     BadCommand,
-    Duplicate,     ///< a situation of that name is there already
+    Duplicate,     ///< a situation of that name exists already
     TableRefused,  ///< the agent describes the table wrongly; `message` says how
     NotReady,      ///< the agent is still loading or the table is not described yet
-    Busy,          ///< too many requests are in progress, or as many as there may be
+    Busy,          ///< too many requests are in progress, or a limit is reached
     Stopping,
   };
   Kind kind;
   std::string message;                  ///< for people, whole sentences
   std::optional<std::size_t> position;  ///< bytes into `where`, from 0
-  std::string nearest;                  ///< a known name near the unknown one, or empty
+  std::string nearest;                  ///< a known name close to the unknown one, or empty
 };
 
 }  // namespace fw

@@ -11,7 +11,7 @@ class SampleChannel;
 /// A request object whose row buffer holds one row: the row that a command is about.
 ///
 /// The object is made in a turn of its table and subnode, and deleted in another when this handle
-/// goes; between the two only the owner of the handle uses it. When the engine has stopped by then,
+/// goes; between the two only the owner of the handle uses it. If the engine has stopped by then,
 /// the object is left alone: what its destructor would call is gone.
 class RowObject {
  public:

@@ -45,7 +45,7 @@ void SampleChannel::sample(const Predicate& predicate, const std::weak_ptr<Sampl
       auto& sampling = inFlight_[hints];
       if (sampling == nullptr) {
         sampling = begun = std::make_shared<Sampling>();
-        // Without hints nothing goes down, and others who want other rows may join.
+        // Without hints nothing is passed down, so requests for other rows may join.
         begun->predicate = hints.empty() ? Predicate() : predicate;
         begun->hints = std::move(hints);
       }
@@ -168,7 +168,7 @@ std::optional<std::string> SampleChannel::whyStuck() const {
 bool SampleChannel::isStuck() const { return whyStuck().has_value(); }
 
 void SampleChannel::openRow(std::string row, RowOpened opened) {
-  // Behind a callback that does not return nothing may pile up.
+  // Nothing may pile up behind a callback that does not return.
   if (const auto why = whyStuck()) {
     opened(nullptr, *why);
     return;

@@ -22,14 +22,14 @@
 
 namespace fw {
 
-/// What asking for a sample led to.
+/// The outcome of asking for a sample.
 struct SampleOutcome {
   std::shared_ptr<const Sample> sample;  ///< null: there are no rows
   bool stale = false;                    ///< the rows are older than what was asked for
   std::string error;                     ///< why stale or without rows, for people
 };
 
-/// Somebody who waits for samples.
+/// Waits for samples.
 class SampleWaiter {
  public:
   virtual ~SampleWaiter() = default;
@@ -41,10 +41,10 @@ class SampleWaiter {
 
 /// The place where one table is sampled for one subnode, or for none.
 ///
-/// All callbacks of that pair take the same turns, whatever they are for: rows that the agent's
+/// All callbacks of that pair share the same turns, whatever they are for: rows that the agent's
 /// cache hands out are read unlocked, and a lookup on the same pair may free them. Reports without
 /// a hint for the agent share one request object, which stays open, and one sample; a report with
-/// hints (equality conditions) opens an object of its own for one sample.
+/// hints (equality conditions) opens its own object for one sample.
 ///
 /// Request objects are made, used and deleted inside a turn, through the gate.
 class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
@@ -63,7 +63,7 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
                 std::shared_ptr<const TableInfo> info, std::string subnode, std::string label);
   SampleChannel(const SampleChannel&) = delete;
   SampleChannel& operator=(const SampleChannel&) = delete;
-  /// Leaves a request object alone that was not released: its callback may never have returned.
+  /// Leaves alone a request object that was not released: its callback may never have returned.
   ~SampleChannel();
 
   /// Asks for current rows. The waiter is told, at once or later, unless it is gone by then; when
@@ -71,11 +71,11 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   void sample(const Predicate& predicate, const std::weak_ptr<SampleWaiter>& waiter,
               std::size_t slot);
 
-  /// What openRow() led to: the object, or why there is none, for people.
+  /// The outcome of openRow(): the object, or why there is none, for people.
   using RowOpened = std::function<void(std::unique_ptr<RowObject> object, const std::string& why)>;
 
   /// Opens a request object that holds a copy of `row`. `opened` is called once, on any thread and
-  /// maybe at once, unless the lane stops first; it must not block.
+  /// possibly at once, unless the lane stops first; it must not block.
   void openRow(std::string row, RowOpened opened);
 
   /// Has the object of a RowObject deleted in its turn.
@@ -90,13 +90,13 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   /// Whether a callback has been running for longer than engine.stuck_after.
   bool isStuck() const;
 
-  /// Where the callbacks of this pair take turns, also those for other purposes than reports.
+  /// Where the callbacks of this pair take turns, including those for purposes other than reports.
   const std::shared_ptr<Turns>& turns() const { return turns_; }
 
   /// Whether a job has its turn now.
   bool isBusy() const { return turns_->runningFor().has_value(); }
 
-  /// Refuses samples, answers those who wait with `why`, forgets the last rows, and has the request
+  /// Refuses samples, answers the waiters with `why`, forgets the last rows, and has the request
   /// object deleted in its turn.
   void close(const std::string& why);
 
@@ -136,7 +136,7 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   void deleteObject();
   std::unique_ptr<RowObject> makeRowObject(const std::string& row);
 
-  /// That a callback does not return, for people; nothing when none is stuck.
+  /// Says, for people, that a callback does not return; nothing when none is stuck.
   std::optional<std::string> whyStuck() const;
 
   /// What can be answered without a callback; nothing when one is needed.

@@ -40,7 +40,7 @@ Sample takeSample(vuira& object, Clock& clock, const TableInfo& info, TableMeter
 
 /// Runs callbacks through the gate. Whatever they throw ends here: it is counted as the table's
 /// error, traced with `label`, and returned as a text for people. Nothing is returned when all went
-/// well. A closed gate gives a text, too, which is not counted.
+/// well. A closed gate also gives a text, which is not counted.
 std::optional<std::string> tryCallback(CallbackGate& gate, TableMeters& meters,
                                        const std::string& label,
                                        const std::function<void()>& callback);

@@ -8,7 +8,7 @@
 
 namespace fw {
 
-/// The subnode of that shown name, if it can be asked now; else why not, with the nearest name.
+/// The subnode with that shown name, if it can be asked now; else why not, with the nearest name.
 std::variant<SubnodeName, RequestError> findSubnode(const SubnodeDirectory& directory,
                                                     const std::string& shown);
 

@@ -5,8 +5,8 @@
 
 namespace fw {
 
-/// Somebody who follows which tables there are. Neither call may block. The calls for one table may
-/// overlap: TableEntry::removed tells whether a table that became ready is on its way out already.
+/// Follows which tables there are. Neither call may block. The calls for one table may
+/// overlap: TableEntry::removed says whether a table that became ready is already on its way out.
 class TableObserver {
  public:
   virtual ~TableObserver() = default;

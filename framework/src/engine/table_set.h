@@ -24,7 +24,7 @@ class WorkerLane;
 /// The tables that the agent has registered, and what it says about them. Any thread may call.
 class TableSet {
  public:
-  /// A table as it stood when it was asked for.
+  /// A table as it was when it was asked for.
   struct View {
     std::shared_ptr<TableEntry> entry;
     TableStatus::State state;
@@ -42,10 +42,10 @@ class TableSet {
   TableSet(const TableSet&) = delete;
   TableSet& operator=(const TableSet&) = delete;
 
-  /// Takes a table over and has the agent describe it, on a worker; 0, or an error code.
+  /// Takes over a table and has the agent describe it, on a worker; 0, or an error code.
   int add(TableManager& manager);
 
-  /// Forgets a table and returns its entry; null for an unknown one. Its description may go on.
+  /// Forgets a table and returns its entry; null for an unknown one. Its description may continue.
   std::shared_ptr<TableEntry> remove(const TableManager& manager);
 
   /// Waits at most `bound` until every table is described or refused, or the set is closed.

@@ -11,7 +11,7 @@
 
 namespace fw {
 
-/// Things to do at moments of the monotonic clock. The queue itself has no thread: somebody calls
+/// Actions to run at moments of the monotonic clock. The queue itself has no thread: somebody calls
 /// fireDue(). Any thread may call anything; actions run without a lock held.
 class TimerQueue {
  public:
@@ -35,8 +35,8 @@ class TimerQueue {
   /// When the next action is due.
   std::optional<Clock::MonotonicTime> next() const;
 
-  /// Names what is told when an action becomes the next one; it must not block. Once this has
-  /// returned, the notice before it is not called any more.
+  /// Names what is called when an action becomes the next one; it must not block. Once this has
+  /// returned, the notice before it is no longer called.
   void onNewNext(std::function<void()> notice);
 
  private:

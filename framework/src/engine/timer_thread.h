@@ -9,11 +9,11 @@ class TimerQueue;
 /// The thread that fires a TimerQueue on the machine's clock. It never calls the agent.
 class TimerThread {
  public:
-  /// Begins to fire. The queue outlives this object.
+  /// Starts firing. The queue outlives this object.
   explicit TimerThread(TimerQueue& queue);
   TimerThread(const TimerThread&) = delete;
   TimerThread& operator=(const TimerThread&) = delete;
-  /// Waits for the action that runs; later ones don't run any more.
+  /// Waits for the running action; later ones no longer run.
   ~TimerThread();
 
  private:

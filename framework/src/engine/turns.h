@@ -15,7 +15,7 @@ namespace fw {
 
 class WorkerLane;
 
-/// Runs jobs one at a time, in the order in which they came, on the workers of a lane, or of the
+/// Runs jobs one at a time, in order of arrival, on the workers of a lane, or of the
 /// lane that a job names. A job that waits for its turn takes no worker.
 class Turns : public std::enable_shared_from_this<Turns> {
  public:
@@ -33,13 +33,13 @@ class Turns : public std::enable_shared_from_this<Turns> {
   /// The same for what must not be lost: it counts against no limit. False when the lane stops.
   bool postAlways(Job job) { return postAlways(lane_, what_, std::move(job)); }
 
-  /// The same on the workers of another lane, under a name of its own.
+  /// The same on the workers of another lane, under its own name.
   bool postAlways(WorkerLane& lane, std::string what, Job job);
 
   /// Forgets the jobs that wait, when the lane has stopped. They may own what owns these turns.
   void abandon();
 
-  /// For how long the job that has its turn has been running; nothing when none is.
+  /// How long the job that has its turn has been running; nothing when none is.
   std::optional<Clock::MonotonicTime::duration> runningFor() const;
 
   /// Waits at most `bound` until no job runs or waits; a job that asks this does not count itself.
@@ -54,7 +54,7 @@ class Turns : public std::enable_shared_from_this<Turns> {
 
   /// Adds a job; true when it has its turn at once and needs a worker.
   bool add(Waiting waiting);
-  /// Takes the first job back, for which there is no worker; returns false.
+  /// Takes back the first job, for which there is no worker; returns false.
   bool withdraw();
   /// Forgets the first job; true when another has its turn now and needs a worker.
   bool dropFirst();

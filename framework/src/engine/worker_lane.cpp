@@ -90,7 +90,7 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
     return static_cast<std::uint32_t>(workers_.size());
   }
 
-  /// Threads that may start at once: stuck ones don't count, as far as stand-ins reach.
+  /// Threads that may start at once: stuck ones don't count, as long as stand-ins last.
   std::uint32_t normalThreads() const REQUIRES(mutex_) {
     return limits_.threads + std::min(stuck_, limits_.standIns);
   }
@@ -186,7 +186,7 @@ class WorkerLane::Core : public std::enable_shared_from_this<Core> {
     }
   }
 
-  /// Sees to it that somebody looks when the oldest waiting task has waited too long.
+  /// Makes sure that somebody looks when the oldest waiting task has waited too long.
   void armGrowth() REQUIRES(mutex_) {
     if (growthArmed_ || queue_.empty() || queue_.size() <= threads() - busy_) {
       return;

@@ -30,15 +30,15 @@ struct TableEvent {
   const char* row;        ///< TableInfo::rowSize bytes, in one of EventPage::blocks
 };
 
-/// What EventFeed::events() gives. Self-contained: rows live as long as the page.
+/// What EventFeed::events() returns. Self-contained: rows live as long as the page.
 struct EventPage {
   std::shared_ptr<const TableInfo> table;
   std::vector<std::shared_ptr<const RowBlock>> blocks;
   std::vector<TableEvent> events;  ///< oldest first
   std::uint64_t lastSeq = 0;       ///< of the newest event of the table; 0: there was none
-  std::uint64_t missed = 0;        ///< events after `since` that are not kept any more
+  std::uint64_t missed = 0;        ///< events after `since` that are no longer kept
   std::uint64_t lost = 0;          ///< events that never arrived, since the agent started
-  bool subscribed = false;         ///< whether events of this table come in at all
+  bool subscribed = false;         ///< whether events of this table are received at all
 };
 
 /// The recent events of the event tables. Any thread may call; nothing blocks.

@@ -12,7 +12,7 @@ namespace fw {
 
 namespace {
 
-// What a batch takes beside its rows.
+// What a batch takes besides its rows.
 constexpr std::uint64_t kBatchOverhead = 128;
 
 std::uint64_t bytesOf(const EventBatch& batch) {
@@ -75,7 +75,7 @@ std::uint64_t EventLog::lossBefore(const char* row) {
   std::uint64_t gap = 0;
   if (number != nullptr) {
     // A source numbers from 1, so a log that begins later has lost what came before. One whose
-    // numbers fall has begun anew.
+    // numbers fall has started again.
     const std::int64_t before = *number > lastAtSource_ ? lastAtSource_ : 0;
     if (*number > before) {
       gap = static_cast<std::uint64_t>(*number - before) - 1;

@@ -17,12 +17,12 @@ namespace fw {
 /// The recent events of one table, numbered, and how many were lost. Any thread may call.
 ///
 /// The source numbers its events, too (TableInfo::kEventSeq): where a number is missing, that many
-/// events were lost on the way; a number that is not above the one before it tells that the source
-/// has begun anew. A loss that the agent knows itself shows as such a gap once the next event
+/// events were lost on the way; a number that is not above the one before it shows that the source
+/// has started again. A loss that the agent knows itself shows as such a gap once the next event
 /// arrives, so the two are counted once.
 class EventLog {
  public:
-  /// Rows of one batch at most, by number and by size; so that what is kept goes away in small
+  /// The largest batch, in rows and in bytes; small, so that what is kept goes away in small
   /// pieces.
   static constexpr std::uint32_t kBatchRows = 200;
   static constexpr std::uint32_t kBatchBytes = 256 * 1024;
@@ -38,10 +38,10 @@ class EventLog {
   EventLog& operator=(const EventLog&) = delete;
 
   /// Numbers rows and keeps them. Returns them in batches that share the memory of what is kept; a
-  /// loss parts two batches.
+  /// loss separates two batches.
   std::vector<EventBatch> add(const PushedRows& pushed);
 
-  /// Whether events come in.
+  /// Whether events are received.
   void setSubscribed(bool subscribed);
 
   /// See EventFeed::events().

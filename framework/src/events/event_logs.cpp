@@ -8,7 +8,7 @@ namespace fw {
 
 namespace {
 
-/// Writes the events of one table into its log, and tells of those that it took.
+/// Writes the events of one table into its log, and reports those that it took.
 class LogWriter final : public Subscriber {
  public:
   LogWriter(std::shared_ptr<EventLog> log, std::shared_ptr<const EventLogs::Notice> notice)

@@ -19,7 +19,7 @@
 namespace fw {
 
 /// The logs of all event tables. It subscribes to every one of them, unless `events.subscribe` says
-/// no, and tells of what comes in. Any thread may call; nothing blocks.
+/// no, and reports what arrives. Any thread may call; nothing blocks.
 class EventLogs final : public EventFeed, public TableObserver {
  public:
   /// What the agent hears as the situation's name of the subscriptions made here. Names that people

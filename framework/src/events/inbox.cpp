@@ -11,7 +11,7 @@ namespace fw {
 
 namespace {
 
-// What a push takes beside its rows; so small pushes are bounded, too.
+// What a push takes besides its rows, so that small pushes are bounded, too.
 constexpr std::uint64_t kPushBytes = 128;
 
 std::uint64_t bytesOf(const PushedRows& pushed) {

@@ -17,7 +17,7 @@
 namespace fw {
 
 /// Where the rows of one subscription wait, bounded, for its subscriber: the agent's thread puts
-/// them in and goes on, a worker hands them out in order. Any thread may call; nothing blocks.
+/// them in and continues, a worker hands them out in order. Any thread may call; nothing blocks.
 class Inbox final : public RowSink, public std::enable_shared_from_this<Inbox> {
  public:
   /// `label` names the subscription for people; at most `queueBytes` of rows wait. `clock` and
@@ -31,7 +31,7 @@ class Inbox final : public RowSink, public std::enable_shared_from_this<Inbox> {
   /// Tells the subscriber how the opening went.
   void opened(std::string problem);
 
-  /// Drops what waits and what comes. One call of the subscriber may still be under way.
+  /// Drops what is waiting and what arrives. One call of the subscriber may still be under way.
   void refuse();
 
   /// Makes the subscriber's last call; after refuse().
@@ -41,7 +41,7 @@ class Inbox final : public RowSink, public std::enable_shared_from_this<Inbox> {
   using Call = std::function<void(Subscriber&)>;
 
   void store(PushedRows pushed) REQUIRES(mutex_);
-  /// Sees to it that a worker comes.
+  /// Makes sure that a worker comes.
   void schedule() REQUIRES(mutex_);
   /// The next call to make; nothing when there is none.
   Call nextCall() REQUIRES(mutex_);

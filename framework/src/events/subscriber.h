@@ -16,14 +16,14 @@ struct PushedRows {
   std::uint64_t lost = 0;  ///< rows, at least, that came after these and found no room
 };
 
-/// Somebody who has subscribed to the events of a table. The calls come on workers of the
-/// framework, one at a time, in the order in which they stand here; they may take a while, but must
-/// not call the agent. When the agent stops, they end without onClosed().
+/// A subscriber to the events of a table. The calls come on workers of the framework, one at a
+/// time, in the order given here; they may take a while, but must not call the agent. When the
+/// agent stops, they end without onClosed().
 class Subscriber {
  public:
   virtual ~Subscriber() = default;
 
-  /// Rows come in from now on; or `problem` says, for people, why they never will (then the
+  /// Rows arrive from now on; or `problem` says, for people, why they never will (then the
   /// subscription still has to be closed). Called once, unless it was closed before.
   virtual void onOpened(const std::string& problem) = 0;
 

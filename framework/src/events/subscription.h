@@ -16,7 +16,7 @@
 
 namespace fw {
 
-/// One request object that stands in the request list of its table, from its making to its end.
+/// One request object in the request list of its table, from its creation to its deletion.
 ///
 /// It is made and deleted in the table's turns, through the gate. It enters the list when the
 /// factory has returned, leaves it under the list's lock at close(), and is deleted outside of that
@@ -30,7 +30,7 @@ class Subscription final : public std::enable_shared_from_this<Subscription> {
     WorkerLane& lane;
   };
 
-  /// `gone` is told, on a worker or the agent's thread, when the object does not exist any more.
+  /// `gone` is called, on a worker or the agent's thread, when the object does not exist any more.
   Subscription(Shared shared, TableSet::View table, std::string name, Predicate thresholds,
                std::shared_ptr<Inbox> inbox, std::function<void()> gone);
   Subscription(const Subscription&) = delete;
@@ -64,7 +64,7 @@ class Subscription final : public std::enable_shared_from_this<Subscription> {
   const std::shared_ptr<Inbox> inbox_;
   const std::function<void()> gone_;
   std::atomic<bool> closed_{false};
-  /// The object is on no list any more, nor comes on one: from now on it may be deleted.
+  /// The object is on no list and will not be put on one: from now on it may be deleted.
   std::atomic<bool> offList_{false};
 
   std::unique_ptr<vuira> object_;  // touched by the job that has its turn only

@@ -27,10 +27,10 @@ class Subscription;
 /// The event subscriptions: request objects that stay open, are never sampled, and receive the rows
 /// that the agent pushes into their table.
 ///
-/// Objects are made and deleted on workers of a lane of their own, through the gate, in the turns
+/// Objects are made and deleted on workers of their own lane, through the gate, in the turns
 /// of callbacks on the table that concern no subnode. Pushed rows are queued, bounded, on the
 /// agent's thread, and handed to the subscriber on a worker that never calls the agent. Any thread
-/// may call; nothing blocks but where a bound is given.
+/// may call; nothing blocks except where a bound is given.
 class SubscriptionSet final : public TableObserver {
  public:
   using Id = std::uint64_t;
@@ -46,8 +46,8 @@ class SubscriptionSet final : public TableObserver {
 
   /// Begins to open a subscription on a table that is ready; `table` is what Engine::findTable()
   /// gave. The agent hears `name` as that of a situation which has started; the equality conditions
-  /// of `thresholds` go down as hints, and only rows that pass all of them come in. Nothing when
-  /// the agent stops or the table has been removed; the subscriber is not called then.
+  /// of `thresholds` are passed down as hints, and only rows that pass all of them are taken.
+  /// Nothing when the agent stops or the table has been removed; the subscriber is not called then.
   std::optional<Id> open(const TableSet::View& table, std::string name, Predicate thresholds,
                          std::shared_ptr<Subscriber> subscriber);
 
@@ -65,7 +65,7 @@ class SubscriptionSet final : public TableObserver {
   void refuse();
 
   /// Closes everything and waits at most `bound` for the objects to be deleted; those whose turn
-  /// does not come are left for good. The gate is closed before, and sealed after.
+  /// does not come are abandoned. The gate is closed before, and sealed after.
   void deleteObjects(std::chrono::milliseconds bound);
 
   /// Ends the workers, waiting at most `bound` for each kind.
