@@ -91,8 +91,8 @@ void AgentProcess::connectFramework() {
   });
   agentfw::host::onReady([this](std::uint16_t port) {
     layExitHandlers();
-    // Before the announcement: who reads that may stop the agent at once, and "stopping" must not
-    // overtake "ready".
+    // Before the announcement: whoever reads that may stop the agent at once, and "stopping" must
+    // not overtake "ready".
     notify_.ready();
     announce(port);
   });
@@ -149,7 +149,7 @@ void AgentProcess::deliverSignals() {
 
 void AgentProcess::leaveTheEndToOthers() {
   // Whoever began the shutdown may be on its way to exit() with a status of its own. Then this
-  // thread never gets to the end of the wait.
+  // thread never reaches the end of the wait.
   const auto end = std::chrono::steady_clock::now() + kOthersEnd;
   for (;;) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(

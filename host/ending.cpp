@@ -67,7 +67,7 @@ bool runBounded(std::chrono::milliseconds bound, std::function<void()> work) {
       work();
       done->set_value();
     }).detach();
-  } catch (const std::system_error&) {  // no thread to be had
+  } catch (const std::system_error&) {  // no thread available
     return false;
   }
   return ended.wait_for(bound) == std::future_status::ready;

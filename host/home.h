@@ -6,7 +6,7 @@
 
 namespace host {
 
-/// The folders of one agent. The product home holds config/ and var/, the logs stand two levels up.
+/// The folders of one agent. The product home holds config/ and var/, the logs are two levels up.
 struct Home {
   std::string root;  ///< absolute, without links
   std::string var;
@@ -16,7 +16,7 @@ struct Home {
 /// The home used when none is named: ../agents/jmx beside the folder of the running program.
 std::string defaultHome();
 
-/// Checks that `folder` is a product home: its configuration stands in it. Changes nothing.
+/// Checks that `folder` is a product home: its configuration is in it. Changes nothing.
 /// Throws StartError with a list of what is missing.
 Home findHome(const std::string& folder);
 

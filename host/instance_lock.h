@@ -4,7 +4,7 @@
 
 namespace host {
 
-/// Keeps a second agent off one home: a locked file that holds the process id.
+/// Keeps a second agent out of a home: a locked file that holds the process id.
 ///
 /// The kernel gives the lock up when the process ends in whatever way, so a file left behind means
 /// nothing. The descriptor closes on exec, so no spawned daemon inherits the lock. Only the agent's

@@ -9,7 +9,7 @@ struct JavaVM_;
 
 namespace host {
 
-/// Gives every callback into the agent a frame of local references of its own.
+/// Gives every callback into the agent its own frame of local references.
 ///
 /// The library leaves the references that it makes for an outgoing message to the thread. A native
 /// thread never returns to Java, so nothing would free them before the thread ends, and the Java

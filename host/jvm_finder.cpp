@@ -42,7 +42,7 @@ std::optional<Jvm> jvmIn(const fs::path& javaHome) {
 }
 
 /// Takes the virtual machine of `javaHome` if it will do, else notes why not. An installation that
-/// does not tell its version is taken: someone chose it.
+/// does not state its version is taken: someone chose it.
 bool take(JvmSearch& search, const std::string& place, const fs::path& javaHome) {
   const auto jvm = jvmIn(javaHome);
   if (!jvm) {

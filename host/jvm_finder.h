@@ -11,7 +11,7 @@ inline constexpr int kOldestJava = 17;
 
 struct Jvm {
   std::string library;  ///< path of libjvm.so
-  int version = 0;      ///< major version, 0 when the installation does not tell
+  int version = 0;      ///< major version, 0 when the installation does not state it
 };
 
 /// Where to look.

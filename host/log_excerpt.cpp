@@ -72,7 +72,7 @@ bool isErrorOf(const std::string& line, const std::string& process) {
 }
 
 /// The errors of a process in a trace file. Further lines of a record are indented; of a Java
-/// exception they tell the cause first and then where, which is for the file.
+/// exception they give the cause first and then the place, which is left to the file.
 Texts errorsOf(const Texts& lines, const std::string& process, const std::string& told) {
   Texts errors;
   std::size_t more = 0;  // lines of the present record still to be taken

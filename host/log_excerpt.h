@@ -9,8 +9,8 @@
 
 namespace host {
 
-/// What the logs say of why a process failed: the last errors of its trace, and the end of the log
-/// of its Java virtual machine, each with the path of the file. Empty when they say nothing.
+/// What the logs say about why a process failed: the last errors of its trace, and the end of the
+/// log of its Java virtual machine, each with the path of the file. Empty when they say nothing.
 ///
 /// `since` is when the process started: older files are not its own. Nor are files of other users,
 /// links and named pipes read. Trace lines that hold `told`, if that is not empty, are left out:

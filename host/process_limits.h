@@ -26,8 +26,8 @@ void outliveFailedWrites() noexcept;
 /// where the kernel can't close a range of them in one call.
 void capDescriptors(std::size_t most) noexcept;
 
-/// Lets threads share few malloc arenas: the many threads of a virtual machine would otherwise hold
-/// one each, and memory that one of them frees stays with it. Call before any thread exists.
+/// Lets threads share a few malloc arenas: the many threads of a virtual machine would otherwise
+/// hold one each, and memory that one of them frees stays with it. Call before any thread exists.
 void tuneAllocator() noexcept;
 
 }  // namespace host

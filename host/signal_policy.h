@@ -24,7 +24,7 @@ class SignalPolicy {
   void received(int sig);
   void open() { open_ = true; }
 
-  /// What is to be done now, if anything. Call until it gives nothing, after every event.
+  /// What is to be done now, if anything. After every event, call until it gives nothing.
   std::optional<Delivery> next(const Lookup& libraryHandler);
 
   bool stopAsked() const { return stopAsked_; }  ///< TERM or INT has been received

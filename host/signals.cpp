@@ -38,7 +38,7 @@ std::atomic<SignalHandler>* slotOf(int sig) {
 }
 
 void put(std::uint8_t byte) noexcept {
-  // A full pipe holds thousands of events that nobody has read yet: one more would tell nothing.
+  // A full pipe holds thousands of events that nobody has read yet: one more would add nothing.
   while (write(s_writeEnd.load(), &byte, 1) < 0 && errno == EINTR) {
   }
 }

@@ -13,7 +13,7 @@ namespace host {
 /// caller beneath, nothing else can still hold them.
 ///
 /// It replaces the virtual machine's table of invocation functions, for the whole process. Threads
-/// that were attached by others, Java's own included, are left alone. Once per process.
+/// attached by others, including Java's own, are left alone. Once per process.
 void renewFramesOnAttach(JavaVM_& vm) noexcept;
 
 /// Between these the references of the calling thread belong to somebody else, who frees them.

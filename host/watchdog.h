@@ -8,9 +8,9 @@
 
 namespace host {
 
-/// Calls a function, on a thread of its own, when a stop takes longer than its limit.
+/// Calls a function, on its own thread, when a stop takes longer than its limit.
 ///
-/// The thread exists from the start, so that it needs nothing of a process in trouble.
+/// The thread exists from the start, so that it needs nothing from a process in trouble.
 class Watchdog {
  public:
   Watchdog(std::chrono::milliseconds limit, std::function<void()> bite);

@@ -6,7 +6,7 @@
 /// The library expects its settings in the environment: ZEL_PROD (product code), ZEL_INST (instance
 /// id) and ZEL_PROD_HOME (working directory) are required; ZEL_LIBJVM names the JVM's library.
 ///
-/// Its threads and the JVM's run until the process is gone, and never are joined. So end the
+/// Its threads and the JVM's run until the process is gone, and are never joined. So end the
 /// process with _exit(): exit() would destroy, under these threads, objects that they use.
 
 #define ZEL_API __attribute__((visibility("default")))

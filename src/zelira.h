@@ -36,7 +36,7 @@ class ZelIra : public vuira {
 
   // Virtual operations. Their order is binary interface: append, never move.
   /// Serves the subnodes from the cache where it can, and asks the Java application for the rest,
-  /// also when none is left. May throw, which TakeSample() reports.
+  /// even when none is left. May throw, which TakeSample() reports.
   virtual void doTakeSample();
   virtual void onSitStateChanged(bool started);
 

@@ -8,7 +8,7 @@
 /// Hands an HTTP request to the Java application, whose reply is the response.
 class ZelReqWebService : public ZelRequest {
  public:
-  /// Reads the request; the content of a POST too. A failure of that is the status then.
+  /// Reads the request, including the content of a POST. A failure of that becomes the status.
   explicit ZelReqWebService(const KDH1_request_struct* request);
 
   ZelMsg* createRegMsg() override;

@@ -33,9 +33,9 @@ class SCOPED_CAPABILITY ZelAutoMutex {
   ZelMutex& mutex;
 };
 
-/// A wake-up for waiting threads. It remembers nothing: a signal that arrives while nobody waits
-/// is lost, and a wait may end without a signal. Keep the condition in a flag of your own, test it
-/// around wait(), and bound the wait.
+/// A wake-up for waiting threads. It remembers nothing: a signal that arrives while nobody waits is
+/// lost, and a wait may end without a signal. Keep the condition in your own flag, test it around
+/// wait(), and bound the wait.
 class ZelEvent {
  public:
   ZelEvent();

@@ -9,7 +9,7 @@
 
 namespace jre {
 
-/// Where the parts of a class file stand, as far as adding a method needs them.
+/// Where the parts of a class file are, as far as adding a method requires.
 ///
 /// Refers to the bytes that it was made from; they must outlive it.
 class ClassFile {

@@ -10,7 +10,7 @@
 /// Virtual machine agent that gives java.util.HashMap the method newEntryIterator when the class
 /// is loaded. Named in the options file with -agentpath; it takes no options. HashMap is among the
 /// first classes of all, so the hook asks for classes of the primordial phase too. From VMInit on
-/// there is nothing left to do, and the agent's environment goes.
+/// there is nothing left to do, and the agent's environment is disposed of.
 
 namespace {
 

@@ -7,7 +7,7 @@
 struct ZelAppException {
   static constexpr int kCritical = 1;  ///< ends the agent
   static constexpr int kNoAnswer = 2;  ///< the bridge got no answer it could read
-  static constexpr int kOrdinary = 3;  ///< the request failed, the agent goes on
+  static constexpr int kOrdinary = 3;  ///< the request failed, the agent continues
 
   int severity;
   std::string message;

@@ -73,7 +73,7 @@ std::optional<JournalPosition> JournalPosition::parse(std::string_view text) {
   return JournalPosition{*epoch, *number};
 }
 
-/// Somebody who is woken; shared by the journal and by the object that ends it.
+/// A listener to be woken; shared by the journal and by the object that ends it.
 class Journal::Listener {
  public:
   explicit Listener(std::function<void()> wake) : wake_(std::move(wake)) {}

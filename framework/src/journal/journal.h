@@ -19,7 +19,7 @@
 
 namespace fw {
 
-/// Where somebody stands in a journal. The epoch tells the journals of two runs of the agent apart;
+/// A reader's position in a journal. The epoch tells the journals of two runs of the agent apart;
 /// its text form is "EPOCH-NUMBER", both decimal.
 struct JournalPosition {
   std::uint64_t epoch = 0;
@@ -38,7 +38,7 @@ struct JournalEntry {
   std::variant<EventBatch, SubnodeInfo, SituationStatus, ActionStatus> what;
 };
 
-/// The last happenings of the agent, for those who follow it live.
+/// Recent happenings in the agent, for those who follow it live.
 ///
 /// It keeps a bounded number of entries, and no reader can hold it up: a reader has a position
 /// only, and one that is too slow learns how many entries it has missed. Any thread may call.
@@ -46,21 +46,20 @@ class Journal {
  public:
   static constexpr std::uint64_t kDefaultBytes = 16 * 1024 * 1024;
 
-  /// The newest `capacity` entries are kept as far as they take, together, about `bytes` of memory;
-  /// the newest always is. `clock` outlives the journal; its wall time, in milliseconds, is the
-  /// epoch.
+  /// Keeps the newest `capacity` entries, in about `bytes` of memory altogether, and always the
+  /// newest one. `clock` outlives the journal; its wall time, in milliseconds, is the epoch.
   Journal(Clock& clock, std::size_t capacity, std::uint64_t bytes = kDefaultBytes);
   Journal(const Journal&) = delete;
   Journal& operator=(const Journal&) = delete;
 
   void add(decltype(JournalEntry::what) what);
 
-  /// Where the newest entry stands; number 0 when there is none.
+  /// Where the newest entry is; number 0 when there is none.
   JournalPosition last() const;
 
   struct Page {
     std::vector<std::shared_ptr<const JournalEntry>> entries;  ///< oldest first
-    std::uint64_t missed = 0;  ///< entries after the position that are not kept any more
+    std::uint64_t missed = 0;  ///< entries after the position that are no longer kept
     bool otherEpoch = false;   ///< the position is of another run, or lies in the future: the
                                ///< page begins at the oldest entry kept
   };
@@ -68,7 +67,7 @@ class Journal {
   /// At most `limit` entries after a position.
   Page after(const JournalPosition& position, std::size_t limit) const;
 
-  /// Has `wake` called, on any thread and maybe on several at once, after entries were added; it
+  /// Has `wake` called, on any thread and possibly on several at once, after entries were added; it
   /// must neither block nor throw, nor call the journal. The subscription ends with the returned
   /// object, which waits for calls of `wake` that are in progress; it may outlive the journal.
   class Listening {

@@ -16,7 +16,7 @@ inline constexpr std::size_t kMaxNodeName = 32;
 std::string makeNodeName(std::string_view instance, std::string_view host,
                          std::string_view product);
 
-/// A text that lives as long as the process, as those that operations of the seam return. Equal
+/// A text that lives as long as the process, like those that operations of the seam return. Equal
 /// texts are kept once.
 const char* keepText(std::string_view text);
 

@@ -21,7 +21,7 @@ namespace fw {
 
 namespace {
 
-// What workers still do when all callbacks have ended, or don't end any more, is short.
+// What workers still do when all callbacks have ended, or never will, is short.
 constexpr std::chrono::milliseconds kWorkersBound{1'000};
 
 constexpr std::chrono::hours kForever{24 * 365};
@@ -82,7 +82,7 @@ Runtime::Runtime(const AgentConfig& config, Clock& clock, HostLink& host, Servic
           [this] { return commandCallback(); },
           [this](const ActionStatus& status) { journal_.add(status); })),
       loaderLane_("loader", {1, 0, 0, config.engine.stuckAfter}, clock, timers_),
-      // A stand-in is for a stuck callback only: `services.workers` is what the agent may be asked
+      // Stand-ins replace stuck callbacks only: `services.workers` is what the agent may be asked
       // to answer at a time.
       serviceLane_("services",
                    {config.services.workers, config.engine.stuckWorkers, config.services.queueLimit,
@@ -260,7 +260,7 @@ void Runtime::end(Service& service) {
   actions_->refuse();
   service.drain(countdown.left());
   service.stop();
-  // Also the callback in which the stop began has to end before its request object may go.
+  // The callback in which the stop began has to end too before its request object may go.
   const bool isEmpty = gate_.waitEmpty(countdown.left());
   if (!isEmpty) {
     RAS1_PRINT("ERROR: %u callbacks have not returned; their request objects are left alone",

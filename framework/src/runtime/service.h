@@ -23,12 +23,12 @@ struct ServiceContext {
 };
 
 /// A server that the main loop starts and stops. All operations are called on the thread of
-/// kramain, in the order in which they stand here, start() once.
+/// kramain, in the order given here, start() once.
 class Service {
  public:
   virtual ~Service() = default;
 
-  /// Binds and begins to answer. Returns an empty text, or why it can't, for people.
+  /// Binds and starts answering. Returns an empty text, or why it can't, for people.
   virtual std::string start() = 0;
 
   /// The port that it is bound to; 0 unless started.

@@ -25,7 +25,8 @@ struct SubnodeRegistration {
 };
 
 /// The subnodes. Changes are staged, and take effect together at commit(); only the refusal to be
-/// asked takes effect at once, because it protects a subnode that goes. Any thread may call.
+/// asked takes effect at once, because it protects a subnode that is going away. Any thread may
+/// call.
 class SubnodeRegistry final : public SubnodeDirectory {
  public:
   static constexpr std::size_t kMaxInfo = 16;  ///< bytes of the information text

@@ -20,7 +20,7 @@ namespace fw {
 
 /// A situation on an event table: the agent pushes the rows that pass. One subscription for all, or
 /// one per named subnode, which tells the subnodes apart by the column of their origin. Each batch
-/// of rows is told of; the situation itself is never true.
+/// of rows is reported; the situation itself is never true.
 class EventSituation final : public WatchedSituation,
                              public std::enable_shared_from_this<EventSituation> {
  public:
@@ -42,7 +42,7 @@ class EventSituation final : public WatchedSituation,
   void begin() override;
   const TableEntry& table() const override { return *table_.entry; }
   SituationStatus status() const override;
-  /// Subnodes need not be there: their events come when they are.
+  /// Subnodes need not exist yet: their events come once they do.
   void refresh() override {}
   void closeSubnode(const std::string& /*raw*/) override {}
   void disarm() override;

@@ -21,7 +21,7 @@ namespace fw {
 
 class PairSampler;
 
-/// Somebody who wants to know what a PairSampler finds. Called on a worker, without a lock; it must
+/// Wants to know what a PairSampler finds. Called on a worker, without a lock; it must
 /// not block.
 class SamplerListener {
  public:
@@ -29,15 +29,15 @@ class SamplerListener {
 
   virtual void onOpened(const PairSampler& sampler) = 0;
   virtual void onSampled(const PairSampler& sampler, std::uint64_t passing) = 0;
-  virtual void onGone(const PairSampler& sampler) = 0;  ///< closed, and its object is no more
+  virtual void onGone(const PairSampler& sampler) = 0;  ///< closed, and its object no longer exists
 };
 
 /// Samples one table for one subnode, or for none, at an interval, and counts the rows that pass
 /// the request's thresholds.
 ///
-/// The request object is made, used and deleted in the turns of that pair, through the gate. One
-/// sample at most waits or runs: a moment that finds it there passes without one. Any thread may
-/// call.
+/// The request object is made, used and deleted in the turns of that pair, through the gate. At
+/// most one sample waits or runs: if one still does when the next is due, the next is skipped.
+/// Any thread may call.
 class PairSampler : public std::enable_shared_from_this<PairSampler> {
  public:
   /// What all samplers share. Everything outlives them.
@@ -59,7 +59,7 @@ class PairSampler : public std::enable_shared_from_this<PairSampler> {
   PairSampler(Shared shared, Target target, std::weak_ptr<SamplerListener> listener);
   PairSampler(const PairSampler&) = delete;
   PairSampler& operator=(const PairSampler&) = delete;
-  /// Leaves a request object alone that was not deleted: its callback may never have returned.
+  /// Leaves alone a request object that was not deleted: its callback may never have returned.
   ~PairSampler();
 
   /// Opens the request, samples after `first` and then at the request's interval. Call once.
@@ -70,7 +70,7 @@ class PairSampler : public std::enable_shared_from_this<PairSampler> {
 
   const SubnodeName& subnode() const { return target_.subnode; }
 
-  /// Samples that were left out because the one before had not returned.
+  /// Samples that were skipped because the previous one had not returned.
   std::uint64_t missed() const;
 
   /// Why it can't be sampled now, for people, or nothing.

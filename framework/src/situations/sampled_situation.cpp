@@ -187,7 +187,7 @@ std::string SampledSituation::problem() const {
   }
   if (!ended_) {
     for (const std::string& name : absent) {
-      // To ask is a walk over all subnodes.
+      // Asking walks over all subnodes.
       problems.add(problems.isFull() ? name
                                      : shared_.subnodes.whyNot(name).value_or(
                                            fmt::format("Subnode '{}' is not registered.", name)));

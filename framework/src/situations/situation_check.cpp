@@ -16,7 +16,7 @@ using Kind = RequestError::Kind;
 
 constexpr std::size_t kMaxName = 31;
 // Of what is shown of a subnode: its registered name has at most 32 bytes, and each of them that is
-// no character is shown as three.
+// not part of a character is shown as three.
 constexpr std::size_t kMaxShownSubnode = 96;
 
 bool isLetterOrDigit(char c) {

@@ -16,7 +16,7 @@ namespace fw {
 inline constexpr std::chrono::seconds kDefaultInterval{60};
 inline constexpr std::chrono::seconds kMaxInterval = std::chrono::hours(24);
 
-/// Checks what can be said of a situation's name alone.
+/// Checks what depends on a situation's name alone.
 std::optional<RequestError> checkSituationName(const SituationRequest& request);
 
 /// A situation that may be watched, with defaults filled in and every subnode named once.

@@ -24,7 +24,7 @@
 
 namespace fw {
 
-/// Takes situations in, watches them, and follows the tables and subnodes that they are about.
+/// Accepts situations, watches them, and follows the tables and subnodes that they are about.
 ///
 /// Callbacks run in the turns and on the workers of the engine, which outlives the desk. Any thread
 /// may call; nothing blocks.
@@ -58,11 +58,11 @@ class SituationDesk final : public Situations, public TableObserver {
   /// Subnodes have come: the situations that want them watch them.
   void subnodesCame();
 
-  /// A subnode, which is not askable any more, goes: what is open for it is closed. The engine
-  /// waits for it, see Engine::closeSubnode().
+  /// A subnode, which can no longer be asked, is going away: what is open for it is closed. The
+  /// engine waits for it, see Engine::closeSubnode().
   void closeSubnode(const std::string& raw);
 
-  /// Takes no more situations.
+  /// Accepts no more situations.
   void refuse();
 
   /// Begins to delete all request objects, quietly; Engine::deleteObjects() waits for them.

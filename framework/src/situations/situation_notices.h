@@ -9,7 +9,7 @@
 
 namespace fw {
 
-/// Hands the changes of situations on in the order in which they came, one at a time.
+/// Passes on the changes of situations in order of arrival, one at a time.
 ///
 /// add() is called where the change is made, under the lock that orders changes; deliver() after
 /// that lock. Any thread may call. The notice is called without a lock held.
@@ -24,7 +24,7 @@ class SituationNotices {
 
   void add(SituationStatus status);
 
-  /// Hands on what was added. Returns at once when another thread is about it; that one hands on
+  /// Passes on what was added. Returns at once when another thread is doing so; that one passes on
   /// the newest, too.
   void deliver();
 

@@ -9,8 +9,9 @@
 
 namespace fw {
 
-/// How a situation stands: the state and the truth that its samples and events lead to. Plain data
-/// with rules; its user locks. Operations return whether people are to be told of a change.
+/// What is known about a situation: the state and the truth that its samples and events lead
+/// to. Plain data with rules; its user locks. Operations return whether there is a change to be
+/// reported.
 class SituationState {
  public:
   SituationState(SituationRequest request, Clock::WallTime now);
@@ -18,10 +19,11 @@ class SituationState {
   /// The agent knows it now.
   bool arm(Clock::WallTime now);
 
-  /// A sample of a pair had so many rows that pass. `shown` is the subnode's name, empty for none.
+  /// A sample of a pair had this many rows that pass. `shown` is the subnode's name, empty for
+  /// none.
   bool sampled(const std::string& shown, std::uint64_t passing, Clock::WallTime now);
 
-  /// So many pushed rows pass.
+  /// This many pushed rows pass.
   bool pushed(std::uint64_t passing);
 
   /// A pair is not watched any more, and so not true.

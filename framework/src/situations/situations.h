@@ -14,10 +14,10 @@ namespace fw {
 
 /// A condition on the rows of a table that somebody wants to be told about.
 struct SituationRequest {
-  std::string name;   ///< 1 to 31 characters: a letter or digit, then those, "_", "-" or "."
+  std::string name;   ///< 1 to 31 letters, digits, "_", "-" or ".", first a letter or digit
   std::string table;  ///< sampled at `interval`, or an event table, whose events are tested
   std::string where;  ///< "COLUMN OP VALUE and ..."; empty: every row
-  std::vector<std::string> subnodes;  ///< empty: all, those to come included
+  std::vector<std::string> subnodes;  ///< empty: all, including future ones
   std::chrono::seconds interval{0};   ///< of a sampled table, 1 s to 1 day; an event table has none
 };
 
@@ -30,7 +30,7 @@ struct SituationStatus {
   bool isTrue = false;               ///< rows of the last sample pass; never for an event table
   Clock::WallTime since;             ///< when `state` or `isTrue` last changed
   std::uint64_t matches = 0;         ///< rows or events that passed, since it was armed
-  std::uint64_t missed = 0;          ///< samples left out because the one before had not returned
+  std::uint64_t missed = 0;          ///< samples skipped because the previous one had not returned
   std::vector<std::string> trueFor;  ///< subnodes for which it is true; empty for own tables
   std::string problem;               ///< why it can't be watched (in part) now, or empty
 };

@@ -23,10 +23,10 @@ class WatchedSituation {
   /// Subnodes have come: those that are to be watched are.
   virtual void refresh() = 0;
 
-  /// A subnode goes: what is open for it is closed. It is not askable any more.
+  /// A subnode goes: what is open for it is closed. It can no longer be asked.
   virtual void closeSubnode(const std::string& raw) = 0;
 
-  /// Ends it, and tells so. Nothing is opened after this; request objects are deleted in their
+  /// Ends it, and says so. Nothing is opened after this; request objects are deleted in their
   /// turns.
   virtual void disarm() = 0;
 

@@ -20,7 +20,7 @@ struct CapsuleState {
 
   static CapsuleState& of(VuiraAutomationCapsule& capsule) { return *capsule.state; }
 
-  /// Takes the completion from the capsule; the command is not on its way any more.
+  /// Takes the completion from the capsule; the command is no longer on its way.
   static void complete(VuiraAutomationCapsule& capsule);
 
   bool onItsWay = false;

@@ -24,7 +24,7 @@ inline bool isText(ColumnType type) {
   return type == ColumnType::Chars || type == ColumnType::Utf8;
 }
 
-/// One column of a table. Its value stands at `offset` in a row and takes `size` bytes.
+/// One column of a table. Its value is at `offset` in a row and takes `size` bytes.
 struct Column {
   std::string name;
   ColumnType type = ColumnType::Chars;

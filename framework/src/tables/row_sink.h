@@ -6,7 +6,7 @@
 
 namespace fw {
 
-/// Where the rows go that an agent pushes into a request object.
+/// Where the rows that an agent pushes into a request object go.
 class RowSink {
  public:
   virtual ~RowSink() = default;

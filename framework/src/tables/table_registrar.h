@@ -20,7 +20,7 @@ class TableRegistrar {
 /// The registrar of the process; null when there is none. It lives until it is replaced.
 TableRegistrar* tableRegistrar();
 
-/// Installs the registrar, or takes it away (null); returns the one before.
+/// Installs the registrar, or removes it (null); returns the one before.
 TableRegistrar* setTableRegistrar(TableRegistrar* registrar);
 
 }  // namespace fw

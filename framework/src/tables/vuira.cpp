@@ -77,7 +77,7 @@ fw::RowBlock VuiraState::takeRows(vuira& object) {
     std::free(bytes);
     bytes = nullptr;
   }
-  // Samples are kept for a while: what the buffer has grown too far goes back now.
+  // Samples are kept for a while, so the excess of the buffer is given back now.
   if (object.rowCount > 0 && object.rowCount < object.rowsAllocated) {
     if (void* const fitting = std::realloc(bytes, used); fitting != nullptr) {
       bytes = static_cast<char*>(fitting);

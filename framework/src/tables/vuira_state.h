@@ -7,9 +7,9 @@
 #include "tables/request_detail.h"
 #include "tables/row_block.h"
 
-/// The framework's own side of a request object. Used by one thread at a time: the one that makes
-/// a callback on the object, or that is inside it; while the object stands in its table's request
-/// list, by the one that holds the list's lock.
+/// The framework's own side of a request object. Used by one thread at a time: the one that makes a
+/// callback on the object, or that is inside it; while the object is in its table's request list,
+/// by the one that holds the list's lock.
 struct VuiraState {
   explicit VuiraState(RequestDetail request);
   VuiraState(const VuiraState&) = delete;

@@ -21,8 +21,8 @@ inline constexpr std::size_t kMaxWhereBytes = 4096;
 inline constexpr std::size_t kMaxConditions = 32;
 
 /// Parses "COLUMN OP VALUE and COLUMN OP VALUE ...". Operators: = == != <> >= <= < >. Values and
-/// column names are bare words, or stand in '...' or "..." where a doubled quote means itself. An
-/// empty text gives a predicate that every row passes.
+/// column names are bare words, or enclosed in '...' or "..." where a doubled quote stands for one.
+/// An empty text gives a predicate that every row passes.
 std::variant<Predicate, WhereError> parseWhere(std::string_view text, const TableInfo& table);
 
 }  // namespace fw

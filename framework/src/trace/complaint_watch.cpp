@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::string_view kError = "ERROR: ";
 constexpr std::string_view kWarning = "WARN: ";
-/// What a headline ends with; the message stands on the lines after it.
+/// What a headline ends with; the message is on the lines after it.
 constexpr std::string_view kHeadlineEnd = " ...\n";
 constexpr std::size_t kMaxBytes = 1000;
 

@@ -7,7 +7,7 @@
 
 namespace fw::trace {
 
-/// Listens to what its thread traces as an error or a warning, as long as it lives.
+/// Listens to what its thread traces as an error or a warning, for as long as it lives.
 ///
 /// For callbacks that have no result: what the agent writes to the trace is all that it says about
 /// a failure. Records of the Java application are left out: they may be about anything. Watches on

@@ -9,7 +9,7 @@
 
 namespace fw::trace {
 
-/// Every class there is. A mask never has other bits: all ones means "not asked yet" at the seam.
+/// All classes. A mask never has other bits: all ones means "not asked yet" at the seam.
 inline constexpr std::uint32_t kAllClasses =
     kRas1Detail | kRas1State | kRas1Summary | kRas1Flow | kRas1Error;
 
@@ -25,7 +25,7 @@ const std::vector<std::string>& classNames();
 /// The classes of a mask, as "state, error"; "none" without any.
 std::string describeMask(std::uint32_t mask);
 
-/// Whether `text` fits `pattern`, in which "*" stands for any characters and "?" for one.
+/// Whether `text` matches `pattern`, in which "*" stands for any characters and "?" for one.
 bool matchesPattern(std::string_view pattern, std::string_view text);
 
 }  // namespace fw::trace

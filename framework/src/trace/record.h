@@ -30,9 +30,9 @@ struct Origin {
   pid_t tid;
 };
 
-/// Makes a record, without a newline at its end. Of a text that is longer than `limit` bytes the
-/// rest is cut, with a note. Control characters and bytes that are no UTF-8 are written as escapes
-/// (\x1B), a tab stays; blanks in names become "_".
+/// Makes a record, without a newline at its end. Text beyond `limit` bytes is cut, with a note.
+/// Control characters and bytes that are not UTF-8 are written as escapes (\x1B), a tab stays;
+/// blanks in names become "_".
 std::string formatRecord(const Origin& origin, const RAS1_Entry& entry, std::uint32_t line,
                          std::string_view text, std::uint64_t limit);
 

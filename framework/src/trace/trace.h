@@ -30,7 +30,7 @@ class Trace {
   /// nothing has changed then. `settings.file` is absolute.
   std::string configure(const Settings& settings);
 
-  /// Gives a mask to the units that fit a pattern (MaskRule), at once and from now on.
+  /// Gives a mask to the units that match a pattern (MaskRule), now and in future.
   void setMask(const std::string& unitPattern, std::uint32_t mask);
 
   std::vector<UnitInfo> units() const { return registry_.units(); }

@@ -26,8 +26,8 @@ struct SinkCounters {
 ///
 /// Until it is open it keeps the newest records in memory, up to kEarlyLimit bytes. After that each
 /// record has left the process when write() returns, so that none is lost in a crash. In a child
-/// process the sink goes on, but opens the file anew for each record (the child may close all its
-/// descriptors) and never rotates it (that is the parent's business).
+/// process the sink keeps working, but opens the file anew for each record (the child may close all
+/// its descriptors) and never rotates it (that is the parent's business).
 class TraceSink {
  public:
   static constexpr std::size_t kEarlyLimit = 256U << 10U;

@@ -39,7 +39,7 @@ class ZelJniClient final : public ZelClient {
 
   /// Converts a Java object tree to a new value tree, which the caller owns. Consumes the local
   /// reference, and each one that it takes on the way. Throws ZelException, and std::bad_cast for a
-  /// map key that is no Integer.
+  /// map key that is not an Integer.
   static ZelData* javaToNative(JNIEnv& env, jobject object);
 
   static std::atomic<ZelJServer*> s_server;

@@ -14,16 +14,16 @@ namespace fw::http {
 
 namespace {
 
-/// Entries that are taken from the journal at once.
+/// Entries that are taken from the journal at a time.
 constexpr std::size_t kPageEntries = 64;
 
-/// Entries nobody wants that are passed before others get their turn.
+/// Unwanted entries that are skipped before others get their turn.
 constexpr std::size_t kPassedEntries = 4'096;
 
-/// When a client that lost its connection is to come back.
+/// When a client that lost its connection is to reconnect.
 constexpr std::string_view kGreeting = "retry: 2000\n";
 
-/// The content of an entry, in one line; a batch of events is told otherwise.
+/// The content of an entry, in one line; a batch of events is written differently.
 struct Describe {
   std::string operator()(const EventBatch& /*batch*/) const { return {}; }
   std::string operator()(const SubnodeInfo& subnode) const { return subnodeLine(subnode, time); }
@@ -124,7 +124,7 @@ void EventStream::tellEntry(std::string& out, const std::shared_ptr<const Journa
 }
 
 // A batch that is longer than a piece becomes several messages. Only the last one moves the
-// client's position, so that a client that comes back is told the whole batch again.
+// client's position, so that a client that reconnects is sent the whole batch again.
 void EventStream::tellBatch(std::string& out) {
   const auto& batch = std::get<EventBatch>(batch_->entry->what);
   const std::uint32_t count = batch.rows == nullptr ? 0 : batch.rows->rowCount();
@@ -160,7 +160,7 @@ void EventStream::tellMissed(std::string& out, const Journal::Page& page) {
   out += "event: missed\ndata: {\"missed\":";
   out += page.otherEpoch ? "null,\"reset\":true}\n"
                          : std::to_string(page.missed) + ",\"reset\":false}\n";
-  // It stands just before the oldest entry kept now.
+  // It is just before the oldest entry kept now.
   position_.epoch = journal_.last().epoch;
   position_.number = page.entries.empty() ? 0 : page.entries.front()->number - 1;
   tellPosition(out);

@@ -22,10 +22,10 @@ struct StreamFilter {
 
 inline constexpr const char* kStreamKinds[] = {"event", "subnode", "situation", "action"};
 
-/// Tells a journal's entries as server-sent events; docs/formats/rest-api.md shows the format.
+/// Writes a journal's entries as server-sent events; docs/formats/rest-api.md shows the format.
 ///
-/// Its place in the journal is all that it keeps; of a batch of events that is longer than a piece
-/// it keeps the batch until that is told.
+/// Its place in the journal is all that it keeps; it also keeps a batch of events that is longer
+/// than a piece until all of that is sent.
 class EventStream final : public LiveSource {
  public:
   /// Begins after a position. The journal outlives the stream.
@@ -36,7 +36,7 @@ class EventStream final : public LiveSource {
   void farewell(std::string& out) override;
 
  private:
-  /// A batch of events that is told in parts.
+  /// A batch of events that is sent in parts.
   struct Batch {
     std::shared_ptr<const JournalEntry> entry;
     RowJson rows;
@@ -50,7 +50,7 @@ class EventStream final : public LiveSource {
 
   const Journal& journal_;
   const StreamFilter filter_;
-  JournalPosition position_;      // everything up to here is told, or not wanted
+  JournalPosition position_;      // everything up to here is sent, or not wanted
   std::uint64_t toldNumber_ = 0;  // of the last position that the client knows
   bool greeted_ = false;
   std::optional<Batch> batch_;

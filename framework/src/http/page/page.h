@@ -5,7 +5,7 @@
 
 namespace fw::http {
 
-/// A file of the page, as it stood in the folder page/ when the framework was built.
+/// A file of the page, as it was in the folder page/ when the framework was built.
 struct PageFile {
   std::string_view path;         ///< the address
   std::string_view contentType;  ///< static storage

@@ -43,7 +43,7 @@ class Exchange {
   /// connection's HTTP thread, which afterwards leaves the connection alone.
   std::optional<Response> takeOrSuspend();
 
-  /// The connection is gone or goes on with another request. Called by its HTTP thread.
+  /// The connection is gone or moves on to another request. Called by its HTTP thread.
   void end();
 
  private:

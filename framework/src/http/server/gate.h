@@ -49,11 +49,11 @@ struct GateLimits {
 /// Decides whether a request may come in at all, before anybody looks at what it asks for.
 ///
 /// A page of another site that is open in the user's browser can reach a server on the loopback
-/// interface, too: under a name of its own that it lets point to 127.0.0.1, which the Host header
-/// gives away, or openly, which the Origin header gives away. Both are refused.
+/// interface, too: under its own name, pointed at 127.0.0.1, which the Host header gives away, or
+/// openly, which the Origin header gives away. Both are refused.
 ///
-/// Who wants to change something must show the token as well, also a page of the agent itself.
-/// Nobody else learns whether there is anything at an address that could be changed.
+/// Whoever wants to change something must present the token as well, even a page of the agent
+/// itself. Nobody else learns whether there is anything at an address that could be changed.
 class Gate {
  public:
   /// Without a token nothing may be changed.

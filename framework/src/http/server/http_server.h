@@ -30,7 +30,7 @@ class Handler {
 
 /// An HTTP server on the loopback interface.
 ///
-/// A request reaches the handler when it is there whole. Its content is held in memory: at most
+/// A request reaches the handler when it is complete. Its content is held in memory: at most
 /// GateLimits::body bytes for each of the connections.
 ///
 /// A few threads serve all connections; none of them ever waits for an answer, because a
@@ -58,7 +58,7 @@ class HttpServer {
   void abandon();
 
   /// Does what abandon() does and ends the server; the handler is not called after this.
-  /// Answers that are sent later go nowhere.
+  /// Answers that are sent later are dropped.
   void stop();
 
   Counters counters() const { return table_.counters(); }

@@ -12,7 +12,7 @@ struct MHD_Connection;
 
 namespace fw::http {
 
-/// What there is to tell to one client, for as long as it listens. Used by one thread at a time;
+/// What there is to tell one client, for as long as it listens. Used by one thread at a time;
 /// each operation appends some ten KiB at most.
 class LiveSource {
  public:

@@ -15,16 +15,16 @@ struct Parameter {
 
 /// A request target, decoded: valid UTF-8 without NUL.
 struct Target {
-  std::string path;                   ///< as it was sent, without the query
+  std::string path;                   ///< as sent, without the query
   std::string query;                  ///< as it was sent, without the "?"
   std::vector<std::string> segments;  ///< of "/api/v1/": "api", "v1", ""
   std::vector<Parameter> parameters;  ///< in the order in which they were sent
 };
 
-/// A text as one part of a path: all but letters, digits, "-", ".", "_" and "~" as %XX.
+/// A text as one segment of a path: all but letters, digits, "-", ".", "_" and "~" as %XX.
 std::string encodeSegment(std::string_view text);
 
-/// Takes a request target ("/path?name=value&...") apart. Returns what is wrong with it, for
+/// Parses a request target ("/path?name=value&..."). Returns what is wrong with it, for
 /// people, or nothing.
 std::optional<std::string> parseTarget(std::string_view raw, Target& target);
 

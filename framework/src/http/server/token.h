@@ -5,10 +5,10 @@
 
 namespace fw::http {
 
-/// Where the token stands below the product home.
+/// Where the token is, below the product home.
 inline constexpr std::string_view kTokenPath = "var/token";
 
-/// The secret that everyone must show who wants to change something.
+/// The secret that must be presented to change something.
 struct Token {
   std::string text;   ///< empty when there is none
   std::string error;  ///< why there is none, for people; never holds the secret
@@ -16,7 +16,7 @@ struct Token {
 
 /// Reads the token of a product home, and makes one when there is none: 32 random bytes in
 /// hexadecimal digits, in a file that only the user of the agent may read. A file that others may
-/// read, that belongs to somebody else or that holds no good token is refused, because a secret
+/// read, that belongs to somebody else or that holds no valid token is refused, because a secret
 /// that may be known protects nothing.
 Token loadToken(const std::string& home);
 

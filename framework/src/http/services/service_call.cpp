@@ -12,7 +12,7 @@ namespace fw::http {
 
 namespace {
 
-// Far from the handles of services, so that one never passes for the other.
+// Far from the handles of services, so that one is never mistaken for the other.
 constexpr KDH1_request_handle kFirstHandle = 1ULL << 40U;
 
 std::string_view contentType(int media) {

@@ -30,9 +30,9 @@ Route servicesRoute(const ServiceRegistry& registry);
 
 /// Serves the agent's services below /service/; everything else is left to the next handler.
 ///
-/// A callback runs on the runner's lane, inside its gate. One that takes too long goes on; what it
-/// answers then goes nowhere. A request whose time is over before its turn comes is not given to
-/// the service at all.
+/// A callback runs on the runner's lane, inside its gate. One that takes too long continues; its
+/// late answer is dropped. A request whose time is over before its turn comes is not given to the
+/// service at all.
 class ServiceSite final : public Handler {
  public:
   /// All three outlive the site; callbacks may outlive it.
