@@ -16,7 +16,7 @@ void bind(void* library, const char* name, Function& function) {
   void* symbol = dlsym(library, name);
   if (symbol == nullptr) {
     throw StartError(kExitFailed,
-                     fmt::format("libzel.so has no {}: it belongs to another version", name));
+                     fmt::format("libzel.so has no {}: it is from another version", name));
   }
   function = reinterpret_cast<Function>(symbol);
 }

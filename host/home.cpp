@@ -57,7 +57,7 @@ void makeWritable(const std::string& folder, const char* what) {
   if (failure != 0) {
     throw StartError(kExitFailed,
                      fmt::format("can't write to {}: {}\n  The agent keeps {} there. Give user {} "
-                                 "the right to write to it, or run the agent as another user.",
+                                 "write access to it, or run the agent as another user.",
                                  folder, std::strerror(failure), what, geteuid()));
   }
 }

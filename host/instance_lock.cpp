@@ -38,8 +38,8 @@ InstanceLock::InstanceLock(const std::string& varFolder, const std::string& home
     const std::string text =
         failure == EWOULDBLOCK
             ? fmt::format(
-                  "an agent already runs on {} (process {})\n  Stop it first, or give "
-                  "this one a home of its own.",
+                  "an agent is already running on {} (process {})\n  Stop it first, or "
+                  "give this one its own home.",
                   home, readProcessId(fd_))
             : fmt::format("can't lock {}: {}", path, std::strerror(failure));
     close(fd_);

@@ -21,7 +21,7 @@ TEST(InstanceLockTest, RefusesASecondHolderAndNamesTheFirst) {
     const InstanceLock second(files.root().string(), "HOME");
     FAIL() << "the second one got the lock";
   } catch (const StartError& e) {
-    EXPECT_NE(std::string(e.what()).find("an agent already runs on HOME (process " +
+    EXPECT_NE(std::string(e.what()).find("an agent is already running on HOME (process " +
                                          std::to_string(getpid()) + ")"),
               std::string::npos)
         << e.what();

@@ -27,7 +27,7 @@ TEST_F(StartErrorsTest, ASecondInstanceLearnsOfTheFirst) {
   ChildProcess second({ZELAGENT, "--home", files.home().string()}, options);
 
   EXPECT_EQ(second.wait(), kExitFailed);
-  EXPECT_NE(second.errors().find("an agent already runs on " + files.home().string() +
+  EXPECT_NE(second.errors().find("an agent is already running on " + files.home().string() +
                                  " (process " + std::to_string(process().id()) + ")"),
             std::string::npos)
       << second.errors();
@@ -112,7 +112,7 @@ TEST_F(StartErrorsTest, AVirtualMachineThatEndsTheProcessHasItsLogShown) {
 TEST_F(StartErrorsTest, TheConfigurationIsCheckedWithoutAStart) {
   start("runs", {"--check-config"});
   EXPECT_EQ(process().wait(), kExitOk);
-  EXPECT_NE(process().output().find("the configuration is good"), std::string::npos);
+  EXPECT_NE(process().output().find("the configuration is valid"), std::string::npos);
   EXPECT_FALSE(std::filesystem::exists(files.home() / "var")) << "a check changes nothing";
 
   files.write("agents/jmx/config/zjxwb.properties", "../../lib/none.jar\n");
