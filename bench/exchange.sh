@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The exchange benchmark in every Java virtual machine found.
+# The exchange benchmark with every Java virtual machine found.
 #   bench/exchange.sh [BUILD FOLDER] [OPTIONS OF Google Benchmark]
 set -uo pipefail
 source "$(dirname "$0")/jvms.sh"

@@ -1,4 +1,4 @@
-// What a sample exchange through the library costs, beside one written by hand, in one virtual
+// What a sample exchange through the library costs, and one written by hand, in one virtual
 // machine and one run.
 
 #include <benchmark/benchmark.h>

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # What a value costs on its way into the framework, in every Java virtual machine found: from an
-# application of the toolkit, and with rows made before.
+# application of the toolkit, and with prepared rows.
 #   bench/value.sh [BUILD FOLDER] [OPTIONS OF Google Benchmark]
 set -uo pipefail
 source "$(dirname "$0")/jvms.sh"

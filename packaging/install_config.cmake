@@ -2,7 +2,7 @@
 # SOURCE (the shipped files), HOME (the product home), DEFAULTS (where the defaults are kept).
 #
 # A file that the operator has changed is kept: one that equals the default installed before it is
-# replaced by the new default, any other is left alone.
+# replaced by the new default, any other is left unchanged.
 file(MAKE_DIRECTORY "${HOME}/config" "${DEFAULTS}")
 file(GLOB files RELATIVE "${SOURCE}" "${SOURCE}/*")
 foreach(name IN LISTS files)

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds with ThreadSanitizer and runs the tests that need no JVM; a real one can't be watched.
+# Builds with ThreadSanitizer and runs the tests that need no JVM; a real one can't be instrumented.
 # Arguments go to ctest, for example: tools/check-tsan.sh -R unit.zelclient
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the fuzz targets with clang and runs each for a while. New inputs stay in build/fuzz; an
 # input that makes a target fail is kept there too, and its path is shown. Put it into the target's
-# folder in tests/fuzz/corpus once the failure is mended.
+# folder in tests/fuzz/corpus once the failure is fixed.
 #   tools/fuzz.sh [SECONDS] [TARGET...]
 set -uo pipefail
 cd "$(dirname "$0")/.."

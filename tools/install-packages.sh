@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Installs the Debian packages of the given lists that are missing: one name a line.
-# Asks first when a person is there to answer.
+# Installs the Debian packages of the given lists that are missing; one name per line.
+# Asks first if a person is there to answer.
 set -euo pipefail
 
 missing=()
 if ! command -v dpkg-query > /dev/null; then
-  echo "This is not a Debian system. What is needed has these names on Debian 12:"
+  echo "This is not a Debian system. These packages are needed, by their names on Debian 12:"
   cat "$@" | sed 's/^/  /'
   exit 0
 fi
@@ -20,14 +20,14 @@ printf '%s\n' "${missing[@]}" | sed 's/^/  /'
 as_root=()
 if [ "$(id -u)" -ne 0 ]; then
   if ! command -v sudo > /dev/null; then
-    echo "That takes root, and there is no sudo. As root, run:"
+    echo "That requires root, and there is no sudo. As root, run:"
     echo "  apt-get install --no-install-recommends ${missing[*]}"
     exit 1
   fi
   as_root=(sudo)
 fi
 if [ -t 0 ] && [ -t 1 ]; then
-  read -r -p "Go on? [Y/n] " answer
+  read -r -p "Continue? [Y/n] " answer
   case "$answer" in
     "" | [Yy]*) ;;
     *) exit 1 ;;

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Malformed messages from Java against the library: under AddressSanitizer with a fake virtual
-# machine, and in every Java virtual machine found.
+# machine, and with every Java virtual machine found.
 #   tools/attack/malformed.sh [MESSAGES] [SEED]
 set -uo pipefail
 cd "$(dirname "$0")/../.."
@@ -17,7 +17,7 @@ cmake --build build/asan --target malformed_messages_test > /dev/null || exit 2
 cmake --build build/dev --target flood_jvm_test > /dev/null || exit 2
 
 failed=0
-# run NAME COMMAND...: shows the output of a failure alone.
+# run NAME COMMAND...: shows the output only of a failure.
 run() {
   local name=$1 start=$SECONDS log
   shift

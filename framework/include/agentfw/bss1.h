@@ -22,12 +22,12 @@ struct BSS1_Lock {
 
 extern "C" {
 
-/// The value of an environment variable: of the process first, then of `environment:` in the
-/// agent's configuration, then what the host has found. Without any, `defaultValue` (may be null).
-/// The text lives as long as the process.
+/// The value of an environment variable: from the process first, then from `environment:` in the
+/// agent's configuration, then what the host has found. If there is none, `defaultValue` (may be
+/// null). The text lives as long as the process.
 AGENTFW_API const char* BSS1_GetEnv(const char* name, const char* defaultValue);
 
-/// Takes and gives back a lock; 0 on success, else an errno value.
+/// Acquires and releases a lock; 0 on success, else an errno value.
 AGENTFW_API int BSS1_GetLock(BSS1_Lock* lock);
 AGENTFW_API int BSS1_ReleaseLock(BSS1_Lock* lock);
 

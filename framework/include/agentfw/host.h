@@ -28,7 +28,7 @@ AGENTFW_API std::string checkConfig(const std::string& home);
 /// configuration, unless the process's environment sets them.
 AGENTFW_API std::string configure(const Settings& settings);
 
-/// Answer of BSS1_GetEnv for a variable that neither the process nor the configuration sets.
+/// What BSS1_GetEnv returns for a variable that neither the process nor the configuration sets.
 AGENTFW_API void setDefaultEnv(const std::string& name, const std::string& value);
 
 /// Guards every callback into the agent. Both are called on the worker that makes the callback.

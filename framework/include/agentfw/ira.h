@@ -52,9 +52,9 @@ AGENTFW_API int IRA_Subnode_Deregister(const char* name);
 /// Makes the registrations and deregistrations since the last call take effect.
 AGENTFW_API int IRA_Subnode_SendRequest();
 
-/// Asks the main loop to end: refuses new callbacks and waits, bounded, for those in progress
-/// (not for a caller's own). May come at any time, from any thread, more than once; before kramain
-/// it makes that return at once.
+/// Asks the main loop to end: refuses new callbacks and waits, bounded, for those in progress (not
+/// for a caller's own). May come at any time, from any thread, more than once; before kramain it
+/// makes kramain return at once.
 AGENTFW_API int IRA_Shutdown(int mode);
 
 /// Runs the framework on the calling thread until IRA_Shutdown; returns 0, or an error code when

@@ -80,7 +80,7 @@ AGENTFW_API int KDH1_PublishService(KDH1_handle service, int options, int reserv
                                     const char* title, std::uint32_t titleLength,
                                     const char* nodeName, std::uint32_t nodeNameLength);
 
-/// Serves requests on threads of the framework until the service ends; returns then.
+/// Serves requests on threads of the framework until the service ends, then returns.
 AGENTFW_API int KDH1_Listen(KDH1_handle service, int options);
 
 AGENTFW_API int KDH1_Delete(KDH1_handle service);
@@ -95,7 +95,7 @@ AGENTFW_API int KDH1_ActivityOptions(KDH1_request_handle request, int kind,
 AGENTFW_API int KDH1_OpenEntity(KDH1_request_handle request, std::uint32_t* value,
                                 std::uint32_t* length);
 
-/// Reads the next `length` bytes of the content; it has been opened, and has as many left.
+/// Reads the next `length` bytes of the content; it must have been opened and have that many left.
 AGENTFW_API int KDH1_Get(KDH1_request_handle request, char* buffer, std::uint32_t length);
 
 /// Starts the response; status 0 is success, anything else a failure without content.
@@ -104,6 +104,6 @@ AGENTFW_API int KDH1_Response(KDH1_request_handle request, int status, int optio
 /// Starts the response's content: its media type (KDH1_media_t) and length.
 AGENTFW_API int KDH1_CreateEntity(KDH1_request_handle request, int media, std::uint32_t length);
 
-/// Appends to the response's content, which may not become longer than it was announced.
+/// Appends to the response's content, which must not become longer than announced.
 AGENTFW_API int KDH1_Put(KDH1_request_handle request, const char* data, std::uint32_t length);
 }

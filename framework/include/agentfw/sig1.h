@@ -4,9 +4,9 @@
 
 #include "agentfw/export.h"
 
-/// What the framework shall do about one of its signal ids.
+/// What the framework does about one of its signal ids.
 struct SIG1_Record {
-  std::uint32_t action;  ///< 1: give the signal up to the process
+  std::uint32_t action;  ///< 1: leave the signal to the process
   std::uint32_t mask;    ///< the signal's bit in the framework's set
   std::uint32_t reserved[2];
 };
