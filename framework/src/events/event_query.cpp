@@ -22,7 +22,7 @@ std::optional<RequestError> filter(EventPage& page, const EventQuery& query) {
   const Column* const origin = table.find(TableInfo::kOriginNode);
   if (query.subnode && origin == nullptr) {
     return RequestError{RequestError::Kind::UnknownSubnode,
-                        "The events of table " + table.name + " are of no subnode.",
+                        "The events of table " + table.name + " belong to no subnode.",
                         {},
                         ""};
   }

@@ -10,14 +10,14 @@
 
 namespace fw {
 
-/// What somebody asks of the recent events of a table.
+/// A query for the recent events of a table.
 struct EventQuery {
-  /// Events that may be asked for at once; a filtered query looks at no more either.
+  /// Events that may be asked for at a time; a filtered query looks at no more either.
   static constexpr std::uint32_t kMaxLimit = 100'000;
 
   std::string table;
   std::uint64_t since = 0;                  ///< only events after this number
-  bool otherRun = false;                    ///< `since` is of another run of the agent
+  bool otherRun = false;                    ///< `since` is from another run of the agent
   std::uint32_t limit = kMaxLimit;          ///< events in the answer at most
   std::string where = {};                   ///< "COLUMN OP VALUE and ..."; empty takes every event
   std::optional<std::string> subnode = {};  ///< without: of all subnodes

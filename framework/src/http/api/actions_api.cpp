@@ -34,8 +34,8 @@ ActionRequest readAction(const Request& request, std::optional<Problem>& problem
                                        textMember("where", kOptional, row.where)}),
                          choiceMember("code_page", kOptional, {"native", "utf-8"}, codePage)});
   if (!problem && node && hasRow) {
-    problem =
-        badMember("node", "Members node and row both say where the command is to run; give one.");
+    problem = badMember(
+        "node", "Members node and row both say where the command is to run; give only one.");
   }
   action.node = node.value_or("");
   action.codePage = static_cast<std::int32_t>(codePage);

@@ -18,7 +18,7 @@ Problem unknownParameter(const std::string& name, const std::vector<ParameterRul
   detail += known.empty() ? " none." : ".";
   return withNearest({400,
                       "unknown-parameter",
-                      "A parameter is not known",
+                      "A parameter is unknown",
                       std::move(detail),
                       {{"parameter", name}}},
                      name, known);
@@ -38,7 +38,8 @@ Problem givenTooOften(const ParameterRule& rule) {
   if (rule.times > 1) {
     return outOfRange(rule.name,
                       "Parameter " + rule.name + " is given more than " +
-                          std::to_string(rule.times) + " times; without it nothing is left out.",
+                          std::to_string(rule.times) +
+                          " times; without it, nothing is filtered out.",
                       {0, rule.times});
   }
   return {400,

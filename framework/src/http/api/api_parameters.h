@@ -27,7 +27,7 @@ struct ParameterRule {
   std::size_t times = 1;                                                       ///< at most
 };
 
-/// Times that a filter may be given which may be repeated.
+/// How often a repeatable filter may be given.
 inline constexpr std::size_t kMaxFilters = 64;
 
 /// Rows or events in one answer.

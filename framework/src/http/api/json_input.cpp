@@ -24,9 +24,9 @@ bool isJsonType(std::string_view type) {
 Problem wrongType(const std::string& type) {
   return {415,
           "unsupported-media-type",
-          "The content is of a type that is not taken here",
+          "The content type is not accepted here",
           (type.empty() ? std::string("The content has no type")
-                        : "The content is of type \"" + type + "\"") +
+                        : "The content has type \"" + type + "\"") +
               "; send it as Content-Type: application/json.",
           {}};
 }
@@ -97,7 +97,7 @@ class ObjectReader {
     }
     Problem problem{400,
                     "unknown-member",
-                    "A member of the content is not known",
+                    "A member of the content is unknown",
                     "There is no member \"" + path_ + name + "\"; there are" + list + '.',
                     {{"member", path_ + name}}};
     if (std::string nearest = nearestOf(name, known); !nearest.empty()) {
@@ -112,7 +112,7 @@ class ObjectReader {
       return value.object() != nullptr ? "an object" : "a list";
     }
     std::string text = value.dump();
-    return text.size() <= kShown ? text : "a text of " + std::to_string(text.size()) + " bytes";
+    return text.size() <= kShown ? text : "a string of " + std::to_string(text.size()) + " bytes";
   }
 
   const Json& object_;
@@ -120,7 +120,7 @@ class ObjectReader {
   const std::string path_;
 };
 
-/// A text that may go on into the agent, where a NUL would end it; else null.
+/// A text that may be passed on to the agent, where a NUL would end it; else null.
 const std::string* usableText(const Json& value) {
   const std::string* const text = value.text();
   return text != nullptr && text->find('\0') == std::string::npos ? text : nullptr;
@@ -128,7 +128,7 @@ const std::string* usableText(const Json& value) {
 
 template <typename Text>
 JsonMember anyTextMember(std::string_view name, bool required, Text& to) {
-  return {name, required, "a text without U+0000", [&to](const Json& value) {
+  return {name, required, "a string without U+0000", [&to](const Json& value) {
             const std::string* const text = usableText(value);
             if (text != nullptr) {
               to = *text;
@@ -156,7 +156,7 @@ JsonMember textMember(std::string_view name, bool required, std::optional<std::s
 }
 
 JsonMember textsMember(std::string_view name, bool required, std::vector<std::string>& to) {
-  return {name, required, "a list of texts", [&to](const Json& value) {
+  return {name, required, "a list of strings", [&to](const Json& value) {
             if (value.list() == nullptr) {
               return false;
             }
@@ -218,7 +218,7 @@ std::optional<Problem> readJson(const Request& request, const std::vector<JsonMe
   }
   const auto& json = std::get<Json>(parsed);
   if (json.object() == nullptr) {
-    return badJson({0, "The document is no object; expected \"{\"."}, request.body);
+    return badJson({0, "The document is not an object; expected \"{\"."}, request.body);
   }
   return ObjectReader(json, members, "").read();
 }

@@ -40,12 +40,12 @@ JsonMember numberMember(std::string_view name, bool required, std::int64_t min, 
 JsonMember choiceMember(std::string_view name, bool required, std::vector<std::string> choices,
                         std::size_t& to);
 
-/// An object with members of its own; `given` becomes true.
+/// An object with its own members; `given` becomes true.
 JsonMember objectMember(std::string_view name, bool required, bool& given,
                         std::vector<JsonMember> members);
 
 /// Reads the one JSON object that a request has as its content. Returns what is wrong with it: it
-/// is no JSON, a member is missing, not known or of the wrong kind. A member whose value is null
+/// is not JSON, a member is missing, unknown or of the wrong kind. A member whose value is null
 /// counts as not given.
 std::optional<Problem> readJson(const Request& request, const std::vector<JsonMember>& members);
 

@@ -35,7 +35,7 @@ Problem describe(const RequestError& error) {
     case RequestError::Kind::BadWhere:
       return problem(400, "bad-where", "The condition can't be understood");
     case RequestError::Kind::TableRefused:
-      return problem(500, "table-refused", "The table is not usable");
+      return problem(500, "table-refused", "The table can't be used");
     case RequestError::Kind::NotReady:
       return notReady(error.message);
     case RequestError::Kind::Busy:

@@ -14,7 +14,7 @@ namespace fw::http {
 /// Tells a client why its request was refused.
 Problem toProblem(const RequestError& error);
 
-/// Tells that the agent has no table of that name.
+/// Says that the agent has no table of that name.
 Problem unknownTable(const Agent& agent, const std::string& name);
 
 }  // namespace fw::http

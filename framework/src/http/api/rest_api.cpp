@@ -22,12 +22,13 @@ namespace {
 
 Route toRoute(const PageFile& file) {
   const bool isPage = file.path == "/";
-  return {file.path, isPage ? "a page for people" : "", {}, [&file](const Call&) {
-            Response response;
-            response.contentType = file.contentType;
-            response.content = StaticText{file.content};
-            return response;
-          }};
+  return {
+      file.path, isPage ? "a web page: live rows of a chosen table" : "", {}, [&file](const Call&) {
+        Response response;
+        response.contentType = file.contentType;
+        response.content = StaticText{file.content};
+        return response;
+      }};
 }
 
 std::vector<Route> join(std::vector<Route> routes, std::vector<Route> more) {
@@ -54,15 +55,15 @@ std::vector<Route> RestApi::ownRoutes() {
   const auto stream = [this](const Call& call) { return openStream(call, streams_); };
   return {
       {"/api/v1/", "this list", {}, index},
-      {"/api/v1/agent", "who the agent is and how it does", {}, agent},
-      {"/api/v1/tables", "all tables and how their sampling goes", {}, listTables},
+      {"/api/v1/agent", "who the agent is and how it is doing", {}, agent},
+      {"/api/v1/tables", "all tables and the state of their sampling", {}, listTables},
       {"/api/v1/tables/{table}", "one table with its columns", {}, showTable},
-      {"/api/v1/tables/{table}/rows", "the table's rows now", rowsParameters(), readRows},
+      {"/api/v1/tables/{table}/rows", "the table's current rows", rowsParameters(), readRows},
       {"/api/v1/tables/{table}/events", "the recent events of an event table", eventsParameters(),
        readEvents},
       {"/api/v1/subnodes", "the monitored systems, online or offline", {}, listSubnodes},
       {"/api/v1/situations",
-       "the situations that are watched; POST adds one",
+       "the situations being watched; POST adds one",
        {},
        listSituations,
        {{"POST", addSituation}}},
@@ -72,11 +73,11 @@ std::vector<Route> RestApi::ownRoutes() {
        showSituation,
        {{"DELETE", removeSituation}}},
       {"/api/v1/actions",
-       "the last commands; POST runs one",
+       "the most recent commands; POST runs one",
        {},
        listActions,
        {{"POST", runAction}}},
-      {"/api/v1/stream", "what happens, told live", streamParameters(), stream},
+      {"/api/v1/stream", "what happens, live", streamParameters(), stream},
       {"/healthz", "200 as long as the process serves", {}, showHealth},
       {"/readyz", "200 when the agent is ready, else 503", {}, showReadiness},
   };

@@ -18,8 +18,8 @@ class RestApi final : public Handler {
  public:
   static constexpr std::uint32_t kDefaultStreamLimit = 16;
 
-  /// `counters` tells what the server has done; called on HTTP threads. At most `streamLimit` live
-  /// streams are open at a time. `more` are routes beside its own.
+  /// `counters` says what the server has done; called on HTTP threads. At most `streamLimit` live
+  /// streams are open at a time. `more` are routes besides its own.
   RestApi(Agent& agent, std::function<Counters()> counters,
           std::uint32_t streamLimit = kDefaultStreamLimit, std::vector<Route> more = {});
 

@@ -21,8 +21,8 @@ std::vector<std::string> split(std::string_view pattern) {
   return parts;
 }
 
-/// What stands for the pattern's {name}, or an empty text if it has none; nothing if the path does
-/// not fit.
+/// What the path has for the pattern's {name}, or an empty text if it has none; nothing if the path
+/// does not match.
 std::optional<std::string> fit(const std::vector<std::string>& pattern,
                                const std::vector<std::string>& path) {
   if (pattern.size() != path.size()) {

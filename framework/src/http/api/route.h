@@ -23,10 +23,10 @@ struct Request;
 struct Call {
   Agent& agent;
   const Request& request;
-  std::string name;  ///< what stands in the address for the {name} of the pattern; else empty
+  std::string name;  ///< what the address has for the {name} of the pattern; else empty
 };
 
-/// What is done at an address: it answers at once, or later, from any thread. It must not block.
+/// What is done at an address: answers at once, or later, from any thread. It must not block.
 using Answer = std::function<Response(const Call&)>;
 using LaterAnswer = std::function<void(const Call&, std::shared_ptr<Responder>)>;
 using Operation = std::variant<Answer, LaterAnswer>;
@@ -37,10 +37,10 @@ struct Change {
   Operation operation;
 };
 
-/// One kind of addresses, and all that there is to say about it.
+/// One kind of address, and all that there is to say about it.
 struct Route {
   std::string_view pattern;  ///< "/api/v1/tables/{table}/rows": one {name} at most, never empty
-  std::string_view about;    ///< what it gives, for people; empty: it is part of another one
+  std::string_view about;    ///< what it returns, for people; empty: it is part of another one
   std::vector<ParameterRule> parameters;
   Operation read;
   std::vector<Change> changes = {};
@@ -48,14 +48,14 @@ struct Route {
   std::vector<std::string> methods() const;
   std::string allow() const;  ///< the methods as a header lists them
 
-  /// What is done with a method; null when it is not taken.
+  /// What is done with a method; null when it is not allowed.
   const Operation* find(std::string_view method) const;
 };
 
 /// All addresses of a site.
 class RouteTable {
  public:
-  /// No two patterns fit the same address.
+  /// No two patterns match the same address.
   explicit RouteTable(std::vector<Route> routes);
 
   struct Match {
@@ -72,7 +72,7 @@ class RouteTable {
   std::vector<std::vector<std::string>> patterns_;  // the parts of each route's pattern
 };
 
-/// The JSON document that lists routes, but for those that are part of another one.
+/// The JSON document that lists routes, except those that are part of another one.
 std::string indexJson(const std::vector<Route>& routes);
 
 }  // namespace fw::http

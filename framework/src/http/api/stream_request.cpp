@@ -20,7 +20,7 @@ std::optional<Problem> checkKind(const std::string& kind) {
   }
   return withNearest({400,
                       "unknown-kind",
-                      "There is no such kind of entries",
+                      "There is no such kind of entry",
                       "There is no kind \"" + kind +
                           "\"; parameter kind takes event, subnode, situation and action.",
                       {{"parameter", "kind"}}},
@@ -32,8 +32,8 @@ Problem badPosition(const std::string& text, const char* where) {
           "bad-position",
           "The position can't be understood",
           "\"" + text + "\" in " + where +
-              " is no position in the stream; give the id of an entry as the agent sent it, or "
-              "none to begin now.",
+              " is not a position in the stream; give the id of an entry as the agent sent it, "
+              "or none to begin now.",
           {{"parameter", where}}};
 }
 
@@ -83,7 +83,7 @@ Response openStream(const Call& call, StreamHub& streams) {
   auto body = streams.open(std::make_unique<EventStream>(journal, std::move(asked.filter), after));
   if (body == nullptr) {
     return problemResponse(busy("All " + std::to_string(streams.limit()) +
-                                " live streams are taken; close one, or raise http.stream_limit."),
+                                " live streams are open; close one, or raise http.stream_limit."),
                            path);
   }
   response.content = std::move(body);

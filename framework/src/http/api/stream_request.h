@@ -14,7 +14,7 @@ namespace fw::http {
 
 class StreamHub;
 
-/// What a client asks for that wants to listen.
+/// What a client that wants to listen asks for.
 struct StreamRequest {
   StreamFilter filter;
   std::optional<JournalPosition> after;  ///< without: from now on
@@ -22,8 +22,8 @@ struct StreamRequest {
 
 std::vector<ParameterRule> streamParameters();
 
-/// Reads checked parameters, and the header Last-Event-ID (empty: not given), which goes before
-/// `after`: a browser that comes back asks with the address of its first request.
+/// Reads checked parameters, and the header Last-Event-ID (empty: not given), which takes
+/// precedence over `after`: a browser that reconnects uses the address of its first request.
 std::variant<StreamRequest, Problem> parseStreamRequest(const std::vector<Parameter>& parameters,
                                                         const std::string& lastEventId);
 

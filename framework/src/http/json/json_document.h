@@ -23,7 +23,7 @@ struct NamedValue {
   bool operator==(const NamedValue&) const = default;
 };
 
-/// A JSON value: what a request brings, or what an answer tells. An object keeps its members in the
+/// A JSON value: what a request contains, or an answer. An object keeps its members in the
 /// order in which they were given; braces around members make one:
 ///
 ///     Json{{"name", "HEAP"}, {"samples", 3}, {"problem", nullptr}}
@@ -63,10 +63,10 @@ class Json {
   Object* object() { return std::get_if<Object>(&value_); }
   bool isNull() const { return std::holds_alternative<std::monostate>(value_); }
 
-  /// The member of an object; null when there is none, or this is no object.
+  /// The member of an object; null when there is none, or this is not an object.
   const Json* find(std::string_view name) const;
 
-  /// The text of the value: in one line, or in lines that are indented for people. Text that is not
+  /// The text of the value: in one line, or in indented lines, for people. Text that is not
   /// UTF-8 is shown with replacement characters.
   enum class Layout { Line, Indented };
   std::string dump(Layout layout = Layout::Line) const;
@@ -80,7 +80,7 @@ class Json {
   friend bool operator==(const Json& a, const Json& b);
 
  private:
-  /// Whole numbers above the greatest std::int64_t alone are held without a sign.
+  /// Only whole numbers above the greatest std::int64_t are held without a sign.
   std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, List, Object>
       value_;
 };

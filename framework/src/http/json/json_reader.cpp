@@ -99,7 +99,7 @@ class Builder {
     }
     if (members.size() >= kMaxJsonMembers) {
       return fail(nextPiece(), "The object has more than " + std::to_string(kMaxJsonMembers) +
-                                   " members; no more are taken.");
+                                   " members; no more are accepted.");
     }
     members.push_back({std::move(name), {}});
     return passed(Last::Name);
@@ -134,8 +134,8 @@ class Builder {
 
   bool enter(Json container) {
     if (open_.size() >= kMaxJsonDepth) {
-      return fail(nextPiece(), "Objects and arrays lie within each other too deep; at most " +
-                                   std::to_string(kMaxJsonDepth) + " levels are taken.");
+      return fail(nextPiece(), "Objects and arrays are nested too deeply; at most " +
+                                   std::to_string(kMaxJsonDepth) + " levels are accepted.");
     }
     Json* const placed = place(std::move(container));
     if (placed == nullptr) {
@@ -155,7 +155,7 @@ class Builder {
   Json* place(Json value) {
     if (++values_ > kMaxJsonValues) {
       fail(nextPiece(), "The document has more than " + std::to_string(kMaxJsonValues) +
-                            " values; no more are taken.");
+                            " values; no more are accepted.");
       return nullptr;
     }
     if (open_.empty()) {

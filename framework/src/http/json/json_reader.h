@@ -9,13 +9,13 @@
 
 namespace fw::http {
 
-/// Why a text is no JSON document that may come in.
+/// Why a text is not an acceptable JSON document.
 struct JsonError {
   std::size_t position = 0;  ///< bytes from the start of the text
   std::string message;       ///< what was found and what was expected, for people
 };
 
-/// Objects and arrays within each other at most.
+/// The deepest nesting of objects and arrays.
 inline constexpr std::size_t kMaxJsonDepth = 16;
 
 /// Members of one object at most: looking for a name takes longer the more there are.

@@ -23,19 +23,19 @@ struct Problem {
   std::string allow = {};  ///< of a 405: the methods that the address takes, as a header lists them
 };
 
-/// The answer that tells of a problem with the request for `path`.
+/// The answer that reports a problem with the request for `path`.
 Response problemResponse(const Problem& problem, std::string_view path);
 
-/// The problem with a name that is not known; it gets the known one that may have been meant.
+/// The problem of an unknown name; it gets the known one that may have been meant.
 Problem withNearest(Problem problem, std::string_view name, const std::vector<std::string>& known);
 
-// The problems that more than one place tells of.
+// The problems that more than one place reports.
 Problem badRequest(std::string detail);
 Problem notFound(std::string_view path);
 Problem methodNotAllowed(std::string_view method, std::string allow);
 Problem busy(std::string detail);
 Problem notReady(std::string detail);
 Problem stopping(
-    std::string detail = "The agent has been told to stop and takes no more requests.");
+    std::string detail = "The agent has been told to stop and accepts no more requests.");
 
 }  // namespace fw::http

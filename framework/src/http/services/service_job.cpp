@@ -36,7 +36,7 @@ class ServiceJob {
       return;
     }
     ++service_->late;
-    RAS1_PRINT("WARN: service %s has no answer in time to %s", service_->name.c_str(),
+    RAS1_PRINT("WARN: service %s had no answer in time to %s", service_->name.c_str(),
                target_.c_str());
     answer({504,
             "deadline",
@@ -108,8 +108,9 @@ void startServiceJob(const ServiceRunner& runner, std::shared_ptr<AgentService> 
   if (!runner.lane.post("service " + service->name, task)) {
     runner.timers.cancel(timer);
     ++service->refused;
-    job->answer(busy(
-        "Too many requests wait for the agent's services; services.queue_limit is the limit."));
+    job->answer(
+        busy("Too many requests are waiting for the agent's services; services.queue_limit is the "
+             "limit."));
   }
 }
 

@@ -143,7 +143,7 @@ TEST(JsonReaderTest, BoundsDepthMembersAndValues) {
   EXPECT_EQ(failure(longList(kMaxJsonValues - 1)), "parsed");
   EXPECT_EQ(failure(longList(kMaxJsonValues)),
             std::to_string(2 * kMaxJsonValues - 1) +
-                ": The document has more than 65536 values; no more are taken.");
+                ": The document has more than 65536 values; no more are accepted.");
 }
 
 }  // namespace
