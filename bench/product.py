@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What the installed agent costs, seen from outside: its start, and the way of an event.
+"""What the installed agent costs, seen from outside: its start, and the latency of an event.
 
     bench/product.py --root ROOT start [--runs N]     exec to "ready" and to the first rows
     bench/product.py --root ROOT latency [--runs N]   end of a collection to the live stream

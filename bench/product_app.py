@@ -1,4 +1,4 @@
-"""The agent with the application that the measurements bring along."""
+"""The agent with the application that comes with the measurements."""
 
 import json
 import os
@@ -62,7 +62,7 @@ def runs_on(java_home):
 
 
 def ask(agent, path):
-    """What an address of the agent tells."""
+    """What an address of the agent returns."""
     status, body = agent.get(path)
     if status != 200:
         raise SystemExit(f"{path} is answered {status}: {body!r}")

@@ -1,7 +1,7 @@
 """Events of an application on their way to the clients of the live stream.
 
 The application hands events over as fast as the agent takes them. Every event has a number of the
-source, and what is lost is told: what was handed over must be what a client got and what it was
+source, and losses are reported: what was handed over must be what a client got and what it was
 told is lost. Only a client that is too slow for the agent's journal misses more; its gap in the
 agent's own numbers says how many.
 """
@@ -65,7 +65,7 @@ class Client:
         gap = seq - self.last_seq - 1
         absent = source - self.last_source - 1
         if absent != lost and not gap:
-            self.problem = f"{absent} events are missing before {source}, {lost} are told as lost"
+            self.problem = f"{absent} events are missing before {source}, {lost} are reported lost"
         self.lost += lost
         self.missed += gap
         self.events += count
@@ -137,7 +137,7 @@ def round_of(options, home, name, readers=1, deaf=0, rate=None, settings=""):
         for client in clients:
             # One message has no duration.
             client.rate = client.events / max(client.last_at - client.first_at, 0.001)
-        # A loss is told with the event that follows it.
+        # A loss is reported with the event that follows it.
         agent.post("/api/v1/actions", {"command": "emit 0"})
         row = wait_until_quiet(agent, clients)
         check(agent, clients, row)

@@ -148,7 +148,7 @@ void AgentProcess::deliverSignals() {
 }
 
 void AgentProcess::leaveTheEndToOthers() {
-  // Whoever began the shutdown may be on its way to exit() with a status of its own. Then this
+  // Whoever began the shutdown may be on its way to exit() with its own status. Then this
   // thread never reaches the end of the wait.
   const auto end = std::chrono::steady_clock::now() + kOthersEnd;
   for (;;) {

@@ -12,7 +12,7 @@ namespace host {
 /// Until open() everything is held: a stop in the middle of the start would take the library's
 /// client away under it. After that TERM and INT call the handler that the library asked for, or
 /// stop the agent when it has not asked. HUP waits for the library to ask. A stop is begun once.
-/// Used by the main thread alone.
+/// Used only by the main thread.
 class SignalPolicy {
  public:
   struct Delivery {

@@ -4,8 +4,8 @@
 #include <set>
 #include <string>
 
-/// Starts a program as a daemon: a process of its own session, adopted by init, with only its three
-/// standard streams open. Failures are traced, those after the last fork are written to the
+/// Starts a program as a daemon: a process with its own session, adopted by init, with only its
+/// three standard streams open. Failures are traced, those after the last fork are written to the
 /// daemon's error file.
 ///
 /// The command is split into words at blanks and tabs, without quoting; the first is the program's

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Sends malformed HTTP requests to an agent of its own, and watches how the agent does.
+"""Sends malformed HTTP requests to its own agent, and watches how the agent copes.
 
 All the while, slow clients send a byte a second, and a well-behaved one asks for rows. The agent
-must answer that one with 200 and fresh rows each time, never answer junk with a fault of its own
+must answer that one with 200 and fresh rows each time, never answer junk with its own failure
 (500), not grow, and stop with status 0 afterwards. The requests follow from the seed.
 """
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Storms of shutdowns: each runs the library under load in a process of its own and stops it from
+"""Storms of shutdowns: each runs the library under load in its own process and stops it from
 several sides at once. Every process must end, and with the status that was meant: 0, or 255 when a
 Java Error was among the causes."""
 

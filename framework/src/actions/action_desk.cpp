@@ -317,7 +317,7 @@ void ActionDesk::expire(const RunPtr& run) {
 }
 
 void ActionDesk::tell(const RunPtr& run) {
-  // A command may end while somebody tells that it is late: nobody is told an older state after a
+  // A command may end while somebody reports that it is late: nobody gets an older state after a
   // newer one.
   const MutexLock telling(run->telling);
   ActionStatus status;

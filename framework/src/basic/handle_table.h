@@ -51,7 +51,7 @@ class HandleTable {
   std::optional<std::uint32_t> uses(RES1_Handle handle) const;
 
   /// Ends a handle unless it is in use; false when it is, or is unknown. The decision is atomic:
-  /// once this says true no use() succeeds any more, so the resource may go.
+  /// once this returns true no further use() succeeds, so the resource may go.
   bool removeUnused(RES1_Handle handle);
 
   /// Ends a handle whatever its uses; false when it is unknown.

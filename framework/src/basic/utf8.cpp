@@ -40,7 +40,7 @@ Lead leadOf(std::uint8_t byte) {
 }
 
 // Bytes at the beginning that belong together: a character, or as much of one as is well-formed;
-// at least 1. `whole` tells which.
+// at least 1. `whole` says which.
 std::size_t pieceLength(std::string_view text, bool& whole) {
   const std::uint8_t first = byteAt(text, 0);
   if (first < 0x80) {

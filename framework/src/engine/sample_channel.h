@@ -66,7 +66,7 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   /// Leaves alone a request object that was not released: its callback may never have returned.
   ~SampleChannel();
 
-  /// Asks for current rows. The waiter is told, at once or later, unless it is gone by then; when
+  /// Asks for current rows. The waiter gets them, at once or later, unless it is gone by then; when
   /// all who wait for a sample are gone before its turn, it is not taken.
   void sample(const Predicate& predicate, const std::weak_ptr<SampleWaiter>& waiter,
               std::size_t slot);
@@ -81,7 +81,7 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
   /// Has the object of a RowObject deleted in its turn.
   void takeBack(std::unique_ptr<vuira> object);
 
-  /// Waits at most `bound` until no object of openRow() exists any more.
+  /// Waits at most `bound` until no object of openRow() is left.
   bool waitReturned(std::chrono::milliseconds bound) const;
 
   /// The newest rows without hints; null when there are none.
@@ -129,7 +129,7 @@ class SampleChannel : public std::enable_shared_from_this<SampleChannel> {
 
   void take(const std::shared_ptr<Sampling>& sampling);
   SampleOutcome outcomeOf(const Sampling& sampling);
-  /// Ends a sampling and tells those who wait for it.
+  /// Ends a sampling and notifies its waiters.
   void finish(const std::shared_ptr<Sampling>& sampling, const SampleOutcome& outcome);
   Sample callAgent(const Hints& hints, const Predicate& predicate);
   std::unique_ptr<vuira> makeObject(const Hints& hints, const Predicate& predicate);

@@ -34,7 +34,7 @@ std::unique_ptr<vuira> openRequest(TableManager& manager, RequestDetail detail);
 
 /// Asks an object for its rows, and counts them. Throws std::runtime_error when they are not as the
 /// table was described, `label` names the pair in its text; and when there are none because the
-/// agent failed, which only its trace tells.
+/// agent failed, which only its trace shows.
 Sample takeSample(vuira& object, Clock& clock, const TableInfo& info, TableMeters& meters,
                   const std::string& label);
 

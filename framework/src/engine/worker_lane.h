@@ -14,9 +14,9 @@ namespace fw {
 class TimerQueue;
 
 /// Workers of one kind. Threads start when there is work for them. A task that does not return
-/// keeps its thread, and another thread stands in: at once when the task counts as stuck, and after
-/// Limits::growAfter when work waits behind tasks that are merely slow. Stand-ins are limited in
-/// number, and end when no longer needed.
+/// keeps its thread, and another thread takes its place: at once when the task counts as stuck, and
+/// after Limits::growAfter when work waits behind tasks that are merely slow. Stand-ins are limited
+/// in number, and end when no longer needed.
 class WorkerLane {
  public:
   using Task = std::function<void()>;

@@ -134,7 +134,7 @@ void Subscription::deleteInTurn() {
   if (object_ != nullptr) {
     auto& handles = HandleTable::instance();
     const bool isUsed = handles.uses(object_->handle) && !handles.removeUnused(object_->handle);
-    // Whoever gives the last use back has this called again. Sealed gates leave the object alone:
+    // Giving the last use back has this called again. Sealed gates leave the object alone:
     // what its destructor would call is gone by then.
     if (isUsed || !shared_.gate.runCleanup([this] { object_.reset(); })) {
       return;

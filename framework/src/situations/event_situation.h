@@ -19,8 +19,8 @@
 namespace fw {
 
 /// A situation on an event table: the agent pushes the rows that pass. One subscription for all, or
-/// one per named subnode, which tells the subnodes apart by the column of their origin. Each batch
-/// of rows is reported; the situation itself is never true.
+/// one per named subnode, which distinguishes the subnodes by the column of their origin. Each
+/// batch of rows is reported; the situation itself is never true.
 class EventSituation final : public WatchedSituation,
                              public std::enable_shared_from_this<EventSituation> {
  public:

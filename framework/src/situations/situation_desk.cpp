@@ -102,7 +102,7 @@ std::optional<RequestError> SituationDesk::unwatch(std::string_view name) {
                                nearest.empty() ? "" : " Did you mean " + nearest + "?"),
                    nearest);
     }
-    // Under the lock, so that a new situation of that name is told of after the end of this one.
+    // Under the lock, so that a new situation of that name is reported after the end of this one.
     found->second->disarm();
     sweep();
     leaving_.push_back(found->second);

@@ -42,8 +42,8 @@ class SituationDesk final : public Situations, public TableObserver {
     EventSituation::Subscriptions subscriptions;
   };
 
-  /// `notice` is told every change of a situation, in order, on any thread and without a lock; it
-  /// must neither block nor throw, and lives as long as the engine.
+  /// `notice` is called for every change of a situation, in order, on any thread and without a
+  /// lock; it must neither block nor throw, and lives as long as the engine.
   SituationDesk(const Surroundings& surroundings, SituationNotices::Notice notice);
   SituationDesk(const SituationDesk&) = delete;
   SituationDesk& operator=(const SituationDesk&) = delete;

@@ -26,7 +26,7 @@ class SituationState {
   /// This many pushed rows pass.
   bool pushed(std::uint64_t passing);
 
-  /// A pair is not watched any more, and so not true.
+  /// A pair is no longer watched, and so not true.
   bool drop(const std::string& shown, Clock::WallTime now);
 
   /// It ends. The last change: nothing happens after it.

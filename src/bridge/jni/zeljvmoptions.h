@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-/// Reads JVM options, one per logical line, passed on as they are; the first one is the class path.
+/// Reads JVM options, one per logical line, passed on unchanged; the first one is the class path.
 ///
 /// A backslash at the end of a line continues it, less the leading blanks of the next one. Comment
 /// lines ("#") and blank lines end a logical line, even before the first: a file that begins with

@@ -31,7 +31,7 @@ std::uint64_t StreamHub::refused() const {
 }
 
 void StreamHub::wakeAll() {
-  // A body wakes a connection under a lock of its own, so none is woken under this one.
+  // A body wakes a connection under its own lock, so none is woken under this one.
   std::vector<std::shared_ptr<LiveBody>> open;
   {
     const MutexLock lock(mutex_);

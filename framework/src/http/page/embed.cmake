@@ -14,7 +14,7 @@ foreach(file IN LISTS FILES)
   file(READ "${FOLDER}/${file}" hex HEX)
   string(LENGTH "${hex}" digits)
   math(EXPR length "${digits} / 2")
-  # Compilers limit the length of one literal, so the content stands in many short ones.
+  # Compilers limit the length of one literal, so the content is split into many short ones.
   set(literals "")
   set(at 0)
   while(at LESS digits)

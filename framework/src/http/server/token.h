@@ -20,7 +20,7 @@ struct Token {
 /// that may be known protects nothing.
 Token loadToken(const std::string& home);
 
-/// Whether two secrets are equal; the time it takes tells nothing about where they differ.
+/// Whether two secrets are equal; the time it takes reveals nothing about where they differ.
 bool isSameSecret(std::string_view a, std::string_view b);
 
 }  // namespace fw::http

@@ -68,7 +68,7 @@ int KDH1_Delete(KDH1_handle service) {
 int KDH1_ActivityOptions(KDH1_request_handle request, int kind, const std::uint32_t* newOptions,
                          std::uint32_t* currentOptions) {
   RAS1_FLOW();
-  // The new options may stand where the current ones are put.
+  // The new options may be where the current ones are put.
   const std::uint32_t wanted = newOptions == nullptr ? 0 : *newOptions;
   const std::uint32_t* const change = newOptions == nullptr ? nullptr : &wanted;
   if (currentOptions != nullptr) {

@@ -6,8 +6,8 @@ namespace fw::http {
 enum Kdh1Code : int {
   kKdh1Ok = 0,
   kKdh1BadArgument = 0x7C4C0001,       ///< null where it must not be, or a name that can't be used
-  kKdh1DeadHandle = 0x7C4C0002,        ///< no such service or request, or not any more
-  kKdh1NotAvailable = 0x7C4C0003,      ///< the agent stops: there are no services any more
+  kKdh1DeadHandle = 0x7C4C0002,        ///< no such service or request, or no longer
+  kKdh1NotAvailable = 0x7C4C0003,      ///< the agent is stopping: there are no more services
   kKdh1NameTaken = 0x7C4C0004,         ///< another service has this name
   kKdh1TooManyServices = 0x7C4C0005,   ///< ServiceRegistry::kMaxServices exist
   kKdh1OutOfOrder = 0x7C4C0006,        ///< not now: before what must come first, or a second time

@@ -39,7 +39,7 @@ class ServiceCall {
   int put(const char* data, std::uint32_t length);
 
   /// The answer, when the callback has returned `result`: the response if that was a success and
-  /// is complete, else a problem that tells nothing of what went wrong inside.
+  /// is complete, else a problem that reveals nothing about what went wrong inside.
   Response finish(int result);
 
  private:

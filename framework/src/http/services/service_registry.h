@@ -19,7 +19,7 @@ struct AgentService {
   KDH1_service_t callback = nullptr;
   void* context = nullptr;
 
-  /// Ended or deleted: no callback begins any more.
+  /// Ended or deleted: no more callbacks begin.
   std::atomic<bool> isOver{false};
 
   // What became of its requests.
@@ -35,7 +35,7 @@ struct AgentService {
 /// The services of the agent, as KDH1_* makes them and the HTTP server finds them.
 ///
 /// It belongs to the process, because the agent may make a service before there is a server and
-/// delete it when there is none any more. A service is served while somebody listens in it. Any
+/// delete it when there no longer is one. A service is served while somebody listens for it. Any
 /// thread may call; the operations that return an int return a Kdh1Code.
 class ServiceRegistry {
  public:
