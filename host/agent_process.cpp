@@ -175,7 +175,7 @@ bool AgentProcess::hasApplicationAsked() const {
   if (guard_.vm() == nullptr) {
     return false;
   }
-  // On a thread of its own: a virtual machine that is about to exit lets none go on.
+  // On a separate thread: a virtual machine that is about to exit lets none continue.
   auto asked = std::make_shared<std::atomic<bool>>(false);
   runBounded(kPropertyBound, [asked, vm = guard_.vm()] {
     *asked = javaProperty(*vm, kStopReasonProperty).has_value();
@@ -188,7 +188,7 @@ int AgentProcess::lastWords(int status) noexcept {
   runBounded(kFlushBound, [] { std::fflush(nullptr); });
   agentfw::host::flush(kFlushBound);
   lock_->clear();
-  // Whoever watches the process takes 0 for an end that was wanted.
+  // Whoever watches the process takes 0 for an intended end.
   const bool isUnasked = status == kExitOk && !isEndAsked_;
   if (status == kExitOk && !isUnasked) {
     return status;

@@ -62,7 +62,7 @@ void makeWritable(const std::string& folder, const char* what) {
   }
 }
 
-/// The next line with those that go on in it, without blanks around each.
+/// The next line with its continuations, without blanks around each.
 std::string nextEntry(std::istream& in) {
   std::string entry;
   for (std::string line; std::getline(in, line);) {
@@ -141,7 +141,7 @@ std::vector<std::string> openToOthers(const Home& home) {
                       path, status.st_uid, geteuid()));
     } else if ((status.st_mode & S_IWOTH) != 0) {
       warnings.push_back(
-          fmt::format("{} can be changed by every user; take the right away with: "
+          fmt::format("{} can be changed by every user; prevent that with: "
                       "chmod o-w {}",
                       path, path));
     }

@@ -24,8 +24,8 @@ Home findHome(const std::string& folder);
 /// there. Throws StartError.
 void prepareHome(const Home& home);
 
-/// Which folders and files of the agent other users can change, one warning each: who can, decides
-/// what the agent runs, or what is found under the names that it writes to.
+/// Which folders and files of the agent other users can change, one warning each: whoever can
+/// decides what the agent runs, or what is found under the names that it writes to.
 std::vector<std::string> openToOthers(const Home& home);
 
 /// Paths of the options files in the home's config/, one per product code, sorted.
@@ -35,7 +35,7 @@ std::vector<std::string> optionsFiles(const Home& home);
 std::string optionsFile(const Home& home, const std::string& productCode);
 
 /// The options in the options file, without the class path, which is its first line. A backslash at
-/// the end of a line goes on in the next one.
+/// the end of a line continues it in the next one.
 std::vector<std::string> optionsIn(const std::string& path);
 
 /// Reads the options file as far as a start can fail for it: it must be there, and its first line

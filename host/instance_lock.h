@@ -6,7 +6,7 @@ namespace host {
 
 /// Keeps a second agent out of a home: a locked file that holds the process id.
 ///
-/// The kernel gives the lock up when the process ends in whatever way, so a file left behind means
+/// The kernel releases the lock however the process ends, so a file left behind means
 /// nothing. The descriptor closes on exec, so no spawned daemon inherits the lock. Only the agent's
 /// user can open the file: whoever can read a file can lock it, and would keep the agent from
 /// starting.

@@ -33,11 +33,11 @@ struct JvmSearch {
 /// `java` on PATH, then the newest among the installations.
 JvmSearch findJvm(const JvmPlaces& places);
 
-/// What to tell a person when a search passed over JAVA_HOME and took another virtual machine;
+/// What to tell the user when a search rejected JAVA_HOME and took another virtual machine;
 /// empty when it did not.
 std::string javaHomeWarning(const JvmPlaces& places, const JvmSearch& search);
 
-/// What to tell a person when a search found nothing: where it looked, and what to do.
+/// What to tell the user when a search found nothing: where it looked, and what to do.
 std::string noJvmText(const JvmSearch& search);
 
 /// Every Java virtual machine in a folder of installations, newest first, each once.

@@ -7,7 +7,7 @@
 
 namespace host {
 
-/// How many logs of earlier starts are kept beside the present one's.
+/// How many logs of earlier starts are kept besides the current one.
 inline constexpr std::size_t kOldJvmLogs = 10;
 
 /// The logs of the Java virtual machine of one agent: PRODUCT.INSTANCE.SECONDS.JVM.log, one per

@@ -14,7 +14,7 @@ namespace host {
 ///
 /// `since` is when the process started: older files are not its own. Nor are files of other users,
 /// links and named pipes read. Trace lines that hold `told`, if that is not empty, are left out:
-/// the reader knows them.
+/// the reader knows them already.
 std::string logExcerpt(const std::string& logsFolder, const JvmLogs& jvmLogs, pid_t process,
                        std::time_t since, const std::string& told = "");
 

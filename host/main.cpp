@@ -36,10 +36,10 @@ void warnOf(const std::vector<std::string>& warnings) {
   }
 }
 
-/// Warns of options that `jvm` would pass over.
+/// Warns of options that `jvm` would ignore.
 void warnOfUnknownOptions(const std::string& jvm, const std::string& optionsFile) {
   for (const std::string& option : unknownJvmOptions(jvm, optionsIn(optionsFile))) {
-    warnOf({fmt::format("{}: {} does not know the option {}, and passes over it", optionsFile, jvm,
+    warnOf({fmt::format("{}: {} does not know the option {}, and ignores it", optionsFile, jvm,
                         option)});
   }
 }
@@ -97,7 +97,7 @@ int checkConfiguration(const Home& home) {
     warnOf(checkOptionsFile(home, file));
     warnOfUnknownOptions(jvm, file);
   }
-  fmt::print("{}: the configuration is good\n", home.root);
+  fmt::print("{}: the configuration is valid\n", home.root);
   return kExitOk;
 }
 

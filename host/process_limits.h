@@ -7,9 +7,9 @@ namespace host {
 /// Enough for the connections, targets and files of a large agent.
 inline constexpr std::size_t kMaxDescriptors = 4096;
 
-/// Opens those of the descriptors 0 to 2 that are closed, on /dev/null: else the first files that
-/// the agent opens get their numbers, and what is printed goes into them. First of all in main().
-/// False when that is not possible.
+/// Opens those of the descriptors 0 to 2 that are closed, on /dev/null: otherwise the first files
+/// that the agent opens would get their numbers, and receive what is printed. Call first of all in
+/// main(). False when that is not possible.
 bool occupyStandardStreams() noexcept;
 
 /// Makes the process one that spawned programs can inherit from: no signal blocked, none ignored.
@@ -17,7 +17,7 @@ bool occupyStandardStreams() noexcept;
 void resetInheritedSignals() noexcept;
 
 /// From here on a write to a pipe that nobody reads, or to a file that is as large as the limit
-/// allows, fails and no more: its signal would end the process. The signals are caught, not
+/// allows, merely fails; its signal would end the process. The signals are caught, not
 /// ignored, so that spawned programs have their default effect. Call before any thread exists.
 void outliveFailedWrites() noexcept;
 

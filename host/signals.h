@@ -13,7 +13,7 @@
 /// the handler. What the kernel calls instead writes the number to a pipe, on whatever thread; the
 /// main thread, which does nothing else, reads the pipe and calls the remembered handler as an
 /// ordinary function, one signal at a time. QUIT, which asks a Java process for a thread dump,
-/// comes to the main thread in the same way, unless a Java virtual machine without -Xrs takes it.
+/// reaches the main thread in the same way, unless a Java virtual machine without -Xrs handles it.
 /// Other signals go to the C library unchanged. No mask is touched and nothing is ignored, so
 /// programs that are spawned start clean.
 

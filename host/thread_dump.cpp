@@ -67,7 +67,7 @@ std::string classNameOf(std::string_view signature) {
   return name;
 }
 
-/// The source line of a place in a method; 0 when nothing tells.
+/// The source line of a place in a method; 0 when unknown.
 jint lineOf(jvmtiEnv& jvmti, const jvmtiFrameInfo& frame) {
   jint count = 0;
   Held<jvmtiLineNumberEntry> table(jvmti);
@@ -91,7 +91,7 @@ std::string frameText(jvmtiEnv& jvmti, JNIEnv& jni, const jvmtiFrameInfo& frame)
   Held<char> method(jvmti);
   if (jvmti.GetMethodDeclaringClass(frame.method, &type) != JVMTI_ERROR_NONE ||
       jvmti.GetMethodName(frame.method, method.out(), nullptr, nullptr) != JVMTI_ERROR_NONE) {
-    return "    at a method that is unknown\n";
+    return "    at an unknown method\n";
   }
   Held<char> signature(jvmti);
   Held<char> file(jvmti);
@@ -150,7 +150,7 @@ std::string dump(JavaVM& vm) {
   JNIEnv* jni = nullptr;
   jvmtiEnv* jvmti = nullptr;
   if (vm.AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&jni), &arguments) != JNI_OK) {
-    return "zelagent: no thread dump: the Java virtual machine takes no more threads\n";
+    return "zelagent: no thread dump: the Java virtual machine accepts no more threads\n";
   }
   std::string text = "zelagent: no thread dump: the Java virtual machine offers none\n";
   if (vm.GetEnv(reinterpret_cast<void**>(&jvmti), JVMTI_VERSION_1_2) == JNI_OK) {
@@ -167,7 +167,7 @@ void dumpThreads(JavaVM_* vm) noexcept {
   RAS1_FUNCTION();
   static std::atomic<bool> isDumping{false};
   if (vm == nullptr) {
-    std::fputs("zelagent: no thread dump: no Java virtual machine runs yet\n", stderr);
+    std::fputs("zelagent: no thread dump: no Java virtual machine is running yet\n", stderr);
     return;
   }
   if (isDumping.exchange(true)) {
@@ -184,7 +184,7 @@ void dumpThreads(JavaVM_* vm) noexcept {
       }
       isDumping = false;
     }).detach();
-  } catch (const std::exception& e) {  // no thread to be had
+  } catch (const std::exception& e) {  // no thread available
     isDumping = false;
     RAS1_PRINT("ERROR: no thread dump. %s", e.what());
   }

@@ -132,7 +132,7 @@ class FilesTest(unittest.TestCase):
 
                 options = agent.home / "config/zjxwb.properties"
                 self.assertIn(f"zelagent: warning: {options}: ", agent.stderr())
-                self.assertIn("does not know the option -Xmz64m, and passes over it",
+                self.assertIn("does not know the option -Xmz64m, and ignores it",
                               agent.stderr())
                 self.assertIn("-XX:-MaxFdLimit (Did you mean '(+/-)MaxFDLimit'?)", agent.stderr())
 

@@ -161,7 +161,7 @@ TEST_F(AgentProcessTest, GoesOnWhenItIsAskedForAThreadDump) {
   waitUntilReady();
 
   process().signal(SIGQUIT);
-  ASSERT_TRUE(process().waitForErrors("no thread dump: no Java virtual machine runs yet\n"));
+  ASSERT_TRUE(process().waitForErrors("no thread dump: no Java virtual machine is running yet\n"));
   process().signal(SIGTERM);
 
   EXPECT_EQ(process().wait(), kExitOk);

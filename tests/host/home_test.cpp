@@ -76,15 +76,15 @@ TEST_F(HomeTest, TellsWhatOtherUsersCanChange) {
     fs::permissions(path, fs::perms::others_write, fs::perm_options::add);
   }
 
-  EXPECT_EQ(openToOthers(home), (std::vector<std::string>{
-                                    files.logs().string() +
-                                        " can be changed by every user; take the right away with: "
-                                        "chmod o-w " +
-                                        files.logs().string(),
-                                    options.string() +
-                                        " can be changed by every user; take the right away with: "
-                                        "chmod o-w " +
-                                        options.string()}));
+  EXPECT_EQ(openToOthers(home),
+            (std::vector<std::string>{files.logs().string() +
+                                          " can be changed by every user; prevent that with: "
+                                          "chmod o-w " +
+                                          files.logs().string(),
+                                      options.string() +
+                                          " can be changed by every user; prevent that with: "
+                                          "chmod o-w " +
+                                          options.string()}));
 }
 
 TEST_F(HomeTest, TellsWhatBelongsToAnotherUser) {

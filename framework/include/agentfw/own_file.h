@@ -16,7 +16,7 @@ namespace agentfw {
 /// An open file, or why there is none.
 struct OwnFile {
   int fd = -1;        ///< the caller closes it; -1 when there is none
-  std::string error;  ///< what is wrong with the file and what helps, for people; without its path
+  std::string error;  ///< what is wrong with the file and the remedy, for people; without its path
 };
 
 inline OwnFile refuseOwnFile(int fd, const std::string& error) {
@@ -24,14 +24,14 @@ inline OwnFile refuseOwnFile(int fd, const std::string& error) {
   return {-1, error + "; remove it, or move it away"};
 }
 
-/// Opens a file that belongs to the user of this process, or makes it. `flags` are those of open(),
-/// without O_TRUNC; `mode` is the most that a file opened for writing may allow: what it allows
-/// beyond is taken away.
+/// Opens a file that belongs to the user of this process, or creates it. `flags` are those of
+/// open(), without O_TRUNC; `mode` is the most that a file opened for writing may allow: anything
+/// beyond that is taken away.
 ///
-/// Whoever may write to the folder could have put something else under the name, and a process
-/// that runs as root would then write wherever that leads: so a link, a second name of a file, and
-/// a file of somebody else are refused. A named pipe, which would keep the process waiting, is
-/// refused as well, as is everything else that is not a regular file.
+/// Whoever may write to the folder could have put something else under the name, and a process that
+/// runs as root would then write wherever that leads: so a link, a second name of a file, and
+/// somebody else's file are refused. A named pipe, which would keep the process waiting, is refused
+/// as well, as is everything else that is not a regular file.
 inline OwnFile openOwnFile(const std::string& path, int flags, mode_t mode) {
   const int fd = open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode);
   if (fd < 0) {
@@ -70,8 +70,8 @@ inline OwnFile openOwnFile(const std::string& path, int flags, mode_t mode) {
   return {fd, {}};
 }
 
-/// What the log files of an agent allow: its group may read them, since they hold what people had
-/// done through the agent.
+/// What the log files of an agent allow: its group may read them, but nobody else, since they
+/// record what people have done through the agent.
 inline constexpr mode_t kLogMode = 0640;
 
 }  // namespace agentfw

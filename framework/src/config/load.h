@@ -24,7 +24,8 @@ struct LoadedConfig {
 std::string configFileOf(const std::string& home);
 
 /// Reads and checks `HOME/config/agent.yaml`. All errors are found, not just the first. Relative
-/// paths become absolute, from the home on; names that the file does not give come from the home's.
+/// paths become absolute, starting at the home; names that the file does not give come from the
+/// home's.
 LoadedConfig loadConfig(const std::string& home);
 
 /// The same for a text; `file` is its name in the errors. Paths are left unchanged.

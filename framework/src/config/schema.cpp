@@ -50,9 +50,9 @@ void addIdentity(std::vector<Setting>& all) {
   all.push_back(text("product.version", MEMBER(product.version), versionRule(),
                      "Version of the product; without it, that of the framework."));
   all.push_back(text("instance", MEMBER(instance), instanceRule(),
-                     "Tells agents on one machine apart: the first part of the agent's node name, "
-                     "and a part of the names of its Java virtual machine's logs. Without it, the "
-                     "name of the product home's folder, shortened where that is longer."));
+                     "Distinguishes agents on one machine: the first part of the agent's node "
+                     "name, and part of the names of its Java virtual machine's logs. Without it, "
+                     "the name of the product home's folder, shortened if necessary."));
   all.push_back(text("host", MEMBER(host), hostRule(),
                      "Host name in the agent's node name; without it, the machine's."));
   all.push_back(variables("environment", MEMBER(environment),
@@ -87,13 +87,14 @@ void addEngine(std::vector<Setting>& all) {
                          "A collector that has not returned after this long is reported as stuck, "
                          "and another worker takes its place."));
   all.push_back(duration("engine.coalesce_age", MEMBER(engine.coalesceAge), 0ms, 1h,
-                         "Reports share a sample that is not older than this."));
-  all.push_back(duration("engine.drain_bound", MEMBER(engine.drainBound), 0ms, 1min,
-                         "Wait for collectors that are running when the agent stops; the whole "
-                         "stop takes at most ZEL_STOP_LIMIT seconds (20)."));
+                         "Reports share a sample that is no older than this."));
+  all.push_back(
+      duration("engine.drain_bound", MEMBER(engine.drainBound), 0ms, 1min,
+               "How long to wait for collectors that are running when the agent stops; the whole "
+               "stop takes at most ZEL_STOP_LIMIT seconds (20)."));
   all.push_back(duration("engine.subnode_wait", MEMBER(engine.subnodeWait), 0ms, 10min,
                          "An agent with tables that have rows per subnode is ready when its first "
-                         "subnode is registered, or after so long."));
+                         "subnode is registered, or after this long."));
   all.push_back(integer("engine.sample_workers", MEMBER(engine.sampleWorkers), 1, 256,
                         "Collectors that run at a time, as long as none is slow."));
   all.push_back(integer("engine.stuck_workers", MEMBER(engine.stuckWorkers), 0, 1'000,
@@ -169,10 +170,10 @@ void addTrace(std::vector<Setting>& all) {
       "replaced by `file:` and a source file, or `component:` and a component. `*` and `?` are "
       "wildcards. If several lines match a unit, the last one applies."));
   all.push_back(text("trace.file", MEMBER(trace.file), pathRule(),
-                     "The trace file; a relative path begins at the product home. Without it, "
+                     "The trace file; a relative path starts at the product home. Without it, "
                      "`../../logs/agent.log` if the home's folder is called jmx, otherwise "
                      "`../../logs/agent-NAME.log` with the folder's name. It must be a regular "
-                     "file of the agent's user, or not be there yet."));
+                     "file owned by the agent's user, or not exist yet."));
   all.push_back(size("trace.max_size", MEMBER(trace.maxSize), 64 * kKiB, 4 * kGiB,
                      "A file that reaches this size is renamed and a new one begun."));
   all.push_back(integer("trace.files", MEMBER(trace.files), 1, 1'000,

@@ -11,14 +11,14 @@ namespace fw {
 /// come from this one table.
 const std::vector<Setting>& configSchema();
 
-/// Of which an instance consists, and how long it is at most.
+/// The characters of an instance, and its greatest length.
 inline bool isInstanceChar(char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' ||
          c == '-';
 }
 inline constexpr std::size_t kMaxInstance = 12;
 
-/// The page docs/formats/agent-yaml.md, made from the schema.
+/// The page docs/formats/agent-yaml.md, generated from the schema.
 std::string configSchemaPage();
 
 }  // namespace fw

@@ -181,8 +181,8 @@ int Runtime::serve(Service& service) {
   return kRcOk;
 }
 
-// The agent registers its subnodes by itself, once it is loaded. Until the first has come a report
-// on it would find nothing, so whoever has waited for "ready" would see an agent without subnodes.
+// The agent registers its subnodes itself, once it is loaded. Until the first has come, a report on
+// it would find nothing, so whoever has waited for "ready" would see an agent without subnodes.
 void Runtime::awaitFirstSubnode() {
   RAS1_FUNCTION();
   const std::vector<TableStatus> tables = engine_.tables();

@@ -10,10 +10,10 @@ namespace fw::trace {
 bool writeFully(int descriptor, std::string_view data);
 
 /// A file that is renamed and begun anew when it is full: "agent.log" becomes "agent.1.log", that
-/// "agent.2.log", and so on. Not locked. What fails throws std::runtime_error with the reason.
+/// "agent.2.log", and so on. Not locked. Failures throw std::runtime_error with the reason.
 ///
-/// Only the process's user may write to it, and its group read it. Anything but a regular file of
-/// that user is refused; see agentfw/own_file.h.
+/// Only the process's user may write to it, and its group read it. Anything but a regular file
+/// owned by that user is refused; see agentfw/own_file.h.
 class TraceFile {
  public:
   /// Opens `path` to append to it; missing directories are made. `files` counts the one being
