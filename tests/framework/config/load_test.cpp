@@ -157,7 +157,7 @@ TEST(LoadTest, AKeyThatIsSetTwiceIsAnError) {
 TEST(LoadTest, KeysThatMustBeSetAreMissed) {
   EXPECT_EQ(
       parseConfig("instance: jmx\nproduct: {name: x}\n", "f").errors,
-      "f:1:1: \"product.code\" is missing: expected three capital letters or digits as in ZJX");
+      "f:1:1: \"product.code\" is missing: expected three capital letters or digits, as in ZJX");
   EXPECT_NE(parseConfig("", "f").errors.find("\"product.name\" is missing"), std::string::npos);
 }
 

@@ -62,7 +62,7 @@ TEST_F(EngineTest, RefusesATableThatIsDescribedWrongly) {
   const auto result = ask("GAP")->get();
   ASSERT_TRUE(result.error);
   EXPECT_EQ(result.error->kind, RequestError::Kind::TableRefused);
-  EXPECT_NE(result.error->message.find("stands at offset 4"), std::string::npos);
+  EXPECT_NE(result.error->message.find("is at offset 4"), std::string::npos);
 }
 
 TEST_F(EngineTest, TakesATableNameOnceOnlyAndAtMostItsLimit) {
