@@ -85,7 +85,7 @@ struct AgentConfig {
   /// The first part of the agent's node name. The loader fills in what follows from the home's name
   /// when the file does not say it.
   std::string instance;
-  std::string host;      ///< empty: the machine's name
+  std::string host;  ///< empty: the machine's name
   std::map<std::string, std::string> environment;
   HttpConfig http;
   EngineConfig engine;
