@@ -90,14 +90,14 @@ int main(int argc, char** argv) {
     const int listener = listenOnLoopback(port);
     MHD_Daemon* const daemon = MHD_start_daemon(
         MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG, 0, nullptr,
-        nullptr, &answer, response,                              //
-        MHD_OPTION_LISTEN_SOCKET, listener,                      //
-        MHD_OPTION_THREAD_POOL_SIZE, kThreads,                   //
-        MHD_OPTION_CONNECTION_LIMIT, kConnections,               //
-        MHD_OPTION_PER_IP_CONNECTION_LIMIT, kConnections,        //
-        MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemory,   //
-        MHD_OPTION_CONNECTION_TIMEOUT, kIdleSeconds,             //
-        MHD_OPTION_STRICT_FOR_CLIENT, 1,                         //
+        nullptr, &answer, response,                             //
+        MHD_OPTION_LISTEN_SOCKET, listener,                     //
+        MHD_OPTION_THREAD_POOL_SIZE, kThreads,                  //
+        MHD_OPTION_CONNECTION_LIMIT, kConnections,              //
+        MHD_OPTION_PER_IP_CONNECTION_LIMIT, kConnections,       //
+        MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemory,  //
+        MHD_OPTION_CONNECTION_TIMEOUT, kIdleSeconds,            //
+        MHD_OPTION_STRICT_FOR_CLIENT, 1,                        //
         MHD_OPTION_END);
     if (daemon == nullptr) {
       throw std::runtime_error("the server does not start");

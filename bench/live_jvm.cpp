@@ -71,9 +71,8 @@ LiveJvm::LiveJvm(const std::string& classPath, const std::string& options) {
   files::create_directories(root + "/agents/zb/config");
   files::create_directories(root + "/logs");
   files::current_path(root + "/agents/zb");
-  std::ofstream("config/zbwb.properties")
-      << (classPath.empty() ? BENCH_JAR : classPath) << "\n-agentpath:" << BENCH_ZELJRE << kOptions
-      << options;
+  std::ofstream("config/zbwb.properties") << (classPath.empty() ? BENCH_JAR : classPath)
+                                          << "\n-agentpath:" << BENCH_ZELJRE << kOptions << options;
   on_exit(endProcess, new std::string(root));
   ZelAgent::s_prodCode = "ZB";
   ZelAgent::s_instId = "bench";

@@ -121,10 +121,9 @@ void measure(benchmark::State& state, LiveJvm& jvm, vuira& request, int rows) {
     benchmark::DoNotOptimize(block.row(0));
   }
   // Of the processor time of all threads, the application's included.
-  state.counters["value"] =
-      benchmark::Counter(static_cast<double>(rows) * kColumns,
-                         benchmark::Counter::kIsIterationInvariantRate |
-                             benchmark::Counter::kInvert);
+  state.counters["value"] = benchmark::Counter(
+      static_cast<double>(rows) * kColumns,
+      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 int run(LiveJvm& jvm, Source source) {
@@ -139,9 +138,11 @@ int run(LiveJvm& jvm, Source source) {
     }
     const std::string name =
         (source == Source::Toolkit ? "toolkit/" : "prepared/") + std::to_string(rows);
-    benchmark::RegisterBenchmark(name.c_str(), [&jvm, &request, rows](benchmark::State& state) {
-      measure(state, jvm, request, rows);
-    })->Unit(benchmark::kMicrosecond)->MeasureProcessCPUTime();
+    benchmark::RegisterBenchmark(
+        name.c_str(),
+        [&jvm, &request, rows](benchmark::State& state) { measure(state, jvm, request, rows); })
+        ->Unit(benchmark::kMicrosecond)
+        ->MeasureProcessCPUTime();
   }
   std::printf("%s, %d columns, %u bytes a row\n", jvm.version().c_str(), kColumns, kRowBytes);
   return benchmark::RunSpecifiedBenchmarks() > 0 ? 0 : 1;

@@ -6,9 +6,9 @@
 
 #include "event_rows.h"
 #include "events/event_logs.h"
-#include "journal/journal.h"
 #include "events/subscription_set.h"
 #include "framework/engine/engine_fixture.h"
+#include "journal/journal.h"
 #include "recording_subscriber.h"
 
 namespace fw {
