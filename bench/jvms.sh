@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # What the scripts of this folder share. Sourced.
 
 # The build folder: the argument, or build/bench. Complains when nothing was built there.

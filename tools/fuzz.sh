@@ -4,13 +4,13 @@
 # folder in tests/fuzz/corpus once the failure is fixed.
 #   tools/fuzz.sh [SECONDS] [TARGET...]
 set -uo pipefail
-cd "$(dirname "$0")/.."
+cd "$(dirname "$0")/.." || exit
 
 seconds=${1:-10}
 shift $(($# > 0 ? 1 : 0))
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
-  targets=($(ls tests/fuzz/corpus))
+  mapfile -t targets < <(ls tests/fuzz/corpus)
 fi
 
 command -v clang++ > /dev/null || {

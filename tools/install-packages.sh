@@ -9,7 +9,8 @@ if ! command -v dpkg-query > /dev/null; then
   cat "$@" | sed 's/^/  /'
   exit 0
 fi
-for package in $(cat "$@"); do
+mapfile -t packages < <(cat "$@")
+for package in "${packages[@]}"; do
   status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2> /dev/null || true)
   [ "$status" = installed ] || missing+=("$package")
 done

@@ -3,7 +3,7 @@
 # machine, and with every Java virtual machine found.
 #   tools/attack/malformed.sh [MESSAGES] [SEED]
 set -uo pipefail
-cd "$(dirname "$0")/../.."
+cd "$(dirname "$0")/../.." || exit
 source bench/jvms.sh
 
 export ZEL_ATTACK_MESSAGES=${1:-100000}
