@@ -1,7 +1,6 @@
 #include "bridge/jni/zeljni.h"
 
 #include <cstdarg>
-#include <source_location>
 
 #include "agentfw/ras1.h"
 #include "bridge/jni/zeljvm.h"
@@ -11,20 +10,19 @@ RAS1_UNIT("ZELJNI");
 
 namespace {
 
-using Place = std::source_location;
-
-// Throws when the call before has left a Java exception, which is reported and cleared.
-void throwPending(JNIEnv& env, const Place& place = Place::current()) {
+// Throws when the call before has left a Java exception, which is reported and cleared. The line is
+// the caller's. (Clang 14 can't read std::source_location of this standard library.)
+void throwPending(JNIEnv& env, unsigned int line = __builtin_LINE()) {
   if (ZelJvm::hasException(env)) {
-    throw ZelException(__FILE_NAME__, place.line(), 1);
+    throw ZelException(__FILE_NAME__, line, 1);
   }
 }
 
 // For calls that answer null when they fail; one may answer null without an exception too.
 template <typename Reference>
-Reference orThrow(JNIEnv& env, Reference result, const Place& place = Place::current()) {
+Reference orThrow(JNIEnv& env, Reference result, unsigned int line = __builtin_LINE()) {
   if (result == nullptr) {
-    throwPending(env, place);
+    throwPending(env, line);
   }
   return result;
 }
