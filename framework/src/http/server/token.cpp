@@ -77,9 +77,9 @@ Token read(int fd, const std::string& path) {
   if (got < 0) {
     return failed("read", path, errno);
   }
-  std::string text(bytes.data(), static_cast<std::size_t>(got));
+  std::string_view text(bytes.data(), static_cast<std::size_t>(got));
   if (!text.empty() && text.back() == '\n') {
-    text.pop_back();
+    text.remove_suffix(1);
   }
   if (text.size() < kMinLength || text.size() > kMaxLength ||
       !std::all_of(text.begin(), text.end(), isTokenChar)) {
@@ -89,7 +89,7 @@ Token read(int fd, const std::string& path) {
                                kMinLength, kMaxLength),
                    kRemove);
   }
-  return {std::move(text), {}};
+  return {std::string(text), {}};
 }
 
 bool writeAll(int fd, std::string_view text) {
