@@ -20,7 +20,7 @@ bool activateConfig(AgentConfig config) {
   if (!active.compare_exchange_strong(none, next.get(), std::memory_order_acq_rel)) {
     return false;
   }
-  next.release();
+  static_cast<void>(next.release());
   return true;
 }
 

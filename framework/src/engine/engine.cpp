@@ -170,6 +170,7 @@ std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const
       return wrong;
     }
     std::vector<Report::Target> targets;
+    targets.reserve(subnodes.size());
     for (const SubnodeName& subnode : subnodes) {
       targets.push_back({subnode.shown, channelOf(*table, subnode)});
     }

@@ -24,7 +24,7 @@ std::optional<std::uint64_t> parseNumber(std::string_view text) {
 std::uint64_t bytesOf(const std::vector<std::string>& texts) {
   std::uint64_t bytes = 0;
   for (const std::string& text : texts) {
-    bytes += sizeof text + text.size();
+    bytes += sizeof(std::string) + text.size();
   }
   return bytes;
 }
