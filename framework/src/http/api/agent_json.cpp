@@ -39,6 +39,7 @@ Json toJson(const Counters& server) {
       {"connections_open", server.connectionsOpen},
       {"connections", server.connections},
       {"connections_refused", server.connectionsRefused},
+      {"connections_evicted", server.connectionsEvicted},
       {"requests_open", server.requestsOpen},
       {"requests", server.requests},
       {"requests_late", server.requestsLate},

@@ -11,6 +11,13 @@ std::shared_ptr<LiveBody> StreamHub::open(std::unique_ptr<LiveSource> source) {
   const MutexLock lock(mutex_);
   std::erase_if(bodies_, [](const auto& body) { return body.expired(); });
   if (bodies_.size() >= limit_) {
+    // Clients may leave and come back faster than the server clears away what they have left.
+    std::erase_if(bodies_, [](const auto& each) {
+      const auto body = each.lock();
+      return body == nullptr || !body->isWanted();
+    });
+  }
+  if (bodies_.size() >= limit_) {
     ++refused_;
     return nullptr;
   }

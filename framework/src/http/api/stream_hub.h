@@ -19,7 +19,8 @@ class StreamHub {
   StreamHub(const StreamHub&) = delete;
   StreamHub& operator=(const StreamHub&) = delete;
 
-  /// Opens a stream, which counts until its body is gone; null when there are too many.
+  /// Opens a stream, which counts until its body or its client is gone; null when there are too
+  /// many.
   std::shared_ptr<LiveBody> open(std::unique_ptr<LiveSource> source);
 
   std::uint32_t limit() const { return limit_; }

@@ -2,6 +2,7 @@
 
 #include <linux/sockios.h>
 #include <linux/tcp.h>
+#include <microhttpd.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -39,6 +40,12 @@ bool hasUntaken(int socket) {
   return ioctl(socket, SIOCOUTQ, &bytes) == 0 && bytes > 0;
 }
 
+/// Whether the answer to a request may still be on its way to a client that goes on sending.
+bool hasUnread(int socket) {
+  int bytes = 0;
+  return ioctl(socket, FIONREAD, &bytes) == 0 && bytes > 0;
+}
+
 Response tooSlow(const Exchange& exchange) {
   return problemResponse({504,
                           "deadline",
@@ -55,23 +62,80 @@ ConnectionTable::ConnectionTable(Clock& clock, Deadlines deadlines, ConnectionLi
 
 bool ConnectionTable::admit(std::uint32_t address) {
   RAS1_FUNCTION();
-  const MutexLock lock(mutex_);
-  const auto ofAddress =
-      std::count_if(connections_.begin(), connections_.end(),
-                    [address](const auto& item) { return item.second.address == address; });
-  if (connections_.size() < limits_.total && ofAddress < limits_.perAddress) {
-    return true;
+  Due due;
+  bool isAdmitted = false;
+  {
+    const MutexLock lock(mutex_);
+    const auto countIf = [this](auto&& condition) {
+      return static_cast<std::size_t>(std::count_if(
+          connections_.begin(), connections_.end(),
+          [&](const auto& item) { return !item.second.cut && condition(item.second); }));
+    };
+    const std::size_t open = countIf([](const Connection&) { return true; });
+    const std::size_t ofAddress =
+        countIf([address](const Connection& entry) { return entry.address == address; });
+    if (connections_.size() < limits_.withLeaving()) {
+      isAdmitted = ofAddress >= limits_.perAddress ? evictOne(address, due)
+                   : open >= limits_.total         ? evictOne(std::nullopt, due)
+                                                   : true;
+    }
+    if (!isAdmitted) {
+      ++counters_.connectionsRefused;
+      RAS1_PRINT("WARN: HTTP connection refused, %zu are open (limits %u, %u of one address)", open,
+                 limits_.total, limits_.perAddress);
+    }
   }
-  // A flood would flood the trace as well: each power of two is told.
-  const std::uint64_t refused = ++counters_.connectionsRefused;
-  if ((refused & (refused - 1)) == 0) {
-    RAS1_PRINT(
-        "WARN: HTTP connection refused, %zu are open (limits %u, %u from one address); "
-        "refused so far: %llu",
-        connections_.size(), limits_.total, limits_.perAddress,
-        static_cast<unsigned long long>(refused));
+  act(due);
+  return isAdmitted;
+}
+
+bool ConnectionTable::evictOne(std::optional<std::uint32_t> address, Due& due) {
+  const auto now = clock_.monotonic();
+  Connection* worst = nullptr;
+  int worstRank = 0;
+  for (auto& [key, entry] : connections_) {
+    const int rank = address && entry.address != *address ? 0 : evictionRank(entry, now);
+    if (rank > worstRank || (rank != 0 && rank == worstRank && entry.since < worst->since)) {
+      worst = &entry;
+      worstRank = rank;
+    }
   }
-  return false;
+  if (worst == nullptr) {
+    return false;
+  }
+  ++counters_.connectionsEvicted;
+  if (worst->phase == Phase::Handling) {
+    due.abandoned.push_back(worst->exchange);
+  }
+  cut(*worst);
+  return true;
+}
+
+/// 0 for a connection that keeps its place.
+int ConnectionTable::evictionRank(const Connection& entry, Clock::MonotonicTime now) const {
+  if (entry.cut) {
+    return 0;
+  }
+  switch (entry.phase) {
+    case Phase::Idle:
+    case Phase::Head:
+      return 4;
+    case Phase::Content:
+      return 3;
+    case Phase::Sending:
+      return now - entry.took > kUntaken ? 2 : 0;
+    case Phase::Handling:
+      return entry.hungUp ? 1 : 0;
+    case Phase::Streaming:
+      break;
+  }
+  return 0;
+}
+
+void ConnectionTable::cut(Connection& entry) {
+  entry.cut = true;
+  // The socket is closed by its HTTP thread only after closed() has taken the entry away.
+  shutdown(entry.socket, SHUT_RDWR);
 }
 
 void ConnectionTable::opened(MHD_Connection* connection, int socket, std::uint32_t address) {
@@ -80,6 +144,7 @@ void ConnectionTable::opened(MHD_Connection* connection, int socket, std::uint32
   Connection& entry = connections_[connection];
   entry.socket = socket;
   entry.address = address;
+  entry.thread = std::this_thread::get_id();
   entry.since = clock_.monotonic();
 }
 
@@ -89,34 +154,44 @@ std::shared_ptr<Exchange> ConnectionTable::begin(MHD_Connection* connection, con
   ++counters_.requests;
   Connection& entry = connections_[connection];
   entry.exchange = exchange;
-  if (entry.phase != Phase::Receiving) {
-    enter(entry, Phase::Receiving);
+  if (entry.phase != Phase::Head) {
+    enter(entry, Phase::Head);
   }
   return exchange;
 }
 
-void ConnectionTable::handling(MHD_Connection* connection) {
+void ConnectionTable::headRead(MHD_Connection* connection) {
   const MutexLock lock(mutex_);
-  enter(connections_[connection], Phase::Handling);
+  connections_[connection].phase = Phase::Content;  // the deadline goes on
+}
+
+void ConnectionTable::handling(MHD_Connection* connection, bool isWhole) {
+  const MutexLock lock(mutex_);
+  Connection& entry = connections_[connection];
+  entry.cutOff = !isWhole;
+  enter(entry, Phase::Handling);
 }
 
 void ConnectionTable::sending(MHD_Connection* connection) {
   const MutexLock lock(mutex_);
-  enter(connections_[connection], Phase::Sending);
+  Connection& entry = connections_[connection];
+  enter(entry, Phase::Sending);
+  entry.took = entry.since;
 }
 
 void ConnectionTable::streaming(MHD_Connection* connection, std::shared_ptr<LiveBody> body) {
-  body->attach(connection);
   bool isLate = false;
   {
     const MutexLock lock(mutex_);
     Connection& entry = connections_[connection];
+    body->attach(connection, entry.socket);
     enter(entry, Phase::Streaming);
     setsockopt(entry.socket, SOL_SOCKET, SO_SNDBUF, &kStreamBuffer, sizeof(kStreamBuffer));
     entry.stream = body;
     entry.lastBeat = entry.since;
+    entry.took = entry.since;
     ++counters_.streams;
-    isLate = streamsEnd_;
+    isLate = streamsEnd_ || entry.hungUp;
   }
   if (isLate) {
     body->end();
@@ -131,6 +206,7 @@ void ConnectionTable::ended(MHD_Connection* connection) {
     Connection& entry = connections_[connection];
     exchange = std::move(entry.exchange);
     stream = std::move(entry.stream);
+    entry.cutOff = entry.cutOff || entry.phase == Phase::Head || entry.phase == Phase::Content;
     entry.bytesBefore = bytesReceived(entry.socket);
     enter(entry, Phase::Idle);
     idle_.notify_all();
@@ -143,9 +219,48 @@ void ConnectionTable::ended(MHD_Connection* connection) {
   }
 }
 
-void ConnectionTable::closed(MHD_Connection* connection) {
+int ConnectionTable::closed(MHD_Connection* connection) {
   const MutexLock lock(mutex_);
-  connections_.erase(connection);
+  const auto found = connections_.find(connection);
+  if (found == connections_.end()) {
+    return -1;
+  }
+  const Connection entry = std::move(found->second);
+  connections_.erase(found);
+  const bool maySend = entry.cutOff || entry.phase == Phase::Head || hasUnread(entry.socket);
+  return maySend && !entry.cut && !entry.hungUp ? entry.socket : -1;
+}
+
+void ConnectionTable::hungUp(MHD_Connection* connection) {
+  std::shared_ptr<LiveBody> stream;
+  {
+    const MutexLock lock(mutex_);
+    const auto found = connections_.find(connection);
+    // The address may be that of a younger connection by now.
+    if (found == connections_.end() || infoOf(found->second.socket).tcpi_state == kEstablished) {
+      return;
+    }
+    found->second.hungUp = true;
+    stream = found->second.stream;
+    nudge(found->second);
+  }
+  if (stream != nullptr) {
+    // One that has only closed its side may still have to be cut: the end waits for what is unsent.
+    stream->end();
+  }
+}
+
+/// Lets the library read once more when there is nothing but the end to read: it misses an end that
+/// comes together with the last bytes. Whether that may have to be done again, because the library
+/// has been busy with those bytes.
+bool ConnectionTable::nudge(const Connection& entry) const {
+  const bool isUnfinished =
+      entry.phase == Phase::Idle || entry.phase == Phase::Head || entry.phase == Phase::Content;
+  if (!entry.hungUp || !isUnfinished) {
+    return false;
+  }
+  shutdown(entry.socket, SHUT_RD);  // changes nothing but that the socket wakes who waits for it
+  return true;
 }
 
 std::shared_ptr<Exchange> ConnectionTable::current(MHD_Connection* connection) const {
@@ -154,9 +269,22 @@ std::shared_ptr<Exchange> ConnectionTable::current(MHD_Connection* connection) c
   return found == connections_.end() ? nullptr : found->second.exchange;
 }
 
-void ConnectionTable::sweep() {
-  RAS1_FUNCTION();
+std::pair<MHD_Connection*, int> ConnectionTable::inCheck() const {
+  const MutexLock lock(mutex_);
+  for (const auto& [key, entry] : connections_) {
+    // Between these two states the library leaves a connection to no other.
+    if (entry.thread == std::this_thread::get_id() && entry.phase == Phase::Head &&
+        entry.exchange != nullptr &&
+        MHD_get_connection_info(key, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE) != nullptr) {
+      return {key, entry.socket};
+    }
+  }
+  return {nullptr, -1};
+}
+
+bool ConnectionTable::sweep() {
   Due due;
+  bool again = false;
   {
     const MutexLock lock(mutex_);
     const auto now = clock_.monotonic();
@@ -166,8 +294,15 @@ void ConnectionTable::sweep() {
       } else {
         sweepRequest(entry, now, due);
       }
+      again = nudge(entry) || again;
     }
   }
+  act(due);
+  return again;
+}
+
+void ConnectionTable::act(const Due& due) {
+  RAS1_FUNCTION();
   for (const auto& stream : due.beats) {
     stream->beat();
   }
@@ -181,49 +316,57 @@ void ConnectionTable::sweep() {
       ++counters_.requestsLate;
     }
   }
+  for (const auto& exchange : due.abandoned) {
+    Response response = problemResponse(stopping(), exchange->target);  // nobody reads it
+    response.close = true;
+    exchange->respond(std::move(response));
+  }
 }
 
 void ConnectionTable::sweepRequest(Connection& entry, Clock::MonotonicTime now, Due& due) {
   RAS1_FUNCTION();
   if (entry.phase == Phase::Idle && bytesReceived(entry.socket) > entry.bytesBefore) {
     // The library tells of a request when its first line is complete; it began before that.
-    enter(entry, Phase::Receiving);
+    enter(entry, Phase::Head);
   }
-  const auto taken = now - entry.since;
-  if (entry.phase == Phase::Handling && taken > deadlines_.answer) {
+  if (entry.phase == Phase::Sending) {
+    noteTaken(entry, now);
+  }
+  const auto spent = now - entry.since;
+  const bool isSlowHead =
+      entry.phase == Phase::Head && spent > std::min(deadlines_.head, deadlines_.receive);
+  const bool isSlowContent = entry.phase == Phase::Content && spent > deadlines_.receive;
+  const bool isSlowTaker = entry.phase == Phase::Sending && spent > deadlines_.send;
+  if (entry.phase == Phase::Handling && spent > deadlines_.answer) {
     due.late.push_back(entry.exchange);
-  } else if ((entry.phase == Phase::Receiving && taken > deadlines_.receive) ||
-             (entry.phase == Phase::Sending && taken > deadlines_.send)) {
+  } else if (!entry.cut && (isSlowHead || isSlowContent || isSlowTaker)) {
     RAS1_PRINT("WARN: connection cut, the client was too slow to %s",
-               entry.phase == Phase::Receiving ? "send its request" : "read its answer");
+               isSlowTaker ? "take its answer" : "send its request");
     ++counters_.requestsLate;
-    entry.since = now;
-    // The socket is closed by its HTTP thread only after closed() has taken the entry away.
-    shutdown(entry.socket, SHUT_RDWR);
+    cut(entry);
+  }
+}
+
+void ConnectionTable::noteTaken(Connection& entry, Clock::MonotonicTime now) {
+  const tcp_info info = infoOf(entry.socket);
+  if (info.tcpi_bytes_acked != entry.bytesTaken || !hasUntaken(entry.socket)) {
+    entry.bytesTaken = info.tcpi_bytes_acked;
+    entry.took = now;
   }
 }
 
 void ConnectionTable::sweepStream(Connection& entry, Clock::MonotonicTime now, Due& due) {
   RAS1_FUNCTION();
-  const tcp_info info = infoOf(entry.socket);
-  const bool hasLeft = info.tcpi_state != kEstablished;
-  if (hasLeft) {
-    // The library does not watch a suspended connection, so it does not see that the client left.
-    // One that has only closed its side may still have to be cut: the end waits for what is unsent.
-    due.left.push_back(entry.stream);
-  }
-  if (info.tcpi_bytes_acked != entry.bytesTaken || !hasUntaken(entry.socket)) {
-    entry.bytesTaken = info.tcpi_bytes_acked;
-    entry.since = now;
-  } else if (now - entry.since > deadlines_.stall) {
-    RAS1_PRINT("WARN: stream cut, the client is not reading");
-    ++counters_.streamsCut;
-    entry.since = now;
-    shutdown(entry.socket, SHUT_RDWR);
-    due.left.push_back(entry.stream);
+  noteTaken(entry, now);
+  if (entry.cut) {
     return;
   }
-  if (!hasLeft && now - entry.lastBeat >= deadlines_.heartbeat) {
+  if (now - entry.took > deadlines_.stall) {
+    RAS1_PRINT("WARN: stream cut, the client takes nothing");
+    ++counters_.streamsCut;
+    cut(entry);
+    due.left.push_back(entry.stream);
+  } else if (!entry.hungUp && now - entry.lastBeat >= deadlines_.heartbeat) {
     entry.lastBeat = now;
     due.beats.push_back(entry.stream);
   }

@@ -2,19 +2,19 @@
 
 #include <microhttpd.h>
 #include <netinet/in.h>
-#include <strings.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <utility>
 
 #include "agentfw/ras1.h"
+#include "http/server/bare_answer.h"
 #include "http/server/listener.h"
+#include "http/server/mhd_request.h"
 #include "http/server/mhd_response.h"
 
 RAS1_UNIT("HTTPSERVER");
@@ -29,37 +29,8 @@ constexpr std::chrono::milliseconds kLastAnswers{1000};
 /// How long stop() lets streams end: a client that takes nothing does not hold it up.
 constexpr std::chrono::milliseconds kLastWords{200};
 
-MHD_Result collect(void* request, MHD_ValueKind /*kind*/, const char* name, const char* value) {
-  auto& raw = *static_cast<RawRequest*>(request);
-  const char* const text = value != nullptr ? value : "";
-  if (strcasecmp(name, "Host") == 0) {
-    raw.hosts.emplace_back(text);
-  } else if (strcasecmp(name, "Origin") == 0) {
-    raw.origins.emplace_back(text);
-  } else if (strcasecmp(name, "Authorization") == 0) {
-    raw.authorizations.emplace_back(text);
-  } else if (strcasecmp(name, "Content-Type") == 0) {
-    raw.contentType = text;
-  } else if (strcasecmp(name, "Accept-Language") == 0) {
-    raw.acceptLanguage = text;
-  } else if (strcasecmp(name, "Last-Event-ID") == 0) {
-    raw.lastEventId = text;
-  } else if (strcasecmp(name, "Content-Length") == 0) {
-    // The library has refused anything that is not a number.
-    raw.bodyBytes = std::strtoull(text, nullptr, 10);
-  }
-  return MHD_YES;
-}
-
-RawRequest readRequest(MHD_Connection* connection, const char* method, const Exchange& exchange) {
-  RawRequest raw;
-  raw.method = method;
-  raw.target = exchange.target;
-  MHD_get_connection_values(connection, MHD_HEADER_KIND, collect, &raw);
-  const auto* info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
-  raw.headerBytes = info != nullptr ? info->header_size : 0;
-  return raw;
-}
+/// How the library announces that it refuses a request by itself; the status is its first value.
+constexpr const char* kBareError = "Error processing request (HTTP response code is %u";
 
 /// The IPv4 address: the server listens on no other kind.
 std::uint32_t toNumber(const sockaddr* address) {
@@ -95,8 +66,9 @@ struct ServerCallbacks {
       const int socket = info->connect_fd;
       info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
       server(self).table_.opened(connection, socket, toNumber(info->client_addr));
-    } else {
-      server(self).table_.closed(connection);
+      server(self).watch_->add(socket, connection);
+    } else if (const int open = server(self).table_.closed(connection); open >= 0) {
+      server(self).lingering_.add(open);
     }
   }
 
@@ -105,16 +77,19 @@ struct ServerCallbacks {
   }
 
   static MHD_Result request(void* self, MHD_Connection* connection, const char* /*path*/,
-                            const char* method, const char* /*version*/, const char* upload,
+                            const char* method, const char* version, const char* upload,
                             std::size_t* uploadSize, void** /*context*/) noexcept {
     const std::shared_ptr<Exchange> exchange = server(self).table_.current(connection);
+    bool isWhole = true;
     if (!std::exchange(exchange->seen, true)) {
       const Gate& gate = *server(self).gate_;
-      const RawRequest raw = readRequest(connection, method, *exchange);
+      const RawRequest raw = readRequest(connection, method, exchange->target.c_str(), version);
       exchange->checked = gate.check(raw);
-      // An answer at this point would end the connection. Only content that is too long to be
-      // read is a reason for that.
-      if (!gate.checkContent(raw.bodyBytes)) {
+      server(self).table_.headRead(connection);
+      // An answer at this point ends the connection. Only content that is not to be read, or that
+      // nobody knows the end of, is a reason for that.
+      isWhole = !gate.checkFraming(raw) && !gate.checkLength(raw);
+      if (isWhole) {
         return MHD_YES;
       }
     } else if (*uploadSize != 0) {
@@ -123,7 +98,7 @@ struct ServerCallbacks {
       return MHD_YES;
     }
     if (!std::exchange(exchange->handled, true)) {
-      server(self).table_.handling(connection);
+      server(self).table_.handling(connection, isWhole);
       server(self).handle(exchange);
     }
     std::optional<Response> response = exchange->takeOrSuspend();
@@ -143,13 +118,17 @@ struct ServerCallbacks {
     server(self).table_.ended(connection);
   }
 
-  static void log(void* /*self*/, const char* format, va_list arguments)
+  static void log(void* self, const char* format, va_list arguments)
       __attribute__((format(printf, 2, 0))) {
     RAS1_FUNCTION();
-    if (RAS1_isOn(ras1Entry, kRas1State)) {
-      char text[512];
-      std::vsnprintf(text, sizeof(text), format, arguments);
-      RAS1_PRINT("%s", text);
+    char text[512];
+    va_list again;
+    va_copy(again, arguments);
+    std::vsnprintf(text, sizeof(text), format, again);
+    va_end(again);
+    RAS1_PRINT_IF(kRas1State, "WARN: %s", text);
+    if (std::strncmp(format, kBareError, std::strlen(kBareError)) == 0) {
+      server(self).answerBareError(va_arg(arguments, unsigned));
     }
   }
 };
@@ -157,7 +136,8 @@ struct ServerCallbacks {
 HttpServer::HttpServer(Clock& clock, ServerOptions options, Handler& handler)
     : options_(std::move(options)),
       handler_(handler),
-      table_(clock, options_.deadlines, options_.connections) {}
+      table_(clock, options_.deadlines, options_.connections),
+      lingering_(clock) {}
 
 HttpServer::~HttpServer() { stop(); }
 
@@ -169,12 +149,17 @@ std::string HttpServer::start() {
   }
   port_ = listener.port;
   gate_.emplace(port_, options_.limits, options_.token);
+  watch_.emplace(options_.sweepPeriod,
+                 HangupWatch::Duties{[this](void* connection) {
+                                       table_.hungUp(static_cast<MHD_Connection*>(connection));
+                                     },
+                                     [this] { return sweep(); }});
   if (std::string error = startDaemon(listener.socket); !error.empty()) {
+    watch_.reset();
     close(listener.socket);
     port_ = 0;
     return error;
   }
-  sweeper_ = std::thread([this] { sweepUntilStopped(); });
   RAS1_PRINT("HTTP server listens on 127.0.0.1:%u", unsigned{port_});
   return {};
 }
@@ -182,7 +167,7 @@ std::string HttpServer::start() {
 std::string HttpServer::startDaemon(int listener) {
   // Each thread gets an equal share of the library's own connection limit, but not of the
   // connections; the table keeps the real limit, and these must not be reached before it.
-  const unsigned libraryLimit = (options_.connections.total + 1) * options_.threads;
+  const unsigned libraryLimit = (options_.connections.withLeaving() + 1) * options_.threads;
   daemon_ = MHD_start_daemon(
       MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG, 0,
       &ServerCallbacks::accept, this, &ServerCallbacks::request, this,  //
@@ -193,7 +178,6 @@ std::string HttpServer::startDaemon(int listener) {
       MHD_OPTION_PER_IP_CONNECTION_LIMIT, libraryLimit,                 //
       MHD_OPTION_CONNECTION_MEMORY_LIMIT, options_.connectionMemory,    //
       MHD_OPTION_CONNECTION_TIMEOUT, static_cast<unsigned>(options_.idleTimeout.count()),
-      MHD_OPTION_STRICT_FOR_CLIENT, 1,                                   //
       MHD_OPTION_URI_LOG_CALLBACK, &ServerCallbacks::requestLine, this,  //
       MHD_OPTION_NOTIFY_COMPLETED, &ServerCallbacks::completed, this,    //
       MHD_OPTION_NOTIFY_CONNECTION, &ServerCallbacks::connection, this,  //
@@ -219,18 +203,13 @@ void HttpServer::stop() {
     return;
   }
   refuse();
-  {
-    const MutexLock lock(sweepMutex_);
-    sweepEnd_ = true;
-  }
-  sweepWake_.notify_all();
-  sweeper_.join();
   // No connection may be suspended when the library stops. This resumes all that are; a request
   // that comes in later finds refusing_ set, one that came in before finds its answer there.
   table_.abandon();
   table_.waitIdle(kLastAnswers);
   table_.waitStreamsEnded(kLastWords);
   MHD_stop_daemon(std::exchange(daemon_, nullptr));
+  watch_.reset();
   RAS1_PRINT("HTTP server stopped");
 }
 
@@ -268,13 +247,15 @@ void HttpServer::handle(const std::shared_ptr<Exchange>& exchange) {
   }
 }
 
-void HttpServer::sweepUntilStopped() {
-  MutexLock lock(sweepMutex_);
-  while (!sweepWake_.wait_for(lock, options_.sweepPeriod,
-                              [this]() REQUIRES(sweepMutex_) { return sweepEnd_; })) {
-    lock.unlock();
-    table_.sweep();
-    lock.lock();
+bool HttpServer::sweep() {
+  const bool hasLeft = table_.sweep();
+  return lingering_.sweep() || hasLeft;
+}
+
+void HttpServer::answerBareError(unsigned status) {
+  const auto [connection, socket] = table_.inCheck();
+  if (connection != nullptr) {
+    sendBareAnswer(socket, bareProblem(status), table_.current(connection)->target);
   }
 }
 

@@ -7,11 +7,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "agentfw/mutex.h"
 #include "http/server/connection_table.h"
 #include "http/server/exchange.h"
+#include "http/server/hangup_watch.h"
+#include "http/server/lingering.h"
 #include "http/server/server_options.h"
 
 struct MHD_Daemon;
@@ -69,7 +70,8 @@ class HttpServer {
   std::string startDaemon(int listener);
   void receive(Exchange& exchange, std::string_view piece);
   void handle(const std::shared_ptr<Exchange>& exchange);
-  void sweepUntilStopped();
+  bool sweep();
+  void answerBareError(unsigned status);
 
   const ServerOptions options_;
   Handler& handler_;
@@ -79,10 +81,8 @@ class HttpServer {
   std::uint16_t port_ = 0;
   std::atomic<bool> refusing_{false};
 
-  Mutex sweepMutex_;
-  CondVar sweepWake_;
-  bool sweepEnd_ GUARDED_BY(sweepMutex_) = false;
-  std::thread sweeper_;
+  Lingering lingering_;
+  std::optional<HangupWatch> watch_;  // lives from before the daemon until after it
 };
 
 }  // namespace fw::http

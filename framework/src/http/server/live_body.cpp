@@ -1,6 +1,7 @@
 #include "http/server/live_body.h"
 
 #include <microhttpd.h>
+#include <poll.h>
 
 #include <algorithm>
 #include <cstring>
@@ -33,14 +34,23 @@ void LiveBody::resume() {
   }
 }
 
-void LiveBody::attach(MHD_Connection* connection) {
+bool LiveBody::isWanted() const {
+  const MutexLock lock(mutex_);
+  pollfd client{socket_, POLLRDHUP, 0};  // a negative socket is passed over
+  return !ending_ && poll(&client, 1, 0) == 0;
+}
+
+void LiveBody::attach(MHD_Connection* connection, int socket) {
   const MutexLock lock(mutex_);
   connection_ = connection;
+  socket_ = socket;
 }
 
 void LiveBody::detach() {
   const MutexLock lock(mutex_);
   connection_ = nullptr;
+  socket_ = -1;
+  ending_ = true;
 }
 
 ssize_t LiveBody::read(char* out, std::size_t size) {

@@ -48,8 +48,11 @@ class LiveBody {
   /// Says the last words and ends the content.
   void end();
 
+  /// Whether there is, or will be, somebody who listens. From any thread.
+  bool isWanted() const;
+
   // These belong to the connection's HTTP thread.
-  void attach(MHD_Connection* connection);
+  void attach(MHD_Connection* connection, int socket);
   void detach();
 
   /// Writes the next bytes; as the HTTP library wants it, 0 when the connection was suspended
@@ -66,8 +69,9 @@ class LiveBody {
   std::string piece_;      // what is being sent
   std::size_t taken_ = 0;  // bytes of it that are sent
 
-  Mutex mutex_;
+  mutable Mutex mutex_;
   MHD_Connection* connection_ GUARDED_BY(mutex_) = nullptr;  // null unless attached
+  int socket_ GUARDED_BY(mutex_) = -1;                       // of connection_
   bool suspended_ GUARDED_BY(mutex_) = false;
   bool woken_ GUARDED_BY(mutex_) = false;  // since the source was last asked
   bool beatDue_ GUARDED_BY(mutex_) = false;

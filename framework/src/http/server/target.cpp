@@ -1,5 +1,6 @@
 #include "http/server/target.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "basic/utf8.h"
@@ -102,6 +103,24 @@ std::optional<std::string> parseTarget(std::string_view raw, Target& target) {
   }
   return question == std::string_view::npos ? std::nullopt
                                             : parseQuery(target.query, target.parameters);
+}
+
+std::optional<AbsoluteTarget> splitAbsoluteTarget(std::string_view raw) {
+  constexpr std::string_view kScheme = "http://";
+  const bool isAbsolute =
+      raw.size() >= kScheme.size() &&
+      std::equal(kScheme.begin(), kScheme.end(), raw.begin(),
+                 [](char own, char c) { return own == (c >= 'A' && c <= 'Z' ? c + 32 : c); });
+  if (!isAbsolute) {
+    return std::nullopt;
+  }
+  raw.remove_prefix(kScheme.size());
+  const std::size_t end = std::min(raw.find_first_of("/?"), raw.size());
+  AbsoluteTarget target{std::string(raw.substr(0, end)), std::string(raw.substr(end))};
+  if (target.rest.empty() || target.rest.front() != '/') {
+    target.rest.insert(target.rest.begin(), '/');
+  }
+  return target;
 }
 
 std::string encodeSegment(std::string_view text) {

@@ -21,6 +21,15 @@ struct Target {
   std::vector<Parameter> parameters;  ///< in the order in which they were sent
 };
 
+/// A request target in absolute form, as programs send it that take the agent for a proxy.
+struct AbsoluteTarget {
+  std::string authority;  ///< host and port
+  std::string rest;       ///< begins with "/"
+};
+
+/// Takes "http://127.0.0.1:8790/path" apart; nothing for any other form.
+std::optional<AbsoluteTarget> splitAbsoluteTarget(std::string_view raw);
+
 /// A text as one segment of a path: all but letters, digits, "-", ".", "_" and "~" as %XX.
 std::string encodeSegment(std::string_view text);
 

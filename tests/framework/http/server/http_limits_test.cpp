@@ -1,4 +1,5 @@
 #include "framework/http/server_fixture.h"
+#include "support/manual_clock.h"
 
 namespace fw::http {
 namespace {
@@ -43,6 +44,24 @@ TEST_F(HttpLimitsTest, CutsSlowHeaders) {
   EXPECT_TRUE(sendsUntilCut(client, "A: b\r\n"));
 
   EXPECT_EQ(server->counters().requestsLate, 1u);
+}
+
+TEST_F(HttpLimitsTest, CutsSlowHeadersSoonerThanSlowContent) {
+  options.deadlines.head = 300ms;
+  options.sweepPeriod = 20ms;
+  start();
+  HttpClient content(server->port());
+  content.send("POST /healthz HTTP/1.1\r\n" + host() + authorization() +
+               "Content-Length: 5\r\n\r\n");
+  HttpClient head(server->port());
+  head.send("POST /healthz HTTP/1.1\r\n" + host());
+
+  EXPECT_TRUE(head.waitClosed());
+
+  content.send("hello");
+  const auto reply = content.read();
+  ASSERT_TRUE(reply);
+  EXPECT_EQ(reply->status, 405);
 }
 
 TEST_F(HttpLimitsTest, CutsSlowContent) {
@@ -185,29 +204,36 @@ TEST_F(HttpLimitsTest, ServesANewConnectionBesideManyIdleOnes) {
   EXPECT_GE(server->counters().connectionsOpen, 200u);
 }
 
-TEST_F(HttpLimitsTest, RefusesConnectionsBeyondItsLimitAndCountsThem) {
+TEST_F(HttpLimitsTest, GivesTheLongestIdlePlaceToANewConnection) {
+  ManualClock manual;
+  clock = &manual;
   options.connections = {10, 10};
   start();
+  const auto use = [&](HttpClient& client) {
+    ASSERT_TRUE(client.get("/healthz"));
+    const auto bound = std::chrono::steady_clock::now() + 20s;
+    while (server->counters().requestsOpen > 0 && std::chrono::steady_clock::now() < bound) {
+      std::this_thread::yield();
+    }
+    manual.advance(100ms);
+  };
   std::vector<std::unique_ptr<HttpClient>> open;
   for (int i = 0; i < 10; ++i) {
     open.push_back(std::make_unique<HttpClient>(server->port()));
-    ASSERT_TRUE(open.back()->get("/healthz")) << i;
+    use(*open.back());
   }
-  HttpClient tooMany(server->port());
+  use(*open.front());  // the second one is idle for longest now
 
-  EXPECT_EQ(tooMany.get("/healthz"), std::nullopt);
-  EXPECT_EQ(server->counters().connectionsRefused, 1u);
-  EXPECT_TRUE(open.front()->get("/healthz"));
+  HttpClient another(server->port());
 
-  open.pop_back();
-  const auto bound = std::chrono::steady_clock::now() + 20s;
-  while (server->counters().connectionsOpen == 10 && std::chrono::steady_clock::now() < bound) {
-    std::this_thread::yield();
-  }
-  EXPECT_EQ(get("/healthz").status, 200);
+  EXPECT_TRUE(another.get("/healthz"));
+  EXPECT_TRUE(open[1]->waitClosed());
+  use(*open[0]);
+  EXPECT_EQ(server->counters().connectionsEvicted, 1u);
+  EXPECT_EQ(server->counters().connectionsRefused, 0u);
 }
 
-TEST_F(HttpLimitsTest, RefusesMoreConnectionsOfOneAddress) {
+TEST_F(HttpLimitsTest, GivesAnIdlePlaceOfTheSameAddressToANewConnection) {
   options.connections = {10, 3};
   start();
   std::vector<std::unique_ptr<HttpClient>> open;
@@ -216,10 +242,37 @@ TEST_F(HttpLimitsTest, RefusesMoreConnectionsOfOneAddress) {
     ASSERT_TRUE(open.back()->get("/healthz")) << i;
   }
 
+  HttpClient another(server->port());
+
+  EXPECT_TRUE(another.get("/healthz"));
+  EXPECT_EQ(server->counters().connectionsEvicted, 1u);
+}
+
+TEST_F(HttpLimitsTest, RefusesAConnectionWhileAllPlacesAreAtWork) {
+  options.connections = {3, 3};
+  agent.hold();
+  start();
+  std::vector<std::unique_ptr<HttpClient>> open;
+  for (int i = 0; i < 3; ++i) {
+    open.push_back(std::make_unique<HttpClient>(server->port()));
+    open.back()->send("GET /api/v1/tables/JVM_MEMORY/rows HTTP/1.1\r\n" + host() + "\r\n");
+  }
+  const auto bound = std::chrono::steady_clock::now() + 20s;
+  while (server->counters().requestsOpen < 3 && std::chrono::steady_clock::now() < bound) {
+    std::this_thread::yield();
+  }
+
   HttpClient tooMany(server->port());
 
   EXPECT_EQ(tooMany.get("/healthz"), std::nullopt);
   EXPECT_EQ(server->counters().connectionsRefused, 1u);
+  agent.release();
+  for (const auto& client : open) {
+    const auto reply = client->read();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->status, 200);
+  }
+  EXPECT_EQ(get("/healthz").status, 200);
 }
 
 TEST_F(HttpLimitsTest, ClosesAConnectionOnWhichNothingHappens) {

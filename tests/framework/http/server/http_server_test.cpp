@@ -138,7 +138,7 @@ TEST_F(HttpServerTest, SurvivesMalformedRequests) {
 }
 
 TEST_F(HttpServerTest, RefusesABadTargetWithAProblem) {
-  for (const char* target : {"/%zz", "/a%00", "*", "http://127.0.0.1/"}) {
+  for (const char* target : {"/%zz", "/a%00", "*", "/a b", "https://127.0.0.1/"}) {
     const HttpReply reply = get(target);
     EXPECT_EQ(reply.status, 400) << target;
     EXPECT_EQ(parse(reply)["type"], "urn:zel:problem:bad-request") << target;

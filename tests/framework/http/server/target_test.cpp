@@ -52,5 +52,28 @@ TEST(TargetTest, RefusesWhatIsNotWellFormed) {
   }
 }
 
+TEST(TargetTest, TakesAnAbsoluteTargetApart) {
+  const struct {
+    const char* raw;
+    const char* authority;
+    const char* rest;
+  } cases[] = {
+      {"http://127.0.0.1:8790/a/b?c=d", "127.0.0.1:8790", "/a/b?c=d"},
+      {"HTTP://localhost:8790", "localhost:8790", "/"},
+      {"http://[::1]:8790?a=b", "[::1]:8790", "/?a=b"},
+      {"http:///a", "", "/a"},
+      {"http://", "", "/"},
+  };
+  for (const auto& each : cases) {
+    const auto target = splitAbsoluteTarget(each.raw);
+    ASSERT_TRUE(target) << each.raw;
+    EXPECT_EQ(target->authority, each.authority);
+    EXPECT_EQ(target->rest, each.rest);
+  }
+  for (const char* other : {"/", "*", "", "http:/", "https://localhost:8790/", "localhost:8790"}) {
+    EXPECT_FALSE(splitAbsoluteTarget(other)) << other;
+  }
+}
+
 }  // namespace
 }  // namespace fw::http
