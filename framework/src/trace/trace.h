@@ -9,6 +9,7 @@
 
 #include "agentfw/ras1.h"
 #include "basic/clock.h"
+#include "trace/complaint_limit.h"
 #include "trace/trace_settings.h"
 #include "trace/trace_sink.h"
 #include "trace/unit_registry.h"
@@ -35,9 +36,13 @@ class Trace {
 
   std::vector<UnitInfo> units() const { return registry_.units(); }
   SinkCounters counters() const { return sink_.counters(); }
-  bool flush(std::chrono::milliseconds bound) noexcept { return sink_.flush(bound); }
+
+  /// Tells what was held back (ComplaintLimit) and waits at most `bound` for what is being written.
+  bool flush(std::chrono::milliseconds bound) noexcept;
 
   std::uint32_t sync(const RAS1_Entry& entry) { return registry_.sync(entry); }
+
+  /// Writes a record; of complaints no more than ComplaintLimit admits.
   void write(const RAS1_Entry& entry, std::uint32_t line, std::string_view text);
   void writeDump(const RAS1_Entry& entry, std::uint32_t line, std::string_view text);
 
@@ -47,10 +52,12 @@ class Trace {
   void beforeFork() NO_THREAD_SAFETY_ANALYSIS;
   void afterForkInParent() NO_THREAD_SAFETY_ANALYSIS;
   void afterForkInChild() NO_THREAD_SAFETY_ANALYSIS;
+  void tell(const std::vector<HeldBack>& held);
   void put(const RAS1_Entry& entry, std::uint32_t line, std::string_view text, std::uint64_t limit);
 
   Clock& clock_;
   UnitRegistry registry_;
+  ComplaintLimit complaints_;
   TraceSink sink_;
   std::atomic<std::uint64_t> recordLimit_{Settings{}.recordLimit};
 };
