@@ -41,7 +41,7 @@ bool isComplaint(std::string_view text) {
 }
 
 bool ComplaintLimit::admit(const RAS1_Entry& entry, std::uint32_t line, std::string_view text) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const Time now = clock_.monotonic();
   Place& place = placeOf(entry, line, now);
   if (now - place.begin >= place.window && place.held == 0) {  // nobody had to tell of the window
@@ -106,7 +106,7 @@ void ComplaintLimit::forget() {
 
 std::vector<HeldBack> ComplaintLimit::take(bool all) {
   std::vector<HeldBack> taken;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const Time now = clock_.monotonic();
   Time next = Time::max();
   for (auto& [key, place] : places_) {

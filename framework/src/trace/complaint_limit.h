@@ -4,13 +4,13 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
+#include "agentfw/mutex.h"
 #include "agentfw/ras1.h"
 #include "basic/clock.h"
 
@@ -82,8 +82,8 @@ class ComplaintLimit {
   std::vector<HeldBack> take(bool all);
 
   Clock& clock_;
-  std::mutex mutex_;
-  std::unordered_map<std::size_t, Place> places_;  // guarded by mutex_
+  Mutex mutex_;
+  std::unordered_map<std::size_t, Place> places_ GUARDED_BY(mutex_);
 
   // When the first window ends that held something back; written under mutex_.
   std::atomic<Time::rep> nextDue_{Time::max().time_since_epoch().count()};
