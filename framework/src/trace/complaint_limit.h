@@ -59,11 +59,11 @@ class ComplaintLimit {
   std::vector<HeldBack> takeAll();
 
   /// Around fork(): nobody changes the counts while they are copied.
-  void lock() { mutex_.lock(); }
-  void unlock() { mutex_.unlock(); }
+  void lock() ACQUIRE(mutex_) { mutex_.lock(); }
+  void unlock() RELEASE(mutex_) { mutex_.unlock(); }
 
   /// In the child of a fork, which holds the lock: the parent tells what it has counted.
-  void forget();
+  void forget() REQUIRES(mutex_);
 
  private:
   using Time = Clock::MonotonicTime;
@@ -77,9 +77,8 @@ class ComplaintLimit {
     std::string last;  // the last one held back; cut
   };
 
-  // Under mutex_.
-  Place& placeOf(const RAS1_Entry& entry, std::uint32_t line, Time now);
-  std::vector<HeldBack> take(bool all);
+  Place& placeOf(const RAS1_Entry& entry, std::uint32_t line, Time now) REQUIRES(mutex_);
+  std::vector<HeldBack> take(bool all) REQUIRES(mutex_);
 
   Clock& clock_;
   Mutex mutex_;
