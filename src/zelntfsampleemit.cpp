@@ -4,30 +4,24 @@
 #include <vector>
 
 #include "agentfw/ras1.h"
+#include "bridge/zelkeys.h"
 #include "zelagent.h"
 #include "zelsamplebody.h"
 #include "zeltablemanager.h"
 
 RAS1_UNIT("ZELNTFSAMPLEEMIT");
 
-namespace {
-
-constexpr int kTableKey = 0;
-constexpr int kRowsKey = 1;
-
-}  // namespace
-
 bool ZelSampleEmitHandler::onNotify(const ZelMsg& msg) {
   RAS1_FLOW();
   const ZelMap& body = msg.bodyMap();
-  const std::string& table = body.get(kTableKey).toString();
+  const std::string& table = body.get(ZelKey::Events::kTable).toString();
   const auto manager = ZelAgent::s_managers.find(table);
   if (manager == ZelAgent::s_managers.end()) {
     RAS1_PRINT("ERROR: cannot find manager for table %s", table.c_str());
     return ras1Flow.result(false);
   }
   std::vector<std::string> rows;
-  zelReadRows(body.get(kRowsKey).toList(), rows);
+  zelReadRows(body.get(ZelKey::Events::kRows).toList(), rows);
   const int rc = manager->second->emitEvents(rows);
   if (rc != 0) {
     RAS1_PRINT("ERROR [%i]: failed to emit events for table %s", rc, table.c_str());
@@ -35,4 +29,4 @@ bool ZelSampleEmitHandler::onNotify(const ZelMsg& msg) {
   return ras1Flow.result(rc == 0);
 }
 
-int ZelSampleEmitHandler::getType() const { return ZelMsgId::kSampleEmit; }
+int ZelSampleEmitHandler::getType() const { return ZelNotificationCode::kEvents; }

@@ -1,6 +1,7 @@
 #include "zelntfshutdown.h"
 
 #include "agentfw/ras1.h"
+#include "bridge/zelkeys.h"
 #include "zelagent.h"
 
 RAS1_UNIT("ZELNTFSHUTDOWN");
@@ -12,4 +13,4 @@ bool ZelShutdownHandler::onNotify(const ZelMsg& /*msg*/) {
   return ras1Flow.result(true);
 }
 
-int ZelShutdownHandler::getType() const { return ZelMsgId::kShutdownRequested; }
+int ZelShutdownHandler::getType() const { return ZelNotificationCode::kShutdown; }

@@ -4,6 +4,7 @@
 
 #include "agentfw/ira.h"
 #include "agentfw/ras1.h"
+#include "bridge/zelkeys.h"
 #include "zelaffinity.h"
 #include "zelagent.h"
 #include "zeltablemanager.h"
@@ -11,11 +12,6 @@
 RAS1_UNIT("ZELNTFSUBNODE");
 
 namespace {
-
-constexpr int kNameKey = 0;
-constexpr int kAffinityKey = 1;
-constexpr int kInfoKey = 2;
-constexpr int kInfoSuffixKey = 3;
 
 constexpr int kAffinityCount = 4;
 constexpr std::size_t kMaxInfo = 16;
@@ -44,12 +40,12 @@ bool registerSubnode(const std::string& name, const std::string& affinity) {
 // left out.
 bool setNodeInfo(const std::string& name, const ZelMap& body) {
   RAS1_FUNCTION();
-  const std::string& text = body.get(kInfoKey).toString();
+  const std::string& text = body.get(ZelKey::SubnodeRegistered::kInfo).toString();
   if (text.empty() || text.size() >= kMaxInfo) {
     return true;
   }
   std::string info = text + "~";
-  const std::string& suffix = body.get(kInfoSuffixKey).toString();
+  const std::string& suffix = body.get(ZelKey::SubnodeRegistered::kInfoSuffix).toString();
   if (info.size() + suffix.size() <= kMaxInfo) {
     info += suffix;
   }
@@ -74,17 +70,17 @@ bool sendRegistration() {
 bool ZelSubnodeRegHandler::onNotify(const ZelMsg& msg) {
   RAS1_FLOW();
   const ZelMap& body = msg.bodyMap();
-  const std::string& name = body.get(kNameKey).toString();
-  const std::string& affinity = body.get(kAffinityKey).toString();
+  const std::string& name = body.get(ZelKey::SubnodeRegistered::kName).toString();
+  const std::string& affinity = body.get(ZelKey::SubnodeRegistered::kAffinity).toString();
   return ras1Flow.result(registerSubnode(name, affinity) && setNodeInfo(name, body) &&
                          sendRegistration());
 }
 
-int ZelSubnodeRegHandler::getType() const { return ZelMsgId::kSubnodeRegistered; }
+int ZelSubnodeRegHandler::getType() const { return ZelNotificationCode::kSubnodeRegistered; }
 
 bool ZelSubnodeDeregHandler::onNotify(const ZelMsg& msg) {
   RAS1_FLOW();
-  const std::string& name = msg.bodyMap().get(kNameKey).toString();
+  const std::string& name = msg.bodyMap().get(ZelKey::SubnodeDeregistered::kName).toString();
   int rc = IRA_Subnode_Deregister(name.c_str());
   if (rc == 0) {
     rc = IRA_Subnode_SendRequest();
@@ -96,22 +92,23 @@ bool ZelSubnodeDeregHandler::onNotify(const ZelMsg& msg) {
   return ras1Flow.result(rc == 0);
 }
 
-int ZelSubnodeDeregHandler::getType() const { return ZelMsgId::kSubnodeDeregistered; }
+int ZelSubnodeDeregHandler::getType() const { return ZelNotificationCode::kSubnodeDeregistered; }
 
 bool ZelSubnodeConnHandler::onNotify(const ZelMsg& msg) {
   RAS1_FLOW();
-  RAS1_PRINT("%s connected", msg.bodyMap().get(kNameKey).toString().c_str());
+  RAS1_PRINT("%s connected",
+             msg.bodyMap().get(ZelKey::SubnodeConnection::kName).toString().c_str());
   return ras1Flow.result(true);
 }
 
-int ZelSubnodeConnHandler::getType() const { return ZelMsgId::kSubnodeConnected; }
+int ZelSubnodeConnHandler::getType() const { return ZelNotificationCode::kSubnodeConnected; }
 
 bool ZelSubnodeDisconnHandler::onNotify(const ZelMsg& msg) {
   RAS1_FLOW();
-  const std::string& name = msg.bodyMap().get(kNameKey).toString();
+  const std::string& name = msg.bodyMap().get(ZelKey::SubnodeConnection::kName).toString();
   RAS1_PRINT("%s disconnected", name.c_str());
   forgetCachedSamples(name);
   return ras1Flow.result(true);
 }
 
-int ZelSubnodeDisconnHandler::getType() const { return ZelMsgId::kSubnodeDisconnected; }
+int ZelSubnodeDisconnHandler::getType() const { return ZelNotificationCode::kSubnodeDisconnected; }

@@ -1,6 +1,7 @@
 #include "zelreqsample.h"
 
 #include "agentfw/ras1.h"
+#include "bridge/zelkeys.h"
 #include "zelsamplebody.h"
 
 RAS1_UNIT("ZELREQSAMPLE");
@@ -17,13 +18,13 @@ ZelReqTakeSample::~ZelReqTakeSample() = default;
 
 ZelMsg* ZelReqTakeSample::createRegMsg() {
   RAS1_FLOW();
-  return ras1Flow.result(new ZelMsg(ZelMsgId::kTakeSample, ZelMsg::Request, body.release()));
+  return ras1Flow.result(new ZelMsg(ZelRequestCode::kTakeSample, ZelMsg::Request, body.release()));
 }
 
 void ZelReqTakeSample::onReply(const ZelMap& reply) {
   RAS1_FLOW();
-  zelReadRows(reply.get(ZelSampleReplyKey::kRows).toList(), rows);
-  const int seconds = reply.get(ZelSampleReplyKey::kCacheInterval).toInt();
+  zelReadRows(reply.get(ZelKey::SampleReply::kRows).toList(), rows);
+  const int seconds = reply.get(ZelKey::SampleReply::kCacheSeconds).toInt();
   if (seconds > 0) {
     cacheInterval = seconds;
   }

@@ -1,6 +1,7 @@
 #include "zelreqshutdown.h"
 
 #include "agentfw/ras1.h"
+#include "bridge/zelkeys.h"
 
 RAS1_UNIT("ZELREQSHUTDOWN");
 
@@ -10,7 +11,7 @@ ZelReqShutdown::~ZelReqShutdown() = default;
 
 ZelMsg* ZelReqShutdown::createRegMsg() {
   RAS1_FLOW();
-  return ras1Flow.result(new ZelMsg(ZelMsgId::kShutdown, ZelMsg::Request, nullptr));
+  return ras1Flow.result(new ZelMsg(ZelRequestCode::kShutdown, ZelMsg::Request, nullptr));
 }
 
 void ZelReqShutdown::onReply(const ZelMap& /*reply*/) {}

@@ -2,6 +2,7 @@
 
 #include "agentfw/ras1.h"
 #include "bridge/zelbuild.h"
+#include "bridge/zelkeys.h"
 #include "zelsamplebody.h"
 
 RAS1_UNIT("ZELREQSITUATION");
@@ -13,18 +14,18 @@ ZelReqSituation::ZelReqSituation(const char* table, const std::vector<ZelFilterI
     : ZelRequest(false) {
   RAS1_FLOW();
   body = zelSampleBody({table, filters, subnodes, history, automation, situation}, true);
-  zelPut<int>(*body, ZelSampleKey::kInterval, static_cast<int>(interval));
-  zelPut<bool>(*body, ZelSampleKey::kStart, start);
+  zelPut<int>(*body, ZelKey::Situation::kInterval, static_cast<int>(interval));
+  zelPut<bool>(*body, ZelKey::Situation::kStart, start);
 }
 
 ZelReqSituation::~ZelReqSituation() = default;
 
 ZelMsg* ZelReqSituation::createRegMsg() {
   RAS1_FLOW();
-  return ras1Flow.result(new ZelMsg(ZelMsgId::kSituation, ZelMsg::Request, body.release()));
+  return ras1Flow.result(new ZelMsg(ZelRequestCode::kSituation, ZelMsg::Request, body.release()));
 }
 
 void ZelReqSituation::onReply(const ZelMap& reply) {
   RAS1_FLOW();
-  zelReadRows(reply.get(ZelSampleReplyKey::kRows).toList(), rows);
+  zelReadRows(reply.get(ZelKey::SituationReply::kRows).toList(), rows);
 }

@@ -1,6 +1,7 @@
 #include "zelreqstart.h"
 
 #include "agentfw/ras1.h"
+#include "bridge/zelkeys.h"
 
 RAS1_UNIT("ZELREQSTART");
 
@@ -10,7 +11,7 @@ ZelReqStart::~ZelReqStart() = default;
 
 ZelMsg* ZelReqStart::createRegMsg() {
   RAS1_FLOW();
-  return ras1Flow.result(new ZelMsg(ZelMsgId::kStart, ZelMsg::Notification, nullptr));
+  return ras1Flow.result(new ZelMsg(ZelRequestCode::kStart, ZelMsg::Notification, nullptr));
 }
 
 void ZelReqStart::onReply(const ZelMap& /*reply*/) {}

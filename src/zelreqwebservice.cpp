@@ -4,23 +4,10 @@
 
 #include "agentfw/ras1.h"
 #include "bridge/zelbuild.h"
+#include "bridge/zelkeys.h"
 #include "zelhttp.h"
 
 RAS1_UNIT("ZELREQWEBSERVICE");
-
-namespace {
-
-// Keys of the request.
-constexpr int kPathKey = 0;
-constexpr int kQueryKey = 1;
-constexpr int kLanguageKey = 2;
-
-// Keys of the reply.
-constexpr int kStatusKey = 7;
-constexpr int kMediaKey = 8;
-constexpr int kDataKey = 9;
-
-}  // namespace
 
 ZelReqWebService::ZelReqWebService(const KDH1_request_struct* request)
     : ZelRequest(false), path(request->path, request->pathLength) {
@@ -49,19 +36,19 @@ ZelMsg* ZelReqWebService::createRegMsg() {
   RAS1_DETAIL("Query: %s", query.c_str());
   RAS1_DETAIL("Lang: %s", language.c_str());
   auto body = std::make_unique<ZelMap>();
-  zelPut<std::string>(*body, kPathKey, path);
-  zelPut<std::string>(*body, kQueryKey, query);
-  zelPut<std::string>(*body, kLanguageKey, language);
-  return ras1Flow.result(new ZelMsg(ZelMsgId::kWebService, ZelMsg::Request, body.release()));
+  zelPut<std::string>(*body, ZelKey::Web::kPath, path);
+  zelPut<std::string>(*body, ZelKey::Web::kContent, query);
+  zelPut<std::string>(*body, ZelKey::Web::kLanguage, language);
+  return ras1Flow.result(new ZelMsg(ZelRequestCode::kWebService, ZelMsg::Request, body.release()));
 }
 
 void ZelReqWebService::onReply(const ZelMap& reply) {
   RAS1_FLOW();
-  status = reply.get(kStatusKey).toInt();
+  status = reply.get(ZelKey::WebReply::kCode).toInt();
   RAS1_DETAIL("HTTP Code: %i", status);
-  media = reply.get(kMediaKey).toInt();
+  media = reply.get(ZelKey::WebReply::kMedia).toInt();
   RAS1_DETAIL("HTTP Media: %i", media);
-  data = reply.get(kDataKey).toByteArray();
+  data = reply.get(ZelKey::WebReply::kContent).toByteArray();
   RAS1_DUMP_IF(kRas1Detail, "HTTP Data", data.data(), data.size());
 }
 

@@ -1,6 +1,7 @@
 #include "zelsamplebody.h"
 
 #include "bridge/zelbuild.h"
+#include "bridge/zelkeys.h"
 
 namespace {
 
@@ -8,10 +9,10 @@ std::unique_ptr<ZelData> filterList(const std::vector<ZelFilterInfo>& filters, b
   auto list = std::make_unique<ZelList>();
   for (const ZelFilterInfo& filter : filters) {
     auto description = std::make_unique<ZelMap>();
-    zelPut<std::string>(*description, ZelFilterKey::kColumn, filter.m_column);
-    zelPut<std::string>(*description, ZelFilterKey::kValue, filter.m_value);
+    zelPut<std::string>(*description, ZelKey::SampleFilter::kColumn, filter.m_column);
+    zelPut<std::string>(*description, ZelKey::SampleFilter::kValue, filter.m_value);
     if (withOperators) {
-      zelPut<int>(*description, ZelFilterKey::kOperator, filter.m_oper);
+      zelPut<int>(*description, ZelKey::SituationFilter::kOperator, filter.m_oper);
     }
     zelAppend(*list, std::move(description));
   }
@@ -32,12 +33,12 @@ std::unique_ptr<ZelMap> zelSampleBody(const ZelSampleScope& scope, bool withOper
   std::unique_ptr<ZelData> filters = filterList(scope.filters, withOperators);
   std::unique_ptr<ZelData> subnodes = textList(scope.subnodes);
   auto body = std::make_unique<ZelMap>();
-  zelPut<std::string>(*body, ZelSampleKey::kTable, scope.table);
-  zelPut(*body, ZelSampleKey::kFilters, std::move(filters));
-  zelPut(*body, ZelSampleKey::kSubnodes, std::move(subnodes));
-  zelPut<bool>(*body, ZelSampleKey::kHistory, scope.history);
-  zelPut<bool>(*body, ZelSampleKey::kAutomation, scope.automation);
-  zelPut<std::string>(*body, ZelSampleKey::kSituation, scope.situation);
+  zelPut<std::string>(*body, ZelKey::Sample::kTable, scope.table);
+  zelPut(*body, ZelKey::Sample::kFilters, std::move(filters));
+  zelPut(*body, ZelKey::Sample::kSubnodes, std::move(subnodes));
+  zelPut<bool>(*body, ZelKey::Sample::kHistory, scope.history);
+  zelPut<bool>(*body, ZelKey::Sample::kAutomation, scope.automation);
+  zelPut<std::string>(*body, ZelKey::Sample::kSituation, scope.situation);
   return body;
 }
 

@@ -6,6 +6,7 @@
 
 #include "agentfw/ras1.h"
 #include "bridge/zelbuild.h"
+#include "bridge/zelkeys.h"
 #include "bridge/zeltask.h"
 #include "zelagent.h"
 #include "zelguard.h"
@@ -130,13 +131,13 @@ void ZelClient::execute(ZelRequest& req, bool forceSync) {
 void ZelClient::request(ZelMsg& msg, const ZelRequest* requester) {
   RAS1_FLOW();
   ZelMap envelope;
-  zelPut<int>(envelope, ZelEnvelopeKey::kType, msg.type);
-  zelPut<int>(envelope, ZelEnvelopeKey::kId, msg.id);
+  zelPut<int>(envelope, ZelKey::Envelope::kType, msg.type);
+  zelPut<int>(envelope, ZelKey::Envelope::kId, msg.id);
   if (msg.type != ZelMsg::Notification) {
-    zelPut<long long>(envelope, ZelEnvelopeKey::kRequester, reinterpret_cast<long long>(requester));
+    zelPut<long long>(envelope, ZelKey::Envelope::kHandle, reinterpret_cast<long long>(requester));
   }
   if (msg.body != nullptr) {
-    zelPut(envelope, ZelEnvelopeKey::kBody, std::move(msg.body));
+    zelPut(envelope, ZelKey::Envelope::kBody, std::move(msg.body));
   }
   putOutbound(envelope);
 }
@@ -174,14 +175,14 @@ void ZelClient::queueTask(ZelTask* task) const {
 
 void ZelClient::processInbound(ZelMap& envelope) {
   RAS1_FLOW();
-  const int type = envelope.get(ZelEnvelopeKey::kType).toInt();
-  const int id = envelope.get(ZelEnvelopeKey::kId).toInt();
+  const int type = envelope.get(ZelKey::Envelope::kType).toInt();
+  const int id = envelope.get(ZelKey::Envelope::kId).toInt();
   switch (type) {
     case ZelMsg::Request:
       answerRequest(id, envelope);
       break;
     case ZelMsg::Notification:
-      queueTask(new ZelNtfProcTask(id, envelope.detach(ZelEnvelopeKey::kBody)));
+      queueTask(new ZelNtfProcTask(id, envelope.detach(ZelKey::Envelope::kBody)));
       break;
     case ZelMsg::Reply:
     case ZelMsg::Exception:
@@ -201,18 +202,18 @@ void ZelClient::answerRequest(int id, ZelMap& envelope) {
     return;
   }
   std::unique_ptr<ZelMap> body(
-      found->second->handleRequest(envelope.get(ZelEnvelopeKey::kBody).toMap()));
+      found->second->handleRequest(envelope.get(ZelKey::Envelope::kBody).toMap()));
   ZelMap reply;  // carries no message id: the requester handle alone tells whose answer it is
-  zelPut<int>(reply, ZelEnvelopeKey::kType, ZelMsg::Reply);
-  zelPut(reply, ZelEnvelopeKey::kRequester,
-         std::unique_ptr<ZelData>(envelope.detach(ZelEnvelopeKey::kRequester)));
-  zelPut(reply, ZelEnvelopeKey::kBody, std::move(body));
+  zelPut<int>(reply, ZelKey::Envelope::kType, ZelMsg::Reply);
+  zelPut(reply, ZelKey::Envelope::kHandle,
+         std::unique_ptr<ZelData>(envelope.detach(ZelKey::Envelope::kHandle)));
+  zelPut(reply, ZelKey::Envelope::kBody, std::move(body));
   putOutbound(reply);
 }
 
 void ZelClient::deliverReply(int id, ZelMsg::Type type, ZelMap& envelope) {
   RAS1_FUNCTION();
-  const long long handle = envelope.get(ZelEnvelopeKey::kRequester).toLong();
+  const long long handle = envelope.get(ZelKey::Envelope::kHandle).toLong();
   if (handle == 0) {
     RAS1_PRINT("WARN: Exception processing completed: id=%i", id);
     return;
@@ -222,7 +223,7 @@ void ZelClient::deliverReply(int id, ZelMsg::Type type, ZelMap& envelope) {
     RAS1_PRINT("WARN: invalid reply %p supressed", static_cast<void*>(requester));
     return;
   }
-  requester->processReply(new ZelMsg(id, type, envelope.detach(ZelEnvelopeKey::kBody)));
+  requester->processReply(new ZelMsg(id, type, envelope.detach(ZelKey::Envelope::kBody)));
 }
 
 void* zelMessageHandler(void* /*unused*/) {

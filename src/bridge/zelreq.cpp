@@ -4,14 +4,12 @@
 #include <utility>
 
 #include "agentfw/ras1.h"
+#include "bridge/zelkeys.h"
 #include "zelagent.h"
 
 RAS1_UNIT("ZELREQ");
 
 namespace {
-
-constexpr int kSeverityKey = 0;
-constexpr int kMessageKey = 1;
 
 std::unique_ptr<ZelAppException> noAnswer(const char* reason) {
   return std::make_unique<ZelAppException>(ZelAppException{
@@ -65,8 +63,8 @@ void ZelRequest::waitReply() {
 
 void ZelRequest::onException(const ZelMap& body) {
   RAS1_FLOW();
-  const int severity = body.get(kSeverityKey).toInt();
-  const std::string& message = body.get(kMessageKey).toString();
+  const int severity = body.get(ZelKey::Failure::kSeverity).toInt();
+  const std::string& message = body.get(ZelKey::Failure::kMessage).toString();
   appExc = std::make_unique<ZelAppException>(ZelAppException{severity, message});
   RAS1_PRINT("ERROR: Application exception raised (severity %i) ...\n%s", severity,
              message.c_str());

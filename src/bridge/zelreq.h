@@ -28,32 +28,6 @@ class ZelMsg {
   std::unique_ptr<ZelData> body;
 };
 
-/// Keys of the map that carries a message across the bridge. There is no key 2.
-namespace ZelEnvelopeKey {
-inline constexpr int kType = 0;
-inline constexpr int kId = 1;
-inline constexpr int kBody = 3;       ///< only when there is a body
-inline constexpr int kRequester = 4;  ///< address of the waiting request or 0; not in notifications
-}  // namespace ZelEnvelopeKey
-
-/// Codes of the messages: which request or notification a message is.
-namespace ZelMsgId {
-inline constexpr int kInit = 0;
-inline constexpr int kStart = 1;
-inline constexpr int kTakeSample = 2;
-inline constexpr int kTakeAction = 3;
-inline constexpr int kShutdown = 4;
-inline constexpr int kWebService = 5;
-inline constexpr int kSituation = 6;
-inline constexpr int kSitStateChanged = 7;
-inline constexpr int kSubnodeRegistered = 10;
-inline constexpr int kSubnodeDeregistered = 11;
-inline constexpr int kSampleEmit = 13;
-inline constexpr int kSubnodeConnected = 14;
-inline constexpr int kSubnodeDisconnected = 15;
-inline constexpr int kShutdownRequested = 16;
-}  // namespace ZelMsgId
-
 /// A call into the Java application: builds one message and reads the single reply.
 ///
 /// Used by the thread that executes it; the transport stores the reply into it on that thread. Its

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "bridge/zelkeys.h"
 #include "bridge/zelreq.h"
 #include "support/fake_application.h"
 
@@ -25,7 +26,9 @@ void defuse(const ObjectPtr& body) {
   }
 }
 
-int codeWithoutShutdown(int code) { return code == ZelMsgId::kShutdownRequested ? code + 1 : code; }
+int codeWithoutShutdown(int code) {
+  return code == ZelNotificationCode::kShutdown ? code + 1 : code;
+}
 
 }  // namespace
 
@@ -44,17 +47,17 @@ ObjectPtr MalformedMessages::unasked() {
 
 ObjectPtr MalformedMessages::answerTo(const ObjectPtr& request, int code) {
   const int type = oneIn(4) ? ZelMsg::Exception : ZelMsg::Reply;
-  return envelope(type, code, fakeapp::valueOf(request, ZelEnvelopeKey::kRequester));
+  return envelope(type, code, fakeapp::valueOf(request, ZelKey::Envelope::kHandle));
 }
 
 ObjectPtr MalformedMessages::envelope(int likelyType, int likelyCode, const ObjectPtr& handle) {
   const int type = oneIn(15) ? below(9) - 3 : likelyType;
   const int code = codeWithoutShutdown(oneIn(15) ? static_cast<int>(random_()) : likelyCode);
   std::vector<Entry> entries = {
-      {fakejvm::integer(ZelEnvelopeKey::kType), oneIn(20) ? odd() : fakejvm::integer(type)},
-      {fakejvm::integer(ZelEnvelopeKey::kId), oneIn(20) ? text() : fakejvm::integer(code)},
-      {fakejvm::integer(ZelEnvelopeKey::kBody), body(type, code)},
-      {fakejvm::integer(ZelEnvelopeKey::kRequester), oneIn(20) ? text() : handle},
+      {fakejvm::integer(ZelKey::Envelope::kType), oneIn(20) ? odd() : fakejvm::integer(type)},
+      {fakejvm::integer(ZelKey::Envelope::kId), oneIn(20) ? text() : fakejvm::integer(code)},
+      {fakejvm::integer(ZelKey::Envelope::kBody), body(type, code)},
+      {fakejvm::integer(ZelKey::Envelope::kHandle), oneIn(20) ? text() : handle},
   };
   while (oneIn(6)) {
     entries.erase(entries.begin() + below(static_cast<int>(entries.size())));
@@ -98,20 +101,20 @@ ObjectPtr MalformedMessages::likelyBody(int type, int code) {
     return map({{0, fakejvm::integer(ZelAppException::kOrdinary)}, {1, text()}});
   }
   switch (code) {
-    case ZelMsgId::kInit: {
+    case ZelRequestCode::kInit: {
       std::vector<ObjectPtr> tables;
       for (int i = below(3); i >= 0; --i) {
         tables.push_back(oneIn(10) ? odd() : table(i));
       }
       return map({{1, text()}, {4, text()}, {5, text()}, {6, text()}, {8, fakejvm::list(tables)}});
     }
-    case ZelMsgId::kTakeSample:
+    case ZelRequestCode::kTakeSample:
       return map({{4, rows()}, {10, fakejvm::integer(below(3))}});
-    case ZelMsgId::kTakeAction:
+    case ZelRequestCode::kTakeAction:
       return map({{2, number()}, {3, text()}});
-    case ZelMsgId::kWebService:
+    case ZelRequestCode::kWebService:
       return map({{7, number()}, {8, number()}, {9, bytes(below(100))}});
-    case ZelMsgId::kSampleEmit:
+    case ZelNotificationCode::kEvents:
       return map({{0, oneIn(4) ? text() : fakejvm::string("EVENTS")}, {1, rows()}});
     default:
       return map({{0, text()}, {1, text()}, {2, text()}, {3, text()}});

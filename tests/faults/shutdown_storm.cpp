@@ -20,6 +20,7 @@
 
 #include "agentfw/vuira.h"
 #include "bridge/zelexc.h"
+#include "bridge/zelkeys.h"
 #include "faults/callback_gate.h"
 #include "faults/storm_java.h"
 #include "jvm/command.h"
@@ -84,16 +85,16 @@ void browse() {
 
 void emitEvents() {
   auto body = std::make_unique<ZelMap>();
-  zelPut<std::string>(*body, 0, "EVENTS");
+  zelPut<std::string>(*body, ZelKey::Events::kTable, "EVENTS");
   auto rows = std::make_unique<ZelList>();
   zelAppend(*rows, std::make_unique<ZelByteArray>(std::string(12, 'e')));
-  zelPut(*body, 1, std::unique_ptr<ZelData>(std::move(rows)));
-  Command command("notify", value<int>(ZelMsgId::kSampleEmit), std::move(body));
+  zelPut(*body, ZelKey::Events::kRows, std::unique_ptr<ZelData>(std::move(rows)));
+  Command command("notify", value<int>(ZelNotificationCode::kEvents), std::move(body));
   runCommand(command);
 }
 
 void requestShutdown() {
-  Command command("notify", value<int>(ZelMsgId::kShutdownRequested), std::make_unique<ZelMap>());
+  Command command("notify", value<int>(ZelNotificationCode::kShutdown), std::make_unique<ZelMap>());
   runCommand(command);
 }
 

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <thread>
 
+#include "bridge/zelkeys.h"
 #include "faults/storm_java.h"
 #include "support/fake_application.h"
 
@@ -14,14 +15,14 @@ ObjectPtr valueAt(const ObjectPtr& map, int key) { return fakeapp::valueOf(map, 
 
 void notifyFromAnotherThread(const ObjectPtr& command) {
   const ObjectPtr notification =
-      fakeapp::body({{ZelEnvelopeKey::kType, fakejvm::integer(ZelMsg::Notification)},
-                     {ZelEnvelopeKey::kId, valueAt(command, 1)},
-                     {ZelEnvelopeKey::kBody, valueAt(command, 2)}});
+      fakeapp::body({{ZelKey::Envelope::kType, fakejvm::integer(ZelMsg::Notification)},
+                     {ZelKey::Envelope::kId, valueAt(command, 1)},
+                     {ZelKey::Envelope::kBody, valueAt(command, 2)}});
   std::thread([&] { putOutbound(fakejvm::Jvm::get().env(), notification); }).join();
 }
 
 void perform(JNIEnv* env, const ObjectPtr& envelope) {
-  const ObjectPtr command = valueAt(envelope, ZelEnvelopeKey::kBody);
+  const ObjectPtr command = valueAt(envelope, ZelKey::Envelope::kBody);
   const std::string name = valueAt(command, 0)->text;
   if (name == "error") {
     fakejvm::Jvm::get().raise("java/lang/OutOfMemoryError", "scripted");
@@ -29,7 +30,8 @@ void perform(JNIEnv* env, const ObjectPtr& envelope) {
   }
   if (name == "exception") {
     const ObjectPtr reason =
-        fakeapp::body({{0, valueAt(command, 1)}, {1, fakejvm::string("refused")}});
+        fakeapp::body({{ZelKey::Failure::kSeverity, valueAt(command, 1)},
+                       {ZelKey::Failure::kMessage, fakejvm::string("refused")}});
     putOutbound(env, answerTo(envelope, ZelMsg::Exception, reason));
     return;
   }

@@ -14,6 +14,7 @@
 #include "bridge/jni/zeljvm.h"
 #include "bridge/zelbuild.h"
 #include "bridge/zelclient.h"
+#include "bridge/zelkeys.h"
 #include "jvm/agent_environment.h"
 #include "jvm/command.h"
 #include "support/descriptor_cap.h"
@@ -136,11 +137,11 @@ TEST_F(BridgeJvmTest, TheStartRequestReachesTheApplication) {
     for (const ZelData* code : received->toList().items) {
       codes.push_back(code->toInt());
     }
-    return std::find(codes.begin(), codes.end(), ZelMsgId::kStart) != codes.end();
+    return std::find(codes.begin(), codes.end(), ZelRequestCode::kStart) != codes.end();
   });
 
   EXPECT_TRUE(isStarted);
-  EXPECT_EQ(codes.front(), ZelMsgId::kInit);
+  EXPECT_EQ(codes.front(), ZelRequestCode::kInit);
 }
 
 TEST_F(BridgeJvmTest, ASampleBringsTheApplicationsRows) {
@@ -217,7 +218,7 @@ TEST_F(BridgeJvmTest, ANotificationOfAnyJavaThreadReachesItsSubscriber) {
   auto body = std::make_unique<ZelMap>();
   zelPut<std::string>(*body, 0, "no such table");
   zelPut(*body, 1, std::unique_ptr<ZelData>(std::make_unique<ZelList>()));
-  Command command("notify", value<int>(ZelMsgId::kSampleEmit), std::move(body));
+  Command command("notify", value<int>(ZelNotificationCode::kEvents), std::move(body));
 
   run(command);
 
@@ -238,7 +239,7 @@ TEST_F(BridgeJvmTest, ASubnodeOfTheApplicationIsRegistered) {
   zelPut<std::string>(*body, 1, "subAffinity");
   zelPut<std::string>(*body, 2, "");
   zelPut<std::string>(*body, 3, "");
-  Command command("notify", value<int>(ZelMsgId::kSubnodeRegistered), std::move(body));
+  Command command("notify", value<int>(ZelNotificationCode::kSubnodeRegistered), std::move(body));
 
   run(command);
 
@@ -346,7 +347,7 @@ TEST_F(BridgeJvmDeathTest, TheApplicationMayAskForTheShutDown) {
   EXPECT_EXIT(
       {
         showTraceAtExit();
-        Command command("notify", value<int>(ZelMsgId::kShutdownRequested),
+        Command command("notify", value<int>(ZelNotificationCode::kShutdown),
                         std::make_unique<ZelMap>());
         run(command);
         const bool isStopped = isTraced("Agent stopped") && isTraced("Agent shuts down ...");

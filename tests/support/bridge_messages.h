@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "bridge/zelclient.h"
+#include "bridge/zelkeys.h"
 #include "support/jvm_fixture.h"
 
 /// A class of the Java application.
@@ -32,14 +33,15 @@ inline fakejvm::ObjectPtr answerTo(const fakejvm::ObjectPtr& request, ZelMsg::Ty
                                    const fakejvm::ObjectPtr& body) {
   fakejvm::ObjectPtr requester;
   for (const auto& [key, value] : request->entries) {
-    if (key->number == ZelEnvelopeKey::kRequester) {
+    if (key->number == ZelKey::Envelope::kHandle) {
       requester = value;
     }
   }
-  return fakejvm::map({{fakejvm::integer(0), fakejvm::integer(type)},
-                       {fakejvm::integer(1), fakejvm::integer(EchoRequest::kId)},
-                       {fakejvm::integer(3), body},
-                       {fakejvm::integer(4), requester}});
+  return fakejvm::map(
+      {{fakejvm::integer(ZelKey::Envelope::kType), fakejvm::integer(type)},
+       {fakejvm::integer(ZelKey::Envelope::kId), fakejvm::integer(EchoRequest::kId)},
+       {fakejvm::integer(ZelKey::Envelope::kBody), body},
+       {fakejvm::integer(ZelKey::Envelope::kHandle), requester}});
 }
 
 /// Calls the native through which Java hands a message over.
@@ -58,10 +60,11 @@ inline void answerRequests(ZelMsg::Type type, const fakejvm::ObjectPtr& body) {
 
 /// The Java side's envelope of a request of its own.
 inline fakejvm::ObjectPtr inboundRequest(int id) {
-  return fakejvm::map({{fakejvm::integer(0), fakejvm::integer(ZelMsg::Request)},
-                       {fakejvm::integer(1), fakejvm::integer(id)},
-                       {fakejvm::integer(3), fakejvm::map({})},
-                       {fakejvm::integer(4), fakejvm::longInteger(9)}});
+  return fakejvm::map(
+      {{fakejvm::integer(ZelKey::Envelope::kType), fakejvm::integer(ZelMsg::Request)},
+       {fakejvm::integer(ZelKey::Envelope::kId), fakejvm::integer(id)},
+       {fakejvm::integer(ZelKey::Envelope::kBody), fakejvm::map({})},
+       {fakejvm::integer(ZelKey::Envelope::kHandle), fakejvm::longInteger(9)}});
 }
 
 /// Fails as the test says when the Java application asks it.

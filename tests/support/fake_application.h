@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "bridge/zelkeys.h"
 #include "support/bridge_messages.h"
 
 /// A well-behaved Java application of the fake JVM: what it answers to each request of the agent.
@@ -22,35 +23,39 @@ inline fakejvm::ObjectPtr body(std::vector<std::pair<int, fakejvm::ObjectPtr>> e
 inline fakejvm::ObjectPtr row(char first) { return fakejvm::bytes(std::string(kRowSize, first)); }
 
 inline fakejvm::ObjectPtr column(const std::string& name, int type, int size, int offset) {
-  return body({{10, fakejvm::string(name)},
-               {11, fakejvm::integer(type)},
-               {12, fakejvm::integer(size)},
-               {13, fakejvm::integer(offset)}});
+  return body({{ZelKey::TableColumn::kName, fakejvm::string(name)},
+               {ZelKey::TableColumn::kType, fakejvm::integer(type)},
+               {ZelKey::TableColumn::kSize, fakejvm::integer(size)},
+               {ZelKey::TableColumn::kOffset, fakejvm::integer(offset)}});
 }
 
 inline fakejvm::ObjectPtr table(const std::string& name) {
-  return body({{7, fakejvm::string(name)},
-               {9, fakejvm::list({column("NUMBER", 1, 4, 0), column("TEXT", 9, 8, 4)})},
-               {15, fakejvm::boolean(false)}});
+  return body({{ZelKey::Table::kName, fakejvm::string(name)},
+               {ZelKey::Table::kColumns,
+                fakejvm::list({column("NUMBER", 1, 4, 0), column("TEXT", 9, 8, 4)})},
+               {ZelKey::Table::kSituationTrap, fakejvm::boolean(false)}});
 }
 
 /// The body of the reply to a request of this code; an empty one to those that carry no answer.
 inline fakejvm::ObjectPtr answer(int code) {
   switch (code) {
-    case ZelMsgId::kInit:
-      return body({{1, fakejvm::string("text")},
-                   {4, fakejvm::string("versionAffinity")},
-                   {5, fakejvm::string("javahost")},
-                   {6, fakejvm::string("affinity")},
-                   {8, fakejvm::list({table("SAMPLES"), table("EVENTS")})}});
-    case ZelMsgId::kTakeSample:
-      return body({{4, fakejvm::list({row('a'), row('b')})}, {10, fakejvm::integer(0)}});
-    case ZelMsgId::kTakeAction:
-      return body({{2, fakejvm::integer(0)}, {3, fakejvm::string("done")}});
-    case ZelMsgId::kWebService:
-      return body({{7, fakejvm::integer(200)},
-                   {8, fakejvm::integer(2)},
-                   {9, fakejvm::bytes("<p>hello</p>")}});
+    case ZelRequestCode::kInit:
+      return body(
+          {{ZelKey::InitReply::kToolkit, fakejvm::string("text")},
+           {ZelKey::InitReply::kVersionAffinity, fakejvm::string("versionAffinity")},
+           {ZelKey::InitReply::kHostName, fakejvm::string("javahost")},
+           {ZelKey::InitReply::kAgentAffinity, fakejvm::string("affinity")},
+           {ZelKey::InitReply::kTables, fakejvm::list({table("SAMPLES"), table("EVENTS")})}});
+    case ZelRequestCode::kTakeSample:
+      return body({{ZelKey::SampleReply::kRows, fakejvm::list({row('a'), row('b')})},
+                   {ZelKey::SampleReply::kCacheSeconds, fakejvm::integer(0)}});
+    case ZelRequestCode::kTakeAction:
+      return body({{ZelKey::ActionReply::kCode, fakejvm::integer(0)},
+                   {ZelKey::ActionReply::kMessage, fakejvm::string("done")}});
+    case ZelRequestCode::kWebService:
+      return body({{ZelKey::WebReply::kCode, fakejvm::integer(200)},
+                   {ZelKey::WebReply::kMedia, fakejvm::integer(2)},
+                   {ZelKey::WebReply::kContent, fakejvm::bytes("<p>hello</p>")}});
     default:
       return body({});
   }
@@ -67,12 +72,12 @@ inline fakejvm::ObjectPtr valueOf(const fakejvm::ObjectPtr& envelope, int key) {
 }
 
 inline int codeOf(const fakejvm::ObjectPtr& envelope) {
-  return static_cast<int>(valueOf(envelope, ZelEnvelopeKey::kId)->number);
+  return static_cast<int>(valueOf(envelope, ZelKey::Envelope::kId)->number);
 }
 
 /// Whether the agent waits for an answer to this message.
 inline bool isRequest(const fakejvm::ObjectPtr& envelope) {
-  return valueOf(envelope, ZelEnvelopeKey::kType)->number == ZelMsg::Request;
+  return valueOf(envelope, ZelKey::Envelope::kType)->number == ZelMsg::Request;
 }
 
 /// Answers a message of the agent as a good application does.

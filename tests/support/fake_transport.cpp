@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "bridge/zelbuild.h"
+#include "bridge/zelkeys.h"
 #include "support/fake_framework.h"
 
 namespace fake {
@@ -100,7 +101,8 @@ bool eventually(const std::function<bool()>& step) {
 }
 
 Value exceptionBody(const ZelAppException& exception) {
-  return map({{0, integer(exception.severity)}, {1, text(exception.message)}});
+  return map({{ZelKey::Failure::kSeverity, integer(exception.severity)},
+              {ZelKey::Failure::kMessage, text(exception.message)}});
 }
 
 }  // namespace
@@ -157,7 +159,7 @@ std::unique_ptr<ZelData> copyOf(const ZelData* value) {
 }
 
 std::string Sent::body() const {
-  const auto found = envelope->entries.find(ZelEnvelopeKey::kBody);
+  const auto found = envelope->entries.find(ZelKey::Envelope::kBody);
   return found == envelope->entries.end() ? "none" : describe(found->second);
 }
 
@@ -207,11 +209,11 @@ std::size_t Bridge::clientsCreated() const {
 }
 
 Sent Bridge::record(const ZelMap& envelope) {
-  Sent message{envelope.get(ZelEnvelopeKey::kType).toInt(), {}, {}, {}};
-  if (const auto id = envelope.entries.find(ZelEnvelopeKey::kId); id != envelope.entries.end()) {
+  Sent message{envelope.get(ZelKey::Envelope::kType).toInt(), {}, {}, {}};
+  if (const auto id = envelope.entries.find(ZelKey::Envelope::kId); id != envelope.entries.end()) {
     message.id = id->second->toInt();
   }
-  if (const auto requester = envelope.entries.find(ZelEnvelopeKey::kRequester);
+  if (const auto requester = envelope.entries.find(ZelKey::Envelope::kHandle);
       requester != envelope.entries.end()) {
     message.requester = requester->second->toLong();
   }
@@ -240,9 +242,9 @@ bool endClients() {
 
 void sendInbound(ZelMsg::Type type, int id, const Value& body) {
   ZelMap envelope;
-  zelPut<int>(envelope, ZelEnvelopeKey::kType, type);
-  zelPut<int>(envelope, ZelEnvelopeKey::kId, id);
-  zelPut(envelope, ZelEnvelopeKey::kBody, body());
+  zelPut<int>(envelope, ZelKey::Envelope::kType, type);
+  zelPut<int>(envelope, ZelKey::Envelope::kId, id);
+  zelPut(envelope, ZelKey::Envelope::kBody, body());
   const ZelClientUse use;
   ZelClient::getInstance()->processInbound(envelope);
 }
@@ -272,10 +274,10 @@ void FakeTransport::putOutbound(const ZelMap& envelope) {
     body = reply->second;
   }
   ZelMap answer;
-  zelPut<int>(answer, ZelEnvelopeKey::kType, type);
-  zelPut<int>(answer, ZelEnvelopeKey::kId, id);
-  zelPut<long long>(answer, ZelEnvelopeKey::kRequester, message.requester.value_or(0));
-  zelPut(answer, ZelEnvelopeKey::kBody, body());
+  zelPut<int>(answer, ZelKey::Envelope::kType, type);
+  zelPut<int>(answer, ZelKey::Envelope::kId, id);
+  zelPut<long long>(answer, ZelKey::Envelope::kHandle, message.requester.value_or(0));
+  zelPut(answer, ZelKey::Envelope::kBody, body());
   processInbound(answer);
 }
 

@@ -1,4 +1,5 @@
 #include "bridge/zelclient.h"
+#include "bridge/zelkeys.h"
 
 #include <gmock/gmock.h>
 
@@ -54,7 +55,7 @@ TEST_F(ZelClientTest, AMessageWithoutBodyHasNoBodyKey) {
 
   ZelClient::run(request, false);
 
-  EXPECT_EQ(bridge.sent()[0].envelope->entries.count(ZelEnvelopeKey::kBody), 0u);
+  EXPECT_EQ(bridge.sent()[0].envelope->entries.count(ZelKey::Envelope::kBody), 0u);
   EXPECT_EQ(bridge.sent()[0].envelope->entries.count(2), 0u);
 }
 

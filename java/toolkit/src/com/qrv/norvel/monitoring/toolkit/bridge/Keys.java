@@ -135,24 +135,24 @@ public final class Keys {
   /** Body of the situation request. */
   public static final class Situation {
     public static final int TABLE = 0;
-    public static final int CONDITIONS = 1;
+    public static final int FILTERS = 1;
     public static final int SUBNODES = 5;
     public static final int HISTORY = 6;
     public static final int AUTOMATION = 7;
-    public static final int NAME = 8;
+    public static final int SITUATION = 8;
     public static final int INTERVAL = 9;
     public static final int START = 10;
 
     private Situation() {}
   }
 
-  /** One condition of a situation request. */
-  public static final class SituationCondition {
+  /** One filter of a situation request. */
+  public static final class SituationFilter {
     public static final int COLUMN = 2;
     public static final int VALUE = 3;
     public static final int OPERATOR = 11;
 
-    private SituationCondition() {}
+    private SituationFilter() {}
   }
 
   /** Body of the reply to a situation request. */

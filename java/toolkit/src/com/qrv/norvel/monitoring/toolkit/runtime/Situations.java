@@ -134,12 +134,12 @@ final class Situations {
 
   private static Situation requested(Fields body) throws MalformedMessageException {
     return new Situation(
-        body.text(Keys.Situation.NAME),
+        body.text(Keys.Situation.SITUATION),
         body.text(Keys.Situation.TABLE),
         body.integer(Keys.Situation.INTERVAL),
         body.flag(Keys.Situation.HISTORY),
         body.flag(Keys.Situation.AUTOMATION),
-        conditions(body.list(Keys.Situation.CONDITIONS)),
+        conditions(body.list(Keys.Situation.FILTERS)),
         Blanks.trimEnds(body.texts(Keys.Situation.SUBNODES)));
   }
 
@@ -150,9 +150,9 @@ final class Situations {
       Fields condition = Fields.of("condition of a situation", list.get(i));
       conditions.add(
           new Condition(
-              condition.text(Keys.SituationCondition.COLUMN),
-              condition.integer(Keys.SituationCondition.OPERATOR),
-              condition.text(Keys.SituationCondition.VALUE)));
+              condition.text(Keys.SituationFilter.COLUMN),
+              condition.integer(Keys.SituationFilter.OPERATOR),
+              condition.text(Keys.SituationFilter.VALUE)));
     }
     return conditions;
   }
