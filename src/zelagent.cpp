@@ -14,11 +14,13 @@
 #include "bridge/zelclient.h"
 #include "zelaffinity.h"
 #include "zelapi.h"
+#include "zelending.h"
 #include "zelguard.h"
 #include "zelhttp.h"
 #include "zelntfsampleemit.h"
 #include "zelntfshutdown.h"
 #include "zelntfsubnode.h"
+#include "zelproduct.h"
 #include "zelreqinit.h"
 #include "zelreqshutdown.h"
 #include "zelreqstart.h"
@@ -313,6 +315,14 @@ bool ZelAgent::isShutdown(unsigned long timeoutMs) {
   }
   return s_isShutdown.load();
 }
+
+bool zelIsEnding() { return ZelAgent::isShutdown(0); }
+
+void zelEndAgent() { ZelAgent::shutdown(); }
+
+const char* zelProductCode() { return ZelAgent::s_prodCode; }
+
+const char* zelInstanceId() { return ZelAgent::s_instId; }
 
 int zelAgentStart() { return ZelAgent::start(); }
 

@@ -7,7 +7,7 @@
 
 #include "agentfw/ras1.h"
 #include "bridge/zelclient.h"
-#include "zelagent.h"
+#include "zelending.h"
 #include "zelguard.h"
 #include "zelicu.h"
 #include "zelread.h"
@@ -71,7 +71,7 @@ ZelIra::ZelIra(RequestDetail* detail, ContextInfo* context, TableManager* owner,
 
 ZelIra::~ZelIra() {
   RAS1_FLOW();
-  if (situationName[0] != '\0' && !ZelAgent::isShutdown(0)) {
+  if (situationName[0] != '\0' && !zelIsEnding()) {
     ZelIra::onSitStateChanged(false);
   }
 }

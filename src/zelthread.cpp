@@ -5,7 +5,7 @@
 
 #include "agentfw/bss1.h"
 #include "agentfw/ras1.h"
-#include "zelagent.h"
+#include "zelending.h"
 
 RAS1_UNIT("ZELTHREAD");
 
@@ -75,7 +75,7 @@ void zelThreadStart(unsigned long* threadId, void* (*routine)(void*), void* arg)
   const int rc = pthread_create(threadId, &attributes, routine, arg);
   if (rc != 0) {
     RAS1_PRINT("ERROR: pthread_create() failed (rc %i)", rc);
-    ZelAgent::shutdown();
+    zelEndAgent();
     return;
   }
   pthread_detach(*threadId);

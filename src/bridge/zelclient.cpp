@@ -8,7 +8,7 @@
 #include "bridge/zelbuild.h"
 #include "bridge/zelkeys.h"
 #include "bridge/zeltask.h"
-#include "zelagent.h"
+#include "zelending.h"
 #include "zelguard.h"
 
 RAS1_UNIT("ZELCLIENT");
@@ -230,7 +230,7 @@ void* zelMessageHandler(void* /*unused*/) {
   RAS1_FLOW();
   ZelClient::s_mhRunning.store(true);
   RAS1_PRINT("Message handler started");
-  while (!ZelAgent::isShutdown(0) && ZelClient::s_mhRunning.load()) {
+  while (!zelIsEnding() && ZelClient::s_mhRunning.load()) {
     const std::unique_ptr<ZelTask> task = nextTask();
     if (task == nullptr) {
       ZelClient::s_tqEvent.wait(kIdleWaitMs);

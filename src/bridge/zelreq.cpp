@@ -5,7 +5,7 @@
 
 #include "agentfw/ras1.h"
 #include "bridge/zelkeys.h"
-#include "zelagent.h"
+#include "zelending.h"
 
 RAS1_UNIT("ZELREQ");
 
@@ -69,7 +69,7 @@ void ZelRequest::onException(const ZelMap& body) {
   RAS1_PRINT("ERROR: Application exception raised (severity %i) ...\n%s", severity,
              message.c_str());
   if (severity == ZelAppException::kCritical) {
-    ZelAgent::shutdown();
+    zelEndAgent();
     RAS1_PRINT("FATAL: Agent terminated with the critical Java exception.");
   }
 }

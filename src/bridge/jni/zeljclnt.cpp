@@ -8,7 +8,7 @@
 #include "bridge/jni/zeljnivisitor.h"
 #include "bridge/jni/zeljvm.h"
 #include "bridge/zelexc.h"
-#include "zelagent.h"
+#include "zelending.h"
 #include "zelguard.h"
 
 RAS1_UNIT("ZELJCLNT");
@@ -142,7 +142,7 @@ void ZelJServer::processInbound(const ZelData& msg) {
   msg.accept(visitor);
   threadEnv.CallVoidMethod(m_handle, s_mProcessInbound, visitor.getResult());
   if (ZelJvm::hasException(threadEnv)) {
-    ZelAgent::shutdown();  // destroys this server
+    zelEndAgent();  // destroys this server
     RAS1_PRINT("FATAL: unexpected Java exception. Agent terminated.");
     std::exit(-1);
   }

@@ -22,7 +22,8 @@
 #include "bridge/jni/zeljni.h"
 #include "bridge/jni/zeljvmoptions.h"
 #include "bridge/zelexc.h"
-#include "zelagent.h"
+#include "zelending.h"
+#include "zelproduct.h"
 #include "zelthread.h"
 
 RAS1_UNIT("ZELJVM");
@@ -73,7 +74,7 @@ CreateJavaVm loadJvm() {
 
 std::string optionsPath() {
   std::string path = "config/";
-  for (const char* c = ZelAgent::s_prodCode; *c != '\0'; ++c) {
+  for (const char* c = zelProductCode(); *c != '\0'; ++c) {
     path += static_cast<char>(std::tolower(static_cast<unsigned char>(*c)));
   }
   return path + "wb.properties";
@@ -97,7 +98,7 @@ std::vector<std::string> gatherOptions() {
   if (const char* address = BSS1_GetEnv("KDCB0_HOSTNAME", nullptr)) {
     options.push_back(std::string("-Dzel.listeneraddress=") + address);
   }
-  const std::string vrmlName = std::string(ZelAgent::s_prodCode) + "_VRML";
+  const std::string vrmlName = std::string(zelProductCode()) + "_VRML";
   if (const char* vrml = BSS1_GetEnv(vrmlName.c_str(), nullptr)) {
     options.push_back(std::string("-Dzel.vrml=") + vrml);
   }
@@ -125,8 +126,8 @@ std::FILE* openOwnLog(const char* path) {
 std::string openLog() {
   RAS1_FUNCTION();
   char path[kLogPathSize];
-  std::snprintf(path, sizeof(path), "../../logs/%s.%s.%lu.JVM.log", ZelAgent::s_prodCode,
-                ZelAgent::s_instId, static_cast<unsigned long>(std::time(nullptr)));
+  std::snprintf(path, sizeof(path), "../../logs/%s.%s.%lu.JVM.log", zelProductCode(),
+                zelInstanceId(), static_cast<unsigned long>(std::time(nullptr)));
   closeLog();  // left open by a start that failed
   std::FILE* log = openOwnLog(path);
   if (std::FILE* other = ZelJvm::s_log.exchange(log); other != nullptr) {
@@ -290,7 +291,7 @@ bool ZelJvm::hasException(JNIEnv& env) {
   traceThrowable(env, thrown);
   jclass errorClass = s_errorClass.load();
   if (errorClass != nullptr && env.IsInstanceOf(thrown, errorClass)) {
-    ZelAgent::shutdown();
+    zelEndAgent();
     RAS1_PRINT("FATAL: Agent terminated with the critical Java exception.");
     std::exit(-1);
   }
