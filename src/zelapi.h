@@ -6,6 +6,12 @@
 /// The library expects its settings in the environment: ZEL_PROD (product code), ZEL_INST (instance
 /// id) and ZEL_PROD_HOME (working directory) are required; ZEL_LIBJVM names the JVM's library.
 ///
+/// It asks for SIGHUP and SIGTERM with signal(). Its handler takes locks and calls Java, which no
+/// thread can do inside a signal handler: it may hold those very locks, or belong to the garbage
+/// collector. So a host must defer these signals: define signal() in the executable, remember the
+/// handler that the library asks for, and call it as an ordinary function, one signal at a time,
+/// from a thread that does nothing else.
+///
 /// Its threads and the JVM's run until the process is gone, and are never joined. So end the
 /// process with _exit(): exit() would destroy, under these threads, objects that they use.
 
