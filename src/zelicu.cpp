@@ -25,6 +25,16 @@ UConverter* openConverter(const char* codepage) {
   return handle;
 }
 
+// Whether a conversion only wants a larger buffer. Any other failure is traced.
+bool wantsMoreRoom(UErrorCode status, const char* operation, const RAS1_Entry& ras1Entry) {
+  if (status == U_BUFFER_OVERFLOW_ERROR) {
+    return true;
+  }
+  RAS1_PRINT("ERROR: %s() failed (rc %i), %s", operation, static_cast<int>(status),
+             u_errorName(status));
+  return false;
+}
+
 }  // namespace
 
 ZelUniConverter::ZelUniConverter(const char* codepage)
@@ -70,9 +80,7 @@ bool ZelUniConverter::toUnicode(icu::UnicodeString& out, const char* bytes, unsi
         return true;
       }
       out.releaseBuffer(0);
-      if (status != U_BUFFER_OVERFLOW_ERROR) {
-        RAS1_PRINT("ERROR: ucnv_toUChars() failed (rc %i), %s", static_cast<int>(status),
-                   u_errorName(status));
+      if (!wantsMoreRoom(status, "ucnv_toUChars", ras1Entry)) {
         return false;
       }
       capacity = needed + 1;
@@ -103,10 +111,8 @@ bool ZelUniConverter::fromUnicode(std::string& out, const icu::UnicodeString& in
         out.assign(buffer, static_cast<std::size_t>(needed));
         return true;
       }
-      if (status != U_BUFFER_OVERFLOW_ERROR) {
+      if (!wantsMoreRoom(status, "ucnv_fromUChars", ras1Entry)) {
         out.clear();
-        RAS1_PRINT("ERROR: ucnv_fromUChars() failed (rc %i), %s", static_cast<int>(status),
-                   u_errorName(status));
         return false;
       }
       capacity = needed + 1;

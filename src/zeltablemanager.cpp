@@ -16,17 +16,6 @@ constexpr unsigned kLargestAllocPeak = 100;
 // An entry that lies further ahead was made before the clock was set back.
 constexpr std::time_t kLongestTrustedSeconds = 1000;
 
-class ListLock {
- public:
-  explicit ListLock(BSS1_Lock& guarded) : lock(guarded) { BSS1_GetLock(&lock); }
-  ListLock(const ListLock&) = delete;
-  ListLock& operator=(const ListLock&) = delete;
-  ~ListLock() { BSS1_ReleaseLock(&lock); }
-
- private:
-  BSS1_Lock& lock;
-};
-
 /// Keeps a request object from being deleted during a delivery, and leaves its buffer empty.
 class Delivery {
  public:
@@ -97,7 +86,7 @@ int ZelTableManager::emitEvents(const std::vector<std::string>& events) {
   RAS1_FLOW();
   int result = 0;
   zelGuarded(ras1Entry, [&] {
-    ListLock lock(listLock);
+    const BSS1_LockGuard lock(listLock);
     VuiraListIter openRequests(requests);
     while (vuira* request = openRequests.Next()) {
       deliver(*request, events, result);

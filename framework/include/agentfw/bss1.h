@@ -33,3 +33,15 @@ AGENTFW_API int BSS1_ReleaseLock(BSS1_Lock* lock);
 
 AGENTFW_API void BSS1_GetTime(BSS1_Time* now);
 }
+
+/// Holds a lock for a scope.
+class BSS1_LockGuard {
+ public:
+  explicit BSS1_LockGuard(BSS1_Lock& guarded) : lock(guarded) { BSS1_GetLock(&lock); }
+  BSS1_LockGuard(const BSS1_LockGuard&) = delete;
+  BSS1_LockGuard& operator=(const BSS1_LockGuard&) = delete;
+  ~BSS1_LockGuard() { BSS1_ReleaseLock(&lock); }
+
+ private:
+  BSS1_Lock& lock;
+};

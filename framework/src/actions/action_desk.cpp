@@ -23,8 +23,6 @@ RequestError error(Kind kind, std::string message) {
   return {kind, std::move(message), std::nullopt, {}};
 }
 
-RequestError stoppingError() { return error(Kind::Stopping, "The agent is stopping."); }
-
 std::string nodeOf(const TableInfo& table, const char* row) {
   for (const Column& column : table.columns) {
     if (column.name == TableInfo::kOriginNode) {

@@ -22,8 +22,6 @@ RequestError error(Kind kind, std::string message, std::string nearest = {}) {
   return {kind, std::move(message), std::nullopt, std::move(nearest)};
 }
 
-RequestError stopping() { return error(Kind::Stopping, "The agent is stopping."); }
-
 }  // namespace
 
 Engine::Engine(const EngineConfig& config, Clock& clock, TimerQueue& timers, CallbackGate& gate,
@@ -156,7 +154,7 @@ std::optional<RequestError> Engine::tryBegin(const ReportRequest& request, const
   {
     const MutexLock lock(mutex_);
     if (stopping_) {
-      return stopping();
+      return stoppingError();
     }
     if (running_.size() >= config_.reportLimit) {
       ++refused_;
@@ -239,7 +237,7 @@ std::optional<RequestError> Engine::openRow(const std::string& table, const std:
   {
     const MutexLock lock(mutex_);
     if (stopping_) {
-      return stopping();
+      return stoppingError();
     }
     std::vector<SubnodeName> targets;
     const auto asked = subnode.empty() ? std::nullopt : std::optional(subnode);
@@ -337,7 +335,7 @@ void Engine::refuse() {
     }
   }
   for (const auto& report : reports) {
-    report->abort(stopping());
+    report->abort(stoppingError());
   }
 }
 
@@ -353,7 +351,7 @@ void Engine::deleteObjects(std::chrono::milliseconds bound) {
   std::stable_partition(channels.begin(), channels.end(),
                         [](const auto& channel) { return !channel->isBusy(); });
   for (const auto& channel : channels) {
-    channel->close("The agent is stopping.");
+    channel->close(kStoppingText);
   }
   const Countdown countdown(bound);
   for (const auto& channel : channels) {

@@ -29,4 +29,11 @@ struct RequestError {
   std::string nearest;                  ///< a known name close to the unknown one, or empty
 };
 
+/// What is said of whatever comes after the stop has begun.
+inline constexpr char kStoppingText[] = "The agent is stopping.";
+
+inline RequestError stoppingError() {
+  return {RequestError::Kind::Stopping, kStoppingText, std::nullopt, {}};
+}
+
 }  // namespace fw

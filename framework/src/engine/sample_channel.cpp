@@ -192,10 +192,7 @@ std::unique_ptr<RowObject> SampleChannel::makeRowObject(const std::string& row) 
     }
   }
   std::unique_ptr<vuira> object = makeObject({}, {});
-  if (object->rowSize != row.size()) {
-    throw std::runtime_error(fmt::format("The rows of {} have {} bytes, not {} as described.",
-                                         label_, object->rowSize, row.size()));
-  }
+  checkRowSize(object->rowSize, row.size(), label_);
   std::string copy = row;
   // Not through the object: what it does with a row of a sample is not wanted here.
   if (object->vuira::InsertRow(copy.data()) != 0) {

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "agentfw/ras1.h"
+#include "engine/request_error.h"
 #include "tables/vuira_state.h"
 #include "trace/complaint_watch.h"
 
@@ -55,32 +56,47 @@ Sample takeSample(vuira& object, Clock& clock, const TableInfo& info, TableMeter
       std::chrono::duration_cast<std::chrono::milliseconds>(sample.takenAtMono - began);
   sample.rowsLost = VuiraState::of(object).rowsLost;
   sample.rows = VuiraState::takeRows(object);
-  if (sample.rows.rowCount() > 0 && sample.rows.rowSize() != info.rowSize) {
-    throw std::runtime_error(fmt::format("The rows of {} have {} bytes, not {} as described.",
-                                         label, sample.rows.rowSize(), info.rowSize));
+  if (sample.rows.rowCount() > 0) {
+    checkRowSize(sample.rows.rowSize(), info.rowSize, label);
   }
   count(meters, sample);
   return sample;
+}
+
+void checkRowSize(std::size_t size, std::size_t described, const std::string& label) {
+  if (size != described) {
+    throw std::runtime_error(
+        fmt::format("The rows of {} have {} bytes, not {} as described.", label, size, described));
+  }
+}
+
+std::optional<CallbackFailure> runCallback(CallbackGate& gate,
+                                           const std::function<void()>& callback) {
+  try {
+    if (!gate.run(callback)) {
+      return CallbackFailure{kStoppingText, true};
+    }
+    return std::nullopt;
+  } catch (const std::exception& thrown) {
+    return CallbackFailure{thrown.what()};
+  } catch (...) {
+    return CallbackFailure{"The agent ended the callback with an unknown exception."};
+  }
 }
 
 std::optional<std::string> tryCallback(CallbackGate& gate, TableMeters& meters,
                                        const std::string& label,
                                        const std::function<void()>& callback) {
   RAS1_FUNCTION();
-  std::string error;
-  try {
-    if (!gate.run(callback)) {
-      return "The agent is stopping.";
-    }
+  auto failure = runCallback(gate, callback);
+  if (!failure) {
     return std::nullopt;
-  } catch (const std::exception& thrown) {
-    error = thrown.what();
-  } catch (...) {
-    error = "The agent ended the callback with an unknown exception.";
   }
-  ++meters.errors;
-  RAS1_PRINT("ERROR: no sample of %s: %s", label.c_str(), error.c_str());
-  return error;
+  if (!failure->isRefused) {
+    ++meters.errors;
+    RAS1_PRINT("ERROR: no sample of %s: %s", label.c_str(), failure->text.c_str());
+  }
+  return failure->text;
 }
 
 }  // namespace fw

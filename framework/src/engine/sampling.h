@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -38,9 +39,22 @@ std::unique_ptr<vuira> openRequest(TableManager& manager, RequestDetail detail);
 Sample takeSample(vuira& object, Clock& clock, const TableInfo& info, TableMeters& meters,
                   const std::string& label);
 
-/// Runs callbacks through the gate. Whatever they throw ends here: it is counted as the table's
-/// error, traced with `label`, and returned as a text for people. Nothing is returned when all went
-/// well. A closed gate also gives a text, which is not counted.
+/// Throws std::runtime_error when rows have another size than the table was described with.
+void checkRowSize(std::size_t size, std::size_t described, const std::string& label);
+
+/// Why a callback did not run to its end.
+struct CallbackFailure {
+  std::string text;        ///< a sentence for people
+  bool isRefused = false;  ///< it did not begin, because the agent stops
+};
+
+/// Runs a callback through the gate; whatever it throws ends here. Nothing is returned when all
+/// went well.
+std::optional<CallbackFailure> runCallback(CallbackGate& gate,
+                                           const std::function<void()>& callback);
+
+/// The same for a sample: a failure is counted as the table's error, and traced with `label`. One
+/// that did not begin is neither.
 std::optional<std::string> tryCallback(CallbackGate& gate, TableMeters& meters,
                                        const std::string& label,
                                        const std::function<void()>& callback);

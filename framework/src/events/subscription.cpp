@@ -2,32 +2,16 @@
 
 #include <fmt/format.h>
 
-#include <exception>
-#include <stdexcept>
 #include <utility>
 
 #include "agentfw/ras1.h"
 #include "basic/handle_table.h"
+#include "engine/sampling.h"
 #include "tables/request_detail.h"
 
 RAS1_UNIT("SUBSCRIPTION");
 
 namespace fw {
-
-namespace {
-
-class ListLock {
- public:
-  explicit ListLock(TableManager& manager) : lock_(manager.listLock) { BSS1_GetLock(&lock_); }
-  ListLock(const ListLock&) = delete;
-  ListLock& operator=(const ListLock&) = delete;
-  ~ListLock() { BSS1_ReleaseLock(&lock_); }
-
- private:
-  BSS1_Lock& lock_;
-};
-
-}  // namespace
 
 Subscription::Subscription(Shared shared, TableSet::View table, std::string name,
                            Predicate thresholds, std::shared_ptr<Inbox> inbox,
@@ -52,22 +36,13 @@ void Subscription::openInTurn() {
   if (closed_) {
     return;
   }
-  std::string problem;
-  try {
-    if (!shared_.gate.run([this] { object_ = makeObject(); })) {
-      problem = "The agent is stopping.";
-    }
-  } catch (const std::exception& error) {
-    problem = error.what();
-  } catch (...) {
-    problem = "The agent ended the callback with an unknown exception.";
-  }
-  if (!problem.empty()) {
+  const auto failure = runCallback(shared_.gate, [this] { object_ = makeObject(); });
+  if (failure) {
     RAS1_PRINT("ERROR: %s gets no events of %s: %s", name_.c_str(), table_.info->name.c_str(),
-               problem.c_str());
+               failure->text.c_str());
   }
   if (object_ == nullptr) {
-    inbox_->opened(problem);
+    inbox_->opened(failure ? failure->text : "");
   } else {
     HandleTable::instance().watch(object_->handle, [weak = weak_from_this()](RES1_Handle) {
       if (const auto self = weak.lock(); self != nullptr && self->offList_) {
@@ -86,17 +61,12 @@ std::unique_ptr<vuira> Subscription::makeObject() {
   detail.thresholds = thresholds_;
   detail.rowLimit = shared_.config.rowLimit;
   detail.sink = inbox_;
-  ContextInfo context;
-  std::unique_ptr<vuira> object(table_.entry->manager->CreateCtira(&detail, &context));
-  if (object == nullptr) {
-    throw std::runtime_error("The agent made no request object.");
-  }
-  return object;
+  return openRequest(*table_.entry->manager, std::move(detail));
 }
 
 void Subscription::link() {
   TableManager& manager = *table_.entry->manager;
-  const ListLock lock(manager);
+  const BSS1_LockGuard lock(manager.listLock);
   if (!closed_) {
     manager.requests.append(object_.get());
     linked_ = object_.get();
@@ -108,7 +78,7 @@ void Subscription::link() {
 
 void Subscription::unlink() {
   TableManager& manager = *table_.entry->manager;
-  const ListLock lock(manager);
+  const BSS1_LockGuard lock(manager.listLock);
   if (vuira* const linked = std::exchange(linked_, nullptr); linked != nullptr) {
     manager.requests.remove(linked);
   }

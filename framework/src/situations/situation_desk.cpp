@@ -30,7 +30,7 @@ std::optional<RequestError> SituationDesk::watch(SituationRequest request) {
   {
     const MutexLock lock(mutex_);
     if (refusing_) {
-      return error(Kind::Stopping, "The agent is stopping.");
+      return stoppingError();
     }
     // Under the lock, so that onTableRemoved() finds what is watched here.
     const auto found = around_.engine.findTable(request.table);
@@ -88,7 +88,7 @@ std::optional<RequestError> SituationDesk::unwatch(std::string_view name) {
   {
     const MutexLock lock(mutex_);
     if (refusing_) {
-      return error(Kind::Stopping, "The agent is stopping.");
+      return stoppingError();
     }
     const auto found = watched_.find(name);
     if (found == watched_.end()) {
