@@ -41,6 +41,33 @@ UseEnd& useEnd() {
 }
 std::atomic<unsigned> destroyersWaiting{0};
 
+// Which client the calling thread uses, for a scope.
+class CurrentClient {
+ public:
+  explicit CurrentClient(ZelClient& used) : client(&used), outer(innermost) { innermost = this; }
+  CurrentClient(const CurrentClient&) = delete;
+  CurrentClient& operator=(const CurrentClient&) = delete;
+  ~CurrentClient() { innermost = outer; }
+
+  static ZelClient* get() { return innermost == nullptr ? nullptr : innermost->client; }
+
+  // Only the thread that deletes a client can still be inside it.
+  static void forget(const ZelClient& deleted) {
+    for (CurrentClient* scope = innermost; scope != nullptr; scope = scope->outer) {
+      if (scope->client == &deleted) {
+        scope->client = nullptr;
+      }
+    }
+  }
+
+ private:
+  static thread_local CurrentClient* innermost;
+
+  ZelClient* client;
+  CurrentClient* const outer;
+};
+thread_local CurrentClient* CurrentClient::innermost = nullptr;
+
 bool waitForOtherUses(std::chrono::milliseconds bound) {
   destroyersWaiting.fetch_add(1);
   bool alone = false;
@@ -78,7 +105,7 @@ ZelClientUse::~ZelClientUse() {
   }
 }
 
-ZelClient::~ZelClient() = default;
+ZelClient::~ZelClient() { CurrentClient::forget(*this); }
 
 ZelClient* ZelClient::getInstance() {
   ZelClient* instance = s_inst.load();
@@ -93,6 +120,11 @@ ZelClient* ZelClient::getInstance() {
     }
   }
   return instance;
+}
+
+ZelClient* ZelClient::current() {
+  ZelClient* used = CurrentClient::get();
+  return used == nullptr ? getInstance() : used;
 }
 
 void ZelClient::destroy() {
@@ -113,7 +145,7 @@ void ZelClient::destroy() {
 
 void ZelClient::run(ZelRequest& req, bool forceSync) {
   const ZelClientUse use;
-  getInstance()->execute(req, forceSync);
+  current()->execute(req, forceSync);
 }
 
 void ZelClient::execute(ZelRequest& req, bool forceSync) {
@@ -139,6 +171,7 @@ void ZelClient::request(ZelMsg& msg, const ZelRequest* requester) {
   if (msg.body != nullptr) {
     zelPut(envelope, ZelKey::Envelope::kBody, std::move(msg.body));
   }
+  const CurrentClient scope(*this);
   putOutbound(envelope);
 }
 
@@ -238,8 +271,10 @@ void* zelMessageHandler(void* /*unused*/) {
     }
     zelGuarded(ras1Entry, [&] {
       const ZelClientUse use;
+      ZelClient* client = ZelClient::s_inst.load();
       // Destroyed since the queue was looked at: what was queued is dropped.
-      if (ZelClient::s_mhRunning.load() && ZelClient::s_inst.load() != nullptr) {
+      if (ZelClient::s_mhRunning.load() && client != nullptr) {
+        const CurrentClient scope(*client);
         task->run();
       }
     });

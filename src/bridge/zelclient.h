@@ -54,11 +54,15 @@ class ZelClient {
   /// ZelClientUse from before this call until the client is no longer needed.
   static ZelClient* getInstance();
 
+  /// The client that the calling thread is already using, in request() or in a task; it stays when
+  /// another thread begins to destroy it, so that a reply finds its way. Else getInstance().
+  static ZelClient* current();
+
   /// Destroys the client, ends the message handler and drops what is queued. Waits, within
   /// s_destroyBoundMs, until no other thread uses the client; past it the client stays undeleted.
   static void destroy();
 
-  /// Runs a request on the client: getInstance() and execute() under a use.
+  /// Runs a request on the current client: current() and execute() under a use.
   static void run(ZelRequest& req, bool forceSync);
 
   /// Runs a request; a one-way one is only queued, unless `forceSync`. The client may be destroyed

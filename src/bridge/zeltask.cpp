@@ -9,7 +9,7 @@ ZelNtfProcTask::ZelNtfProcTask(int ntfId, ZelData* ntfBody) : id(ntfId), body(nt
 
 void ZelNtfProcTask::run() {
   RAS1_FLOW();
-  ZelNotificationSubscriber* subscriber = ZelClient::getInstance()->getSubscriber(id);
+  ZelNotificationSubscriber* subscriber = ZelClient::current()->getSubscriber(id);
   if (subscriber == nullptr) {
     RAS1_PRINT("WARN: cannot find a subscriber for notification %i", id);
     return;
@@ -22,5 +22,5 @@ ZelDatagramSenderTask::ZelDatagramSenderTask(ZelMsg* message) : msg(message) {}
 
 void ZelDatagramSenderTask::run() {
   RAS1_FLOW();
-  ZelClient::getInstance()->request(*msg, nullptr);
+  ZelClient::current()->request(*msg, nullptr);
 }

@@ -132,6 +132,53 @@ TEST_F(ZelClientDestroyTest, DestroyNeverWaitsForItsOwnUse) {
   ZelClient::s_destroyBoundMs.store(2000);
 }
 
+TEST_F(ZelClientDestroyTest, AReplyThatComesMeanwhileReachesItsRequest) {
+  ZelClient::s_destroyBoundMs.store(600'000);
+  ZelClient::getInstance();
+  std::atomic<bool> isAsked{false};
+  bridge.onSent[kRequestId] = [&](const fake::Sent&) {
+    isAsked.store(true);
+    while (ZelClient::s_inst.load() != nullptr) {
+      std::this_thread::yield();
+    }
+  };
+  TestRequest request(false);
+  std::thread user([&] { ZelClient::run(request, false); });
+  while (!isAsked.load()) {
+    std::this_thread::yield();
+  }
+
+  ZelClient::destroy();
+  user.join();
+
+  EXPECT_FALSE(request.isAppExc());
+  EXPECT_EQ(bridge.clientsCreated(), 1u);
+  ZelClient::s_destroyBoundMs.store(2000);
+}
+
+TEST_F(ZelClientDestroyTest, AThreadForgetsTheClientThatItDestroysInsideItsOwnRequests) {
+  ZelClient::getInstance();
+  int depth = 0;
+  std::vector<ZelClient*> current;
+  bridge.onSent[kRequestId] = [&](const fake::Sent&) {
+    if (++depth == 2) {
+      ZelClient::destroy();
+    } else {
+      TestRequest inner(false);
+      ZelClient::run(inner, false);
+    }
+    current.push_back(ZelClient::current());  // makes a new one
+  };
+  TestRequest outer(false);
+
+  ZelClient::run(outer, false);
+
+  ZelClient* const made = ZelClient::s_inst.load();
+  ASSERT_NE(made, nullptr);
+  EXPECT_THAT(current, testing::ElementsAre(made, made));
+  EXPECT_EQ(bridge.clientsCreated(), 2u);
+}
+
 TEST_F(ZelClientDestroyTest, TwoRacingDestroysDeleteTheClientOnce) {
   for (int round = 0; round < 50; ++round) {
     ZelClient::getInstance();

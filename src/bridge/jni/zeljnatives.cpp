@@ -74,7 +74,7 @@ void zelPutOutboundCallback(JNIEnv* env, jobject /*self*/, jobject msg) {
   zelGuarded(ras1Entry, [&] {
     const std::unique_ptr<ZelData> data(ZelJniClient::javaToNative(*env, msg));
     const ZelClientUse use;
-    ZelClient::getInstance()->processInbound(data->toMap());
+    ZelClient::current()->processInbound(data->toMap());
   });
 }
 
