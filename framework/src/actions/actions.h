@@ -17,7 +17,9 @@ namespace fw {
 struct ActionRequest {
   std::string node;     ///< where it is to run: a subnode, or empty for the agent; not with `table`
   std::string command;  ///< 1 to 4096 bytes of UTF-8
-  std::int32_t codePage = 0;  ///< 0: the agent gets the text as it is; 1: it converts it from UTF-8
+  /// 0: the agent gets the text as it is; 1: it converts it from UTF-8 to the machine's code page,
+  /// unless there are characters above U+FFFF in it.
+  std::int32_t codePage = 0;
 
   /// Instead of a node: the row that the command is about, the first of a table that passes. Its
   /// node is in the row.

@@ -12,7 +12,7 @@ namespace fw {
 
 namespace {
 
-constexpr std::int32_t kUtf8CodePage = 1;
+constexpr std::int32_t kNativeCodePage = 0;
 
 CommandOutcome failed(std::string message) { return {false, 0, std::move(message)}; }
 
@@ -48,11 +48,13 @@ CommandOutcome callAgent(CommandCallback callback, VuiraAutomationCapsule& capsu
 std::optional<CommandOutcome> callCommand(CommandCallback callback, CallbackGate& gate,
                                           vuira& owner, const std::string& command,
                                           std::int32_t codePage) {
-  const std::string text = codePage == kUtf8CodePage ? command : toModifiedUtf8(command);
+  const std::string text = toModifiedUtf8(command);
   VuiraAutomationCapsule capsule;
   capsule.owner = &owner;
   capsule.command = text.c_str();
-  capsule.codePage = codePage;
+  // The agent's converter takes modified UTF-8 for malformed. It hands native text on to Java as it
+  // is, which is what such a text needs.
+  capsule.codePage = text == command ? codePage : kNativeCodePage;
   capsule.rowOrReturnCode = 0;  // the only row that the owner has
   std::optional<CommandOutcome> outcome;
   gate.run([&] { outcome = callAgent(callback, capsule); });

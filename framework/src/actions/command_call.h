@@ -23,7 +23,8 @@ struct CommandOutcome {
 /// the callback takes. Nothing when the gate is closed. Never throws.
 ///
 /// Only what the callback completed counts as completed; everything else says what went wrong. The
-/// text goes down as Java takes it with code page 0, and unchanged with 1.
+/// text goes down as Java takes it. A text for which that makes a difference goes down with code
+/// page 0, whatever was asked for.
 std::optional<CommandOutcome> callCommand(CommandCallback callback, CallbackGate& gate,
                                           vuira& owner, const std::string& command,
                                           std::int32_t codePage);

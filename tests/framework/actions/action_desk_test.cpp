@@ -57,22 +57,27 @@ TEST_F(ActionDeskTest, ACommandForTheAgentNamesNoNode) {
   EXPECT_EQ(node, "");
 }
 
-TEST_F(ActionDeskTest, TheTextGoesDownAsTheCodePageSays) {
+TEST_F(ActionDeskTest, TheTextGoesDownAsTheAgentHandsItOnWhole) {
   std::string seen;
   s_agent = [&](VuiraAutomationCapsule& capsule) {
-    seen = capsule.command;
+    seen = std::to_string(capsule.codePage) + capsule.command;
     return completed(capsule, 0, "");
   };
   startDesk();
-  ActionRequest request;
-  request.command = "\xF0\x9F\x98\x80";
+  const auto sent = [&](const char* command, std::int32_t codePage) {
+    ActionRequest request;
+    request.command = command;
+    request.codePage = codePage;
+    run(request)->status();
+    return seen;
+  };
 
-  run(request)->status();
-  EXPECT_EQ(seen, "\xED\xA0\xBD\xED\xB8\x80");
-
-  request.codePage = 1;
-  run(request)->status();
-  EXPECT_EQ(seen, "\xF0\x9F\x98\x80");
+  EXPECT_EQ(sent("plain", 0), "0plain");
+  EXPECT_EQ(sent("plain", 1), "1plain");
+  EXPECT_EQ(sent("\u00E9", 1), "1\u00E9");
+  // The agent's converter would refuse these.
+  EXPECT_EQ(sent("\U0001F600", 0), "0\xED\xA0\xBD\xED\xB8\x80");
+  EXPECT_EQ(sent("\U0001F600", 1), "0\xED\xA0\xBD\xED\xB8\x80");
 }
 
 TEST_F(ActionDeskTest, OnlyWhatTheCallbackCompletedIsCompleted) {

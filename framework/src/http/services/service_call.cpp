@@ -36,14 +36,23 @@ Problem failed(int status) {
           {}};
 }
 
+// The agent hands texts on to Java as they are.
+Request forAgent(Request request) {
+  request.body = toModifiedUtf8(request.body);
+  request.target.query = toModifiedUtf8(request.target.query);
+  // A header that is no text is as good as none.
+  request.acceptLanguage =
+      isValidUtf8(request.acceptLanguage) ? toModifiedUtf8(request.acceptLanguage) : "";
+  return request;
+}
+
 }  // namespace
 
-ServiceCall::ServiceCall(Request request, std::string path, std::size_t contentLimit)
-    : request_(std::move(request)), path_(std::move(path)), contentLimit_(contentLimit) {
-  // Texts are handed on as UTF-8: a header that is not is as good as none.
-  if (isValidUtf8(request_.acceptLanguage)) {
-    addHeader(KDH1_HDR_LANGUAGE, request_.acceptLanguage);
-  }
+ServiceCall::ServiceCall(Request request, const std::string& path, std::size_t contentLimit)
+    : request_(forAgent(std::move(request))),
+      path_(toModifiedUtf8(path)),
+      contentLimit_(contentLimit) {
+  addHeader(KDH1_HDR_LANGUAGE, request_.acceptLanguage);
   addHeader(KDH1_HDR_QUERY, request_.target.query);
   addHeader(KDH1_HDR_METHOD, request_.method);
 }

@@ -16,12 +16,14 @@ namespace fw::http {
 /// One request to a service of the agent and the response that its callback puts together: what is
 /// behind a KDH1_request_handle. Any thread may call; the operations return a Kdh1Code.
 ///
+/// Texts of the request, its content too, reach the agent as Java takes them: modified UTF-8.
+///
 /// A content is opened once, then read piece by piece. A response is started, then its content,
 /// then the content is put piece by piece until it is as long as it was announced.
 class ServiceCall {
  public:
   /// `path` is below the service; a response may have `contentLimit` bytes.
-  ServiceCall(Request request, std::string path, std::size_t contentLimit);
+  ServiceCall(Request request, const std::string& path, std::size_t contentLimit);
   ServiceCall(const ServiceCall&) = delete;
   ServiceCall& operator=(const ServiceCall&) = delete;
 

@@ -20,11 +20,11 @@ namespace {
 /// One request on its way to the callback and back. The timer and the worker share it.
 class ServiceJob {
  public:
-  ServiceJob(std::shared_ptr<AgentService> service, Request request, std::string path,
+  ServiceJob(std::shared_ptr<AgentService> service, Request request, const std::string& path,
              std::size_t responseLimit, std::shared_ptr<Responder> responder)
       : service_(std::move(service)),
         target_(request.target.path),
-        call_(std::make_shared<ServiceCall>(std::move(request), std::move(path), responseLimit)),
+        call_(std::make_shared<ServiceCall>(std::move(request), path, responseLimit)),
         responder_(std::move(responder)) {}
 
   void answer(const Problem& problem) { responder_->send(problemResponse(problem, target_)); }
@@ -96,9 +96,10 @@ class ServiceJob {
 }  // namespace
 
 void startServiceJob(const ServiceRunner& runner, std::shared_ptr<AgentService> service,
-                     Request request, std::string path, std::shared_ptr<Responder> responder) {
+                     Request request, const std::string& path,
+                     std::shared_ptr<Responder> responder) {
   ++service->requests;
-  const auto job = std::make_shared<ServiceJob>(service, std::move(request), std::move(path),
+  const auto job = std::make_shared<ServiceJob>(service, std::move(request), path,
                                                 runner.responseLimit, std::move(responder));
   const TimerQueue::Id timer = runner.timers.after(runner.deadline, [job] { job->expire(); });
   const auto task = [job, timer, &gate = runner.gate, &timers = runner.timers] {

@@ -12,6 +12,7 @@ namespace fw::http {
 /// Has the service's callback answer a request, on the lane of the runner. Returns at once.
 /// `path` is below the service.
 void startServiceJob(const ServiceRunner& runner, std::shared_ptr<AgentService> service,
-                     Request request, std::string path, std::shared_ptr<Responder> responder);
+                     Request request, const std::string& path,
+                     std::shared_ptr<Responder> responder);
 
 }  // namespace fw::http

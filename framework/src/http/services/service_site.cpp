@@ -105,7 +105,7 @@ void ServiceSite::serve(const Request& request, std::shared_ptr<Responder> respo
         "The path below a service must not contain a segment \".\" or \"..\", or an encoded \"/\", "
         "\"\\\" or control character."));
   }
-  startServiceJob(runner_, std::move(service), request, *std::move(path), std::move(responder));
+  startServiceJob(runner_, std::move(service), request, *path, std::move(responder));
 }
 
 }  // namespace fw::http

@@ -55,6 +55,27 @@ TEST_F(ServiceCallTest, ReadsTheContentPieceByPieceAndNotBeyond) {
   EXPECT_EQ(KDH1_Get(handle, buffer, 1), kKdh1PastEnd);
 }
 
+TEST_F(ServiceCallTest, GivesTheTextsOfTheRequestAsJavaTakesThem) {
+  const std::string text("a\0\u00E9\U0001F600", 8);
+  const std::string modified = "a\xC0\x80\u00E9\xED\xA0\xBD\xED\xB8\x80";
+  Request request = makeRequest();
+  request.body = text;
+  request.acceptLanguage = "\U0001F600";
+  const auto texts = std::make_shared<ServiceCall>(request, "/\U0001F600", 100);
+  const KDH1_request_handle other = ServiceCall::live().add(texts);
+
+  const KDH1_request_struct described = texts->describe(other);
+  EXPECT_EQ(KDH1_OpenEntity(other, nullptr, &length), kKdh1Ok);
+  EXPECT_EQ(KDH1_Get(other, buffer, length), kKdh1Ok);
+
+  EXPECT_EQ(std::string(described.path, described.pathLength), "/\xED\xA0\xBD\xED\xB8\x80");
+  EXPECT_EQ(described.headers[0].id, KDH1_HDR_LANGUAGE);
+  EXPECT_EQ(std::string(described.headers[0].text, described.headers[0].length),
+            "\xED\xA0\xBD\xED\xB8\x80");
+  EXPECT_EQ(std::string(buffer, length), modified);
+  ServiceCall::live().remove(other);
+}
+
 TEST_F(ServiceCallTest, TakesAResponseInItsOrderOnly) {
   EXPECT_EQ(KDH1_CreateEntity(handle, KDH1_MEDIA_TEXT, 3), kKdh1OutOfOrder);
   EXPECT_EQ(KDH1_Response(handle, 0, 0, 0), kKdh1Ok);
