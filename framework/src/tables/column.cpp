@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <set>
 
+#include "agentfw/vuira.h"
+
 namespace fw {
 
 namespace {
@@ -54,6 +56,12 @@ std::optional<std::string> checkColumn(const Column& column) {
   }
   if (column.name == TableInfo::kOriginNode && !isText(column.type)) {
     return fmt::format("column {} is not a text", column.name);
+  }
+  // The agent takes that many bytes for the node of a command, whatever the column's width.
+  if (column.name == TableInfo::kOriginNode && column.size < vuira::kMaxNodeName) {
+    return fmt::format(
+        "column {} has {} bytes, and the name of a node takes {}: give the column that width",
+        column.name, column.size, vuira::kMaxNodeName);
   }
   return std::nullopt;
 }

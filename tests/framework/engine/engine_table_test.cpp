@@ -39,6 +39,7 @@ TEST_F(EngineTest, RefusesATableThatIsDescribedWrongly) {
   mute.makesNothing = true;
   static test::TestTable empty("EMPTY", {});
   static test::TestTable odd("ODD", test::packed({{"a\xC0\x80", ColumnType::Int32, 0, 4}}));
+  static test::TestTable narrow("NARROW", test::packed({{"ORIGINNODE", ColumnType::Chars, 0, 31}}));
   config.columnLimit = 2;
   static test::TestTable wide("WIDE", test::packed({{"A", ColumnType::Int32, 0, 4},
                                                     {"B", ColumnType::Int32, 0, 4},
@@ -49,6 +50,9 @@ TEST_F(EngineTest, RefusesATableThatIsDescribedWrongly) {
       {&mute, "the agent made no request object"},
       {&empty, "it has no columns"},
       {&odd, "the name of column 0 is not plain UTF-8"},
+      {&narrow,
+       "column ORIGINNODE has 31 bytes, and the name of a node takes 32: give the column that "
+       "width"},
       {&wide, "it has 3 columns; engine.column_limit is 2"},
   };
 

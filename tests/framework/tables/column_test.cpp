@@ -47,6 +47,9 @@ TEST(ColumnTest, SaysWhatIsWrongWithADescription) {
          c[0] = {"ORIGINNODE", ColumnType::Int64, 0, 8};
        },
        "column ORIGINNODE is not a text"},
+      {[](auto& c) { c[0].size = 31; },
+       "column ORIGINNODE has 31 bytes, and the name of a node takes 32: give the column that "
+       "width"},
       {[](auto& c) { c.pop_back(); }, "its columns take 48 bytes and its rows 56"},
   };
   for (const Case& each : cases) {

@@ -163,7 +163,13 @@ public final class TableDefinition {
       if (column.name().equals(SUBNODE_COLUMN)
           && (column.type() != ColumnType.CHARACTERS || column.size() != SUBNODE_SIZE)) {
         throw new IllegalArgumentException(
-            "table " + name + ": column " + SUBNODE_COLUMN + " is added by perSubnode()");
+            "table "
+                + name
+                + ": "
+                + column
+                + " can't name the subnode, which takes "
+                + SUBNODE_SIZE
+                + " characters; perSubnode() adds that column");
       }
       if (column.name().equals(EVENT_COLUMN)) {
         throw new IllegalArgumentException(

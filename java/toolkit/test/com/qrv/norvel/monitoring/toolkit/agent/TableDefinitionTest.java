@@ -120,7 +120,7 @@ class TableDefinitionTest {
     assertThatIllegalArgumentException()
         .isThrownBy(
             () -> TableDefinition.builder("T").column(Columns.characters("ORIGINNODE", 31)))
-        .withMessageContaining("perSubnode()");
+        .withMessageContainingAll("table T", "ORIGINNODE", "31", "32", "perSubnode()");
   }
 
   @Test
