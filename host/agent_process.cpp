@@ -133,7 +133,13 @@ void AgentProcess::serveEvents() {
 
 void AgentProcess::deliverSignals() {
   RAS1_FUNCTION();
-  while (const auto delivery = policy_.next(libraryHandler)) {
+  const auto next = [this] {
+    if (library_.isShutDown()) {
+      policy_.agentEnds();
+    }
+    return policy_.next(libraryHandler);
+  };
+  while (const auto delivery = next()) {
     RAS1_PRINT_IF(kRas1State, "Signal %i is delivered %s", delivery->signal,
                   delivery->handler != nullptr ? "to the library" : "as a stop of the agent");
     if (policy_.stopBegun()) {

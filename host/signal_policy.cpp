@@ -26,7 +26,7 @@ std::optional<SignalPolicy::Delivery> SignalPolicy::next(const Lookup& libraryHa
       }
     }
   }
-  if (stopAsked_ && !stopBegun_) {
+  if (stopAsked_ && !stopBegun_ && !agentEnds_) {
     const SignalHandler handler = libraryHandler(stopSignal_);
     if (handler == SIG_IGN) {
       stopAsked_ = false;

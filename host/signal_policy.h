@@ -11,7 +11,9 @@ namespace host {
 ///
 /// Until open() everything is held: a stop in the middle of the start would take the library's
 /// client away under it. After that TERM and INT call the handler that the library asked for, or
-/// stop the agent when it has not asked. HUP waits for the library to ask. A stop is begun once.
+/// stop the agent when it has not asked. HUP waits for the library to ask. A stop is begun once,
+/// and not when the agent already ends of itself: the library would make a new client to tell the
+/// application.
 /// Used only by the main thread.
 class SignalPolicy {
  public:
@@ -23,6 +25,7 @@ class SignalPolicy {
 
   void received(int sig);
   void open() { open_ = true; }
+  void agentEnds() { agentEnds_ = true; }  ///< its end has begun
 
   /// What is to be done now, if anything. After every event, call until it gives nothing.
   std::optional<Delivery> next(const Lookup& libraryHandler);
@@ -32,6 +35,7 @@ class SignalPolicy {
 
  private:
   bool open_ = false;
+  bool agentEnds_ = false;
   bool stopAsked_ = false;
   bool stopBegun_ = false;
   int stopSignal_ = 0;

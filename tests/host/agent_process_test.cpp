@@ -214,6 +214,21 @@ TEST_F(AgentProcessTest, SaysThatItCannotWriteItsPidFileUnderALimitOfNothing) {
   EXPECT_TRUE(told("zelagent.pid: File too large"));
 }
 
+TEST_F(AgentProcessTest, ATermOfAnAgentThatAlreadyEndsReachesNoHandler) {
+  start("lingers after its stop");
+  waitUntilReady();
+  openGate();
+  ASSERT_TRUE(process().waitForOutput("main loop ended\n"));
+
+  process().signal(SIGTERM);
+  process().signal(SIGHUP);  // by then the other one has been dealt with
+  ASSERT_TRUE(process().waitForOutput("caught 1 on the main thread\n"));
+  openGate();
+
+  EXPECT_EQ(process().wait(), kExitOk);
+  EXPECT_FALSE(said("caught 15"));
+}
+
 TEST_F(AgentProcessTest, RunsNoStaticDestructorWhenManyThreadsExitAtOnce) {
   start("exits on many threads");
   waitUntilReady();

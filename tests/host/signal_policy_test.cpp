@@ -70,6 +70,18 @@ TEST_F(SignalPolicyTest, BeginsAStopOnce) {
   EXPECT_FALSE(next());
 }
 
+TEST_F(SignalPolicyTest, BeginsNoStopOfAnAgentThatAlreadyEnds) {
+  handlers[SIGTERM] = handleTerm;
+  policy.open();
+  policy.agentEnds();
+
+  policy.received(SIGTERM);
+
+  EXPECT_FALSE(next());
+  EXPECT_TRUE(policy.stopAsked());
+  EXPECT_FALSE(policy.stopBegun());
+}
+
 TEST_F(SignalPolicyTest, KeepsAHangUpUntilTheLibraryAsksForIt) {
   policy.open();
   policy.received(SIGHUP);

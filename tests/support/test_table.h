@@ -116,6 +116,13 @@ class TestTable final : public TableManager {
   TestTable(const char* name, std::vector<fw::Column> tableColumns)
       : TableManager("TST", name), columns(std::move(tableColumns)), rowSize(sizeOf(columns)) {}
 
+  /// Deletes the objects that were left for good.
+  ~TestTable() override {
+    for (vuira* left : live()) {
+      delete left;
+    }
+  }
+
   vuira* CreateCtira(RequestDetail* detail, ContextInfo* context) override {
     if (makesNothing) {
       return nullptr;
@@ -161,11 +168,9 @@ inline TestRequest::TestRequest(RequestDetail* detail, ContextInfo* context, Tes
   rowSize = table.rowSize;
   allocSize = 1;
   ++table.created;
-  {
-    const std::lock_guard lock(table.mutex);
-    table.objects.push_back(this);
-  }
   table.made(*this);
+  const std::lock_guard lock(table.mutex);
+  table.objects.push_back(this);  // not before: one whose making fails is never deleted
 }
 
 inline TestRequest::~TestRequest() {

@@ -104,10 +104,13 @@ void Subscription::deleteInTurn() {
   if (object_ != nullptr) {
     auto& handles = HandleTable::instance();
     const bool isUsed = handles.uses(object_->handle) && !handles.removeUnused(object_->handle);
-    // Giving the last use back has this called again. Sealed gates leave the object alone:
-    // what its destructor would call is gone by then.
-    if (isUsed || !shared_.gate.runCleanup([this] { object_.reset(); })) {
-      return;
+    if (isUsed) {
+      return;  // whoever gives the last use back has this called again
+    }
+    // Once the stop has begun, the object is left alone: the agent's application takes no messages
+    // any more, and the object may have one for it when it goes.
+    if (!shared_.gate.run([this] { object_.reset(); })) {
+      static_cast<void>(object_.release());
     }
   }
   gone_();

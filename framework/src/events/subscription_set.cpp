@@ -102,7 +102,7 @@ void SubscriptionSet::refuse() {
   }
 }
 
-void SubscriptionSet::deleteObjects(std::chrono::milliseconds bound) {
+void SubscriptionSet::closeAll(std::chrono::milliseconds bound) {
   for (const auto& subscription : all()) {
     subscription->close();
   }

@@ -64,9 +64,9 @@ class SubscriptionSet final : public TableObserver {
   /// Opens no more, and drops what is pushed from now on.
   void refuse();
 
-  /// Closes everything and waits at most `bound` for the objects to be deleted; those whose turn
-  /// does not come are abandoned. The gate is closed before, and sealed after.
-  void deleteObjects(std::chrono::milliseconds bound);
+  /// Closes everything and waits at most `bound` for the turns in which that happens. The gate is
+  /// closed before, so the objects are left for good.
+  void closeAll(std::chrono::milliseconds bound);
 
   /// Ends the workers, waiting at most `bound` for each kind.
   void stop(std::chrono::milliseconds bound);

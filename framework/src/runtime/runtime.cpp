@@ -276,7 +276,7 @@ void Runtime::end(Service& service) {
 
 void Runtime::deleteObjects(std::chrono::milliseconds bound) {
   situations_.deleteObjects();
-  subscriptions_.deleteObjects(bound);
+  subscriptions_.closeAll(bound);
   engine_.deleteObjects(bound);
 }
 

@@ -22,7 +22,7 @@ class EventsTest : public EngineTest {
       gate.close();
       set->refuse();
       engine->refuse();
-      set->deleteObjects(30s);
+      set->closeAll(30s);
       engine->deleteObjects(30s);
       set->stop(30s);
       engine->stop(30s);

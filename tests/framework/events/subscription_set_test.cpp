@@ -186,7 +186,7 @@ TEST_F(SubscriptionSetTest, ATableThatGoesClosesItsSubscriptions) {
   EXPECT_TRUE(subscriber->awaitText("opened closed"));
 }
 
-TEST_F(SubscriptionSetTest, StoppingDropsPushesQuietlyAndDeletesObjects) {
+TEST_F(SubscriptionSetTest, OnceTheStopHasBegunPushesAreDroppedAndObjectsLeftAlone) {
   startUnsubscribed();
   open();
   ASSERT_TRUE(awaitListed(1));
@@ -196,10 +196,10 @@ TEST_F(SubscriptionSetTest, StoppingDropsPushesQuietlyAndDeletesObjects) {
   set->refuse();
   EXPECT_EQ(alarms.push({eventRow(1)}), 0);
   EXPECT_FALSE(set->open(view(), "HIGH", {}, subscriber));
-  set->deleteObjects(30s);
+  set->closeAll(30s);
 
   EXPECT_EQ(alarms.listed(), 0);
-  EXPECT_EQ(alarms.created, alarms.deleted);
+  EXPECT_EQ(alarms.live().size(), 1U) << "its destructor may send a message";
   EXPECT_TRUE(subscriber->awaitText("opened closed")) << subscriber->text();
 }
 
@@ -219,7 +219,7 @@ TEST_F(SubscriptionSetTest, AStuckCallbackHoldsAStopUpForItsBoundOnly) {
   ASSERT_TRUE(door.awaitWaiting(1));
 
   set->refuse();
-  set->deleteObjects(1ms);
+  set->closeAll(1ms);
 
   EXPECT_EQ(stuck.listed(), 0);
   EXPECT_TRUE(test::eventually([this] { return set->size() == 1; }));

@@ -268,7 +268,7 @@ TEST_F(RuntimeTest, WhatTheAgentPushesIsFedToReadersUntilItStops) {
   EXPECT_EQ(loop.get(), 0);
 
   EXPECT_EQ(alarms.listed(), 0);
-  EXPECT_EQ(alarms.created, alarms.deleted);
+  EXPECT_EQ(alarms.live().size(), 1U) << "its destructor may send a message";
   EXPECT_EQ(alarms.push({alarms.row({2L})}), 0);
   EXPECT_EQ(lastSeq(), 1U);
   runtime.reset();

@@ -50,7 +50,7 @@ class SituationTest : public EngineTest {
     set->refuse();
     engine->refuse();
     desk->deleteObjects();
-    set->deleteObjects(bound);
+    set->closeAll(bound);
     engine->deleteObjects(bound);
   }
 

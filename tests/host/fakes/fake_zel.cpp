@@ -164,6 +164,15 @@ const std::map<std::string, std::function<int()>> kAgents{
        }
        return runMainLoop();
      }},
+    {"lingers after its stop",
+     [] {
+       const int result = runBeside([] {
+         waitForGate();
+         shutDown();
+       });
+       waitForGate();
+       return result;
+     }},
     {"exits on many threads",
      [] {
        return runBeside([] {
