@@ -42,14 +42,23 @@ def wait_until(condition, what):
         time.sleep(0.05)
 
 
+def with_test_application(options):
+    """The options file with the tests' own application."""
+    lines = options.splitlines()
+    lines[0] = os.environ["ZEL_E2E_APPLICATION"] + ":" + lines[0]
+    return "\n".join(
+        "-Dzel.application=e2e.TestApplication" if line.startswith("-Dzel.application=") else line
+        for line in lines) + "\n"
+
+
 class Agent:
     """A running agent. Its home and logs are fresh, the rest is the installation's."""
 
     def __init__(self, java_home=None, edit_options=None, environment=None, jmx=None,
-                 settings="", start_with=(), wait=True):
+                 settings="", edit_settings=None, start_with=(), wait=True):
         """Returns when the agent is ready; at once if told not to wait, then without `url`.
 
-        `jmx` takes the place of jmx.yaml, `settings` are added to agent.yaml.
+        `jmx` takes the place of jmx.yaml; `settings` are added to agent.yaml, after it is edited.
         """
         self.root = pathlib.Path(tempfile.mkdtemp(prefix="zel-e2e."))
         for folder in ("bin", "lib", "share"):
@@ -62,6 +71,9 @@ class Agent:
             options.write_text(edit_options(options.read_text()))
         if jmx is not None:
             (self.home / "config/jmx.yaml").write_text(jmx)
+        if edit_settings:
+            agent_yaml = self.home / "config/agent.yaml"
+            agent_yaml.write_text(edit_settings(agent_yaml.read_text()))
         with open(self.home / "config/agent.yaml", "a") as agent_yaml:
             agent_yaml.write(settings)
         variables = dict(os.environ, **(environment or {}))
@@ -86,6 +98,9 @@ class Agent:
     def stderr(self):
         self.errors.seek(0)
         return self.errors.read()
+
+    def has_trace(self):
+        return (self.root / "logs/agent.log").exists()
 
     def trace(self):
         return (self.root / "logs/agent.log").read_text()

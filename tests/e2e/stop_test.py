@@ -1,13 +1,12 @@
 """How the agent ends, and what it hands to the daemons that it starts."""
 
-import os
 import pathlib
 import re
 import signal
 import time
 import unittest
 
-from product import Agent, Load, installed_javas, wait_until
+from product import Agent, Load, installed_javas, wait_until, with_test_application
 
 DESCRIPTORS = 4096  # what the agent allows itself
 
@@ -16,13 +15,9 @@ MANY_DESCRIPTORS = ["sh", "-c", "ulimit -SHn 1000000 2>/dev/null || ulimit -Sn $
                     'exec "$@"', "sh"]
 
 
-def with_test_application(options):
-    """The options file with the tests' own application."""
-    lines = options.splitlines()
-    lines[0] = os.environ["ZEL_E2E_APPLICATION"] + ":" + lines[0]
-    return "\n".join(
-        "-Dzel.application=e2e.TestApplication" if line.startswith("-Dzel.application=") else line
-        for line in lines) + "\n"
+def tracing_the_ends_of_subscriptions(settings):
+    """What disarms a trap, which sends a message, is only done while its details are traced."""
+    return settings.replace("  # units:\n", "  units:\n    ZELSITTRAP: [detail]\n")
 
 
 class StopTest(unittest.TestCase):
@@ -71,6 +66,55 @@ class StopTest(unittest.TestCase):
             pass  # the answer races with the stop
 
         self.assertEqual(agent.wait(), 0, agent.stderr())
+
+    def test_no_message_is_sent_once_the_end_has_begun(self):
+        # A message that came later would make the library start a virtual machine again.
+        def ended(agent):
+            return "Agent shuts down ..." in agent.trace()
+
+        def twice(agent):
+            agent.signal(signal.SIGTERM)
+            wait_until(lambda: ended(agent), "the end has begun")
+            agent.signal(signal.SIGTERM)
+
+        def application_first(agent):
+            try:
+                agent.rows("STOP")
+            except OSError:
+                pass
+            wait_until(lambda: ended(agent), "the end has begun")
+            agent.signal(signal.SIGTERM)
+
+        def together(agent):
+            agent.signal(signal.SIGTERM)
+            try:
+                agent.rows("STOP")
+            except OSError:
+                pass
+
+        for java_home in installed_javas():
+            for stop in (twice, application_first, together):
+                with self.subTest(java=str(java_home), stop=stop.__name__):
+                    agent = self.agent(java_home=java_home, edit_options=with_test_application,
+                                       edit_settings=tracing_the_ends_of_subscriptions)
+                    agent.rows("STORM")
+                    agent.post("/api/v1/situations", {"name": "S", "table": "EVENTS"})
+                    load = Load(agent, ask=lambda agent: agent.rows("STORM"))
+                    try:
+                        wait_until(lambda: load.answers > 50, "load")
+                        wait_until(lambda: agent.get("/api/v1/tables/EVENTS/events")["last"] > 50,
+                                   "events")
+                        try:
+                            stop(agent)
+                        except ProcessLookupError:
+                            pass  # it was quicker
+                        self.assertEqual(agent.wait(), 0, agent.stderr())
+                    finally:
+                        load.close()
+                    trace = agent.trace()
+                    self.assertEqual(trace.count("Loading JVM"), 1, trace[-3000:])
+                    self.assertNotIn("internal exception", trace)
+                    self.assertNotIn("no reply data", trace)
 
     def test_it_ends_with_the_status_that_the_application_gives_to_system_exit(self):
         agent = self.agent(edit_options=with_test_application)

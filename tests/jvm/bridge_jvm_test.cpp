@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -19,6 +20,7 @@
 #include "jvm/command.h"
 #include "support/descriptor_cap.h"
 #include "zelagent.h"
+#include "zelsignal.h"
 #include "zeltablemanager.h"
 
 using testing::ElementsAre;
@@ -341,6 +343,25 @@ TEST_F(BridgeJvmDeathTest, ACriticalExceptionShutsTheAgentDownWhileTheRequestRun
       "ERROR: Application exception raised \\(severity 1\\) ...\nrefused\n"
       "(.*\n)*Agent shuts down ...\n(.*\n)*"
       "FATAL: Agent terminated with the critical Java exception.\n(.*\n)*IRA_Shutdown\\(1\\)");
+}
+
+TEST_F(BridgeJvmDeathTest, ARequestThatRunsWhenTermComesGetsItsReply) {
+  EXPECT_EXIT(
+      {
+        showTraceAtExit();
+        ZelClient::s_destroyBoundMs.store(600'000);  // the reply ends the wait, no clock
+        const std::string gate = std::filesystem::absolute("gate").string();
+        Command command("await", text(gate));
+        std::thread user([&] { ZelClient::run(command, false); });
+        eventually([&] { return std::filesystem::exists(gate + ".asked"); });
+        std::thread stop([] { zelSignalHandler(SIGTERM); });
+        eventually([] { return ZelClient::s_inst.load() == nullptr; });
+        std::ofstream{gate};
+        user.join();
+        stop.join();
+        exit(command.result != nullptr && command.result->toString() == "awaited" ? 3 : 4);
+      },
+      ExitedWithCode(3), "Shutdown initiated with SIGTERM\n");
 }
 
 TEST_F(BridgeJvmDeathTest, TheApplicationMayAskForTheShutDown) {

@@ -4,7 +4,9 @@
 each alone, several at different moments, or all at once.
 
 Each agent must end, with the status that was meant: 0, or 255 when a failure (the critical exception
-or the Java Error) was among the causes, and 255 alone when nobody asked for the end. The moments follow from the seed. With every Java
+or the Java Error) was among the causes, and 255 alone when nobody asked for the end. And once the end
+has begun nobody may send a message, for which the library would start a virtual machine again; only
+a Java Error ends the agent without telling the application. The moments follow from the seed. With every Java
 installation that is found, or with those that are named.
 """
 
@@ -98,7 +100,11 @@ def send_signals(process, plan, start):
 
 
 def run(product, hostile, number, java, options):
-    """One agent's life; gives (plan, whether it was loaded, status, duration of its end, text)."""
+    """One agent's life.
+
+    Gives (plan, whether it was loaded, status, duration of its end, how often a virtual machine was
+    started again, text).
+    """
     plan = Plan(random.Random(f"{options.seed}/{java.name}/{number}"), options.stretch)
     start = time.time()
     agent = hostile.hostile_agent(java_home=java, stops=plan.from_inside(start), wait=False,
@@ -115,7 +121,8 @@ def run(product, hostile, number, java, options):
         took = time.time() - start - min(plan.moments.values())
         clients.close()
         is_loaded = clients.load is not None and clients.load.answers > 0
-        return plan, is_loaded, status, took, agent.stderr()
+        restarts = max(0, agent.trace().count("Loading JVM") - 1) if agent.has_trace() else 0
+        return plan, is_loaded, status, took, restarts, agent.stderr()
     finally:
         if agent.process.poll() is None:
             agent.process.kill()
@@ -144,21 +151,25 @@ def main():
         with concurrent.futures.ThreadPoolExecutor(options.parallel) as pool:
             lives = list(pool.map(lambda number: run(product, hostile, number, java, options),
                                   range(options.count)))
-        for number, (plan, _, status, _, text) in enumerate(lives):
+        for number, (plan, _, status, _, restarts, text) in enumerate(lives):
             if status not in plan.meant():
                 failed += 1
                 print(f"{java.name} no. {number} ({plan}): status {status} instead of "
                       f"{sorted(plan.meant())}: {text[-2000:]}")
-        kinds = collections.Counter(plan.kind for plan, _, _, _, _ in lives)
-        ends = collections.Counter(status for _, _, status, _, _ in lives)
-        loaded = sum(is_loaded for _, is_loaded, _, _, _ in lives)
-        took = sorted(took for _, _, _, took, _ in lives)
+            if restarts and "error" not in plan.moments:
+                failed += 1
+                print(f"{java.name} no. {number} ({plan}): {restarts} messages after the end")
+        kinds = collections.Counter(plan.kind for plan, _, _, _, _, _ in lives)
+        ends = collections.Counter(status for _, _, status, _, _, _ in lives)
+        loaded = sum(is_loaded for _, is_loaded, _, _, _, _ in lives)
+        took = sorted(took for _, _, _, took, _, _ in lives)
+        late = sum(restarts for _, _, _, _, restarts, _ in lives)
         print(f"{java.name}: {options.count} storms "
               f"({', '.join(f'{kind}: {count}' for kind, count in sorted(kinds.items()))}; "
               f"{loaded} under load, the others during the start), statuses "
               f"{', '.join(f'{status}: {count}' for status, count in ends.most_common())}; "
               f"from the first cause to the end {took[len(took) // 2] * 1000:.0f} ms (median), "
-              f"{took[-1] * 1000:.0f} ms (longest); {time.monotonic() - begin:.0f} s in all",
+              f"{took[-1] * 1000:.0f} ms (longest); {late} messages after a Java Error; {time.monotonic() - begin:.0f} s in all",
               flush=True)
     print(f"{failed} not as meant")
     return 1 if failed else 0

@@ -7,9 +7,12 @@ import static com.qrv.norvel.monitoring.test.Tree.map;
 import com.qrv.norvel.monitoring.toolkit.workbench.ipc.msg.jni.JniServer;
 import com.qrv.norvel.monitoring.toolkit.workbench.logging.handlers.RAS1Wrapper;
 import com.qrv.norvel.monitoring.toolkit.workbench.osutils.DaemonWBProcess;
+import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.HashMap;
@@ -49,6 +52,10 @@ public final class Application {
     switch (command) {
       case "describe" -> reply(message, map(0, Tree.describe(argument)));
       case "echo" -> reply(message, map(0, argument));
+      case "await" -> {
+        await(Path.of((String) argument));
+        reply(message, map(0, "awaited"));
+      }
       case "received" -> reply(message, map(0, copyOfReceived()));
       case "exception" -> put(message, TYPE_EXCEPTION, map(0, argument, 1, "refused"));
       case "throw" -> throw new IllegalStateException("out of the server");
@@ -68,6 +75,18 @@ public final class Application {
       case "running" ->
           reply(message, map(0, DaemonWBProcess.isRunning((Long) argument)));
       default -> reply(message, map());
+    }
+  }
+
+  /** Says that it waits, by a file with the suffix ".asked", and waits until the file is there. */
+  private static void await(Path file) {
+    try {
+      Files.createFile(Path.of(file + ".asked"));
+      while (!Files.exists(file)) {
+        Thread.sleep(1);
+      }
+    } catch (IOException | InterruptedException e) {
+      throw new IllegalStateException(e);
     }
   }
 
