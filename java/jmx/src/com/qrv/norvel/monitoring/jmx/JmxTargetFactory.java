@@ -20,6 +20,8 @@ import com.qrv.norvel.monitoring.jmx.monitored.TargetIdentity;
 import com.qrv.norvel.monitoring.jmx.monitored.TargetKind;
 import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
 import com.qrv.norvel.monitoring.jmx.monitored.TargetTimes;
+import com.qrv.norvel.monitoring.jmx.process.ListeningPorts;
+import com.qrv.norvel.monitoring.jmx.process.ProcFs;
 import java.nio.file.Path;
 import java.util.Random;
 import java.util.function.BooleanSupplier;
@@ -33,6 +35,7 @@ final class JmxTargetFactory implements TargetFactory {
   private final Clock clock;
   private final OperatorLog log;
   private final CallWatchdog watchdog;
+  private final ListeningPorts ports = new ListeningPorts(new ProcFs(Path.of("/proc")));
   private ProcessTable processes; // null until somebody asks
 
   JmxTargetFactory(JmxConfig.Calls calls, Clock clock, OperatorLog log) {
@@ -66,7 +69,7 @@ final class JmxTargetFactory implements TargetFactory {
         };
     OperatorLog own = BoundedLog.ofSource(log, clock);
     Dialer dialer =
-        new LocalDialer(name, process.pid(), isAttachable, times(), own);
+        new LocalDialer(name, process.pid(), isAttachable, ports, times(), own);
     TargetIdentity identity =
         new TargetIdentity(
             name, TargetKind.LOCAL, mainClass, process.pid(), "attach:" + process.pid());
@@ -83,7 +86,13 @@ final class JmxTargetFactory implements TargetFactory {
     OperatorLog own = BoundedLog.ofSource(log, clock);
     Dialer dialer =
         new RemoteDialer(
-            remote.name(), address, remote.user(), passwordFile, times(), own);
+            remote.name(),
+            address,
+            remote.user(),
+            passwordFile,
+            remote.allowedHosts(),
+            times(),
+            own);
     TargetIdentity identity =
         new TargetIdentity(
             remote.name(), TargetKind.REMOTE, remote.name(), TargetStatus.UNKNOWN, address.url());

@@ -96,7 +96,8 @@ final class ConfigParser {
             "host",
             "port",
             "user",
-            "password_file");
+            "password_file",
+            "allowed_hosts");
     String name = map.required("name");
     if (!isName(name)) {
       throw map.error(
@@ -125,7 +126,8 @@ final class ConfigParser {
         host,
         map.integer("port", 1, 65_535, 0),
         map.text("user"),
-        map.path("password_file"));
+        map.path("password_file"),
+        map.texts("allowed_hosts", List.of()));
   }
 
   private static void checkUrl(YamlMap map, String url) throws ConfigException {

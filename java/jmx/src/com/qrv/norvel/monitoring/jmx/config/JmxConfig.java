@@ -32,9 +32,16 @@ public record JmxConfig(
    * @param url the JMX service URL; null when host and port are given
    * @param host null when the URL is given
    * @param user null to connect without one; {@code passwordFile} is null too then
+   * @param allowedHosts where its stubs may lead besides its own host
    */
   public record Remote(
-      String name, String url, String host, int port, String user, String passwordFile) {}
+      String name,
+      String url,
+      String host,
+      int port,
+      String user,
+      String passwordFile,
+      List<String> allowedHosts) {}
 
   /**
    * Times of calls on JVMs.

@@ -2,13 +2,15 @@ package com.qrv.norvel.monitoring.jmx.link;
 
 import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
+import com.qrv.norvel.monitoring.jmx.net.LoopbackRoute;
+import com.qrv.norvel.monitoring.jmx.net.PublishedStub;
+import com.qrv.norvel.monitoring.jmx.net.Route;
+import com.qrv.norvel.monitoring.jmx.process.ListeningPorts;
 import com.sun.tools.attach.AttachNotSupportedException;
 import com.sun.tools.attach.VirtualMachine;
 import java.io.IOException;
-import java.util.Map;
 import java.util.function.BooleanSupplier;
-import javax.management.remote.JMXServiceURL;
-import javax.management.remote.rmi.RMIConnector;
+import javax.management.remote.rmi.RMIServer;
 
 /** Connects to a JVM of this machine, in which it starts the management agent once. */
 public final class LocalDialer extends RmiDialer {
@@ -16,6 +18,8 @@ public final class LocalDialer extends RmiDialer {
   private final BooleanSupplier isAttachable;
   private final Clock clock;
   private final AttachLimit limit = new AttachLimit();
+  private final Route route;
+  private volatile int port; // of the management agent
   private volatile String address; // null before the management agent runs
 
   /**
@@ -23,10 +27,16 @@ public final class LocalDialer extends RmiDialer {
    *     because it would not survive or could not answer
    */
   public LocalDialer(
-      String target, long pid, BooleanSupplier isAttachable, LinkTimes times, OperatorLog log) {
+      String target,
+      long pid,
+      BooleanSupplier isAttachable,
+      ListeningPorts ports,
+      LinkTimes times,
+      OperatorLog log) {
     super(target, times, log);
     this.pid = pid;
     this.isAttachable = isAttachable;
+    this.route = new LoopbackRoute(ports, pid);
     this.clock = times.clock();
   }
 
@@ -36,7 +46,7 @@ public final class LocalDialer extends RmiDialer {
   }
 
   @Override
-  RMIConnector connector(Map<String, Object> environment) throws Exception {
+  RMIServer server() throws Exception {
     if (!isAttachable.getAsBoolean()) {
       throw new IOException(
           "process " + pid + " is stopped, has ended or does not allow attaching");
@@ -44,7 +54,16 @@ public final class LocalDialer extends RmiDialer {
     if (address == null) {
       address = startManagementAgent();
     }
-    return new RMIConnector(new JMXServiceURL(address), environment);
+    lead(route);
+    PublishedStub stub = PublishedStub.parse(address);
+    port = stub.port();
+    return read(stub.at(route.resolve(stub.host(), port)));
+  }
+
+  /** Whoever answers now has been there since the connection was made. */
+  @Override
+  void confirm() throws IOException {
+    route.resolve("", port);
   }
 
   private String startManagementAgent() throws IOException, AttachNotSupportedException {

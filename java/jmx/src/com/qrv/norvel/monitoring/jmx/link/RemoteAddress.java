@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.jmx.link;
 import java.net.MalformedURLException;
 import java.net.URI;
 import java.net.URISyntaxException;
+import java.util.Base64;
 import javax.management.remote.JMXServiceURL;
 
 /**
@@ -14,6 +15,7 @@ import javax.management.remote.JMXServiceURL;
  */
 public record RemoteAddress(String url, String host, int port, String entry) {
   private static final String REGISTRY_PREFIX = "/jndi/rmi://";
+  private static final String STUB_PREFIX = "/stub/";
 
   /** The address that JVMs use when they are started with a JMX port. */
   public static RemoteAddress of(String host, int port) {
@@ -39,12 +41,12 @@ public record RemoteAddress(String url, String host, int port, String entry) {
           "the protocol " + parsed.getProtocol() + " is not supported, only rmi");
     }
     String path = parsed.getURLPath();
-    if (path.startsWith("/stub/")) {
+    if (path.startsWith(STUB_PREFIX)) {
       return new RemoteAddress(url, "", 0, "");
     }
     if (!path.startsWith(REGISTRY_PREFIX)) {
       throw new IllegalArgumentException(
-          "its path must begin with " + REGISTRY_PREFIX + " or /stub/");
+          "its path must begin with " + REGISTRY_PREFIX + " or " + STUB_PREFIX);
     }
     URI registry;
     try {
@@ -64,5 +66,16 @@ public record RemoteAddress(String url, String host, int port, String entry) {
 
   boolean isInRegistry() {
     return !entry.isEmpty();
+  }
+
+  /**
+   * The stub in the URL, serialized.
+   *
+   * @throws IllegalArgumentException when it is damaged
+   */
+  byte[] stub() {
+    String text = url.substring(url.indexOf(STUB_PREFIX) + STUB_PREFIX.length());
+    int end = text.indexOf(';');
+    return Base64.getDecoder().decode(end < 0 ? text : text.substring(0, end));
   }
 }

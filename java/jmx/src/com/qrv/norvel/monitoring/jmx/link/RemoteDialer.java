@@ -1,16 +1,15 @@
 package com.qrv.norvel.monitoring.jmx.link;
 
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
+import com.qrv.norvel.monitoring.jmx.net.HostRoute;
 import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.PosixFilePermission;
 import java.rmi.registry.LocateRegistry;
-import java.util.Map;
+import java.util.List;
 import java.util.Set;
-import javax.management.remote.JMXServiceURL;
-import javax.management.remote.rmi.RMIConnector;
 import javax.management.remote.rmi.RMIServer;
 
 /** Connects to a JVM that the configuration names. */
@@ -18,36 +17,44 @@ public final class RemoteDialer extends RmiDialer {
   private final RemoteAddress address;
   private final String user;
   private final Path passwordFile;
+  private final List<String> allowedHosts;
 
   /**
    * @param user the user's name, or null to connect without one
    * @param passwordFile read at each attempt; its first line is the password
+   * @param allowedHosts where its stubs may lead besides its own host
    */
   public RemoteDialer(
       String target,
       RemoteAddress address,
       String user,
       Path passwordFile,
+      List<String> allowedHosts,
       LinkTimes times,
       OperatorLog log) {
     super(target, times, log);
     this.address = address;
     this.user = user;
     this.passwordFile = passwordFile;
+    this.allowedHosts = allowedHosts;
   }
 
   @Override
-  RMIConnector connector(Map<String, Object> environment) throws Exception {
+  RMIServer server() throws Exception {
     if (!address.isInRegistry()) {
-      return new RMIConnector(new JMXServiceURL(address.url()), environment);
+      // To read the stub is to call its host, which is refused as long as there is no route.
+      RMIServer stub = read(address.stub());
+      lead(HostRoute.of(stub, allowedHosts));
+      return stub;
     }
+    lead(new HostRoute(address.host(), allowedHosts));
     // Straight to the registry: a look-up through JNDI loads some hundred classes more.
     Object stub =
         LocateRegistry.getRegistry(address.host(), address.port()).lookup(address.entry());
     if (!(stub instanceof RMIServer)) {
       throw new IOException("the registry's entry " + address.entry() + " is not a JMX server");
     }
-    return new RMIConnector((RMIServer) stub, environment);
+    return (RMIServer) stub;
   }
 
   @Override

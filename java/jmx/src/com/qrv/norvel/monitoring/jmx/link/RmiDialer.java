@@ -3,13 +3,18 @@ package com.qrv.norvel.monitoring.jmx.link;
 import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.jmx.net.RmiSetup;
+import com.qrv.norvel.monitoring.jmx.net.RoutedServer;
+import com.qrv.norvel.monitoring.jmx.net.Route;
 import com.qrv.norvel.monitoring.jmx.net.TargetSockets;
 import com.qrv.norvel.monitoring.jmx.net.TrackedSockets;
+import java.io.ByteArrayInputStream;
 import java.io.IOException;
+import java.io.ObjectInputStream;
 import java.util.HashMap;
 import java.util.Map;
 import javax.management.remote.JMXConnector;
 import javax.management.remote.rmi.RMIConnector;
+import javax.management.remote.rmi.RMIServer;
 
 /** Opens RMI connections whose sockets can be closed under a call. */
 abstract class RmiDialer implements Dialer {
@@ -52,14 +57,17 @@ abstract class RmiDialer implements Dialer {
     if (credentials != null) {
       environment.put(JMXConnector.CREDENTIALS, credentials);
     }
-    RMIConnector connector = connector(environment);
+    RMIServer server = server();
+    RMIConnector connector =
+        new RMIConnector(new RoutedServer(server, sockets.route()), environment);
     connector.connect(environment);
+    confirm();
     return new RmiLink(
         target, connector, connector.getMBeanServerConnection(), fetches, times, log);
   }
 
   @Override
-  public final void cut() {
+  public void cut() {
     TargetSockets own = sockets;
     if (own != null) {
       own.cut();
@@ -87,6 +95,30 @@ abstract class RmiDialer implements Dialer {
     return null;
   }
 
-  /** The connector, not connected yet. */
-  abstract RMIConnector connector(Map<String, Object> environment) throws Exception;
+  /** Sets where the target's connections may lead; none may lead anywhere before. */
+  final void lead(Route route) {
+    sockets.lead(route);
+  }
+
+  /** The stub to connect through; whoever makes it calls {@link #lead} first. */
+  abstract RMIServer server() throws Exception;
+
+  /**
+   * The connection is open: a last look at who is there.
+   *
+   * @throws IOException when it is not the target; the connection is dropped
+   */
+  void confirm() throws IOException {}
+
+  /** Reads a stub. It calls its host, as far as the route allows. */
+  static RMIServer read(byte[] stub) throws IOException {
+    try (ObjectInputStream input = new ObjectInputStream(new ByteArrayInputStream(stub))) {
+      if (input.readObject() instanceof RMIServer server) {
+        return server;
+      }
+    } catch (ClassNotFoundException e) {
+      throw new IOException("its stub is of a class that is not known here", e);
+    }
+    throw new IOException("it has the stub of something else than a JMX server");
+  }
 }

@@ -3,6 +3,7 @@ package com.qrv.norvel.monitoring.jmx.net;
 import java.io.IOException;
 import java.io.ObjectInputFilter;
 import java.rmi.server.RMISocketFactory;
+import java.security.Security;
 import java.util.logging.Level;
 import java.util.logging.Logger;
 
@@ -66,6 +67,8 @@ public final class RmiSetup {
    */
   private static final int LEAVE_MILLIS = 1000;
 
+  private static final String TLS_SOCKETS = "ssl.SocketFactory.provider";
+
   // Kept, because a level is lost with its logger.
   private static final Logger CONNECTOR_LOG = Logger.getLogger("javax.management.remote");
 
@@ -91,14 +94,17 @@ public final class RmiSetup {
     if (sockets != null) {
       return sockets;
     }
-    // Stubs with socket factories of their own, as for TLS, know only these.
+    // What opens sockets by itself knows only these.
     setDefault("sun.rmi.transport.tcp.handshakeTimeout", callMillis);
     setDefault("sun.rmi.transport.tcp.responseTimeout", 2 * callMillis);
     setDefault("sun.rmi.dgc.cleanInterval", LEAVE_MILLIS);
     long answer = answerBytes(Runtime.getRuntime().maxMemory());
     TrackedSockets made = new TrackedSockets(callMillis, 2 * callMillis, answer);
     RMISocketFactory.setSocketFactory(made);
-    // One that was given at the start of the process is the operator's own choice and stays.
+    // What was given at the start of the process is the operator's own choice and stays.
+    if (Security.getProperty(TLS_SOCKETS) == null) {
+      Security.setProperty(TLS_SOCKETS, RoutedTlsSockets.class.getName());
+    }
     if (ObjectInputFilter.Config.getSerialFilter() == null) {
       ObjectInputFilter patterns = ObjectInputFilter.Config.createFilter(filter(answer));
       ObjectInputFilter.Config.setSerialFilter(

@@ -1,6 +1,7 @@
 package com.qrv.norvel.monitoring.jmx.net;
 
 import java.io.IOException;
+import java.net.InetAddress;
 import java.util.ArrayDeque;
 
 /**
@@ -20,9 +21,30 @@ public final class TargetSockets {
   private final ArrayDeque<String> endpoints = new ArrayDeque<>(); // guarded by this
   private boolean refusing; // guarded by this
   private long silenceMillis; // guarded by this
+  private Route route = TargetSockets::refuse; // guarded by this
 
+  /** Nothing may be dialled before {@link #lead}. */
   public TargetSockets(TrackedSockets factory) {
     this.factory = factory;
+    factory.join(this);
+  }
+
+  private static InetAddress refuse(String host, int port) throws IOException {
+    throw new IOException("the target has no route yet");
+  }
+
+  /** Sets where the target's connections may lead from now on. */
+  public synchronized void lead(Route way) {
+    route = way;
+  }
+
+  /** Where the target's connections may lead now. */
+  public synchronized Route route() {
+    return route;
+  }
+
+  synchronized boolean hasDialled(String endpoint) {
+    return endpoints.contains(endpoint);
   }
 
   /** Makes this the owner of the endpoints that the calling thread dials from now on. */
@@ -73,14 +95,23 @@ public final class TargetSockets {
     }
   }
 
-  /** Notes an endpoint that the target's thread is about to dial. */
-  synchronized void admit(String endpoint) throws IOException {
+  /**
+   * Notes an endpoint that the target's thread is about to dial.
+   *
+   * @return the address to dial
+   */
+  InetAddress admit(String host, int port) throws IOException {
+    String endpoint = TrackedSockets.endpoint(host, port);
     refuseIfOverdue(endpoint);
-    endpoints.remove(endpoint);
-    endpoints.addLast(endpoint);
-    if (endpoints.size() > MAX_ENDPOINTS) {
-      endpoints.removeFirst();
+    InetAddress address = route().resolve(host, port);
+    synchronized (this) {
+      endpoints.remove(endpoint);
+      endpoints.addLast(endpoint);
+      if (endpoints.size() > MAX_ENDPOINTS) {
+        endpoints.removeFirst();
+      }
     }
+    return address;
   }
 
   /** @throws IOException once the target's sockets have been cut */

@@ -3,27 +3,34 @@ package com.qrv.norvel.monitoring.jmx.net;
 import java.io.IOException;
 import java.io.InputStream;
 import java.io.OutputStream;
+import java.net.InetAddress;
 import java.net.InetSocketAddress;
 import java.net.ServerSocket;
 import java.net.Socket;
 import java.net.SocketException;
 import java.rmi.server.RMISocketFactory;
+import java.util.Collections;
 import java.util.HashMap;
 import java.util.HashSet;
 import java.util.Map;
 import java.util.Set;
+import java.util.WeakHashMap;
 
 /**
  * Makes the process's RMI sockets and remembers the open ones by endpoint.
  *
  * <p>RMI pools connections by endpoint and its housekeeping threads dial too, so a call may run on
- * a socket that another thread opened: sockets are found by endpoint, not by thread.
+ * a socket that another thread opened: sockets are found by endpoint, not by thread. None is made
+ * that the route of its target does not allow.
  */
 public final class TrackedSockets extends RMISocketFactory {
   private final int connectMillis;
   private final int readMillis;
   private final long maxAnswerBytes;
   private final Map<String, Set<Socket>> open = new HashMap<>(); // guarded by open
+
+  // Those in use; guarded by targets.
+  private final Set<TargetSockets> targets = Collections.newSetFromMap(new WeakHashMap<>());
 
   /**
    * @param connectMillis longest time to connect
@@ -38,12 +45,29 @@ public final class TrackedSockets extends RMISocketFactory {
 
   @Override
   public Socket createSocket(String host, int port) throws IOException {
+    return connected(new Checked(endpoint(host, port)), host, port);
+  }
+
+  /**
+   * Makes a socket for TLS to run over: its answers can't be read here.
+   *
+   * @throws IOException when the target's route does not allow TLS
+   */
+  Socket createTlsCarrier(String host, int port) throws IOException {
     String endpoint = endpoint(host, port);
     TargetSockets owner = TargetSockets.ofThread();
-    if (owner != null) {
-      owner.admit(endpoint);
+    Route route = owner != null ? owner.route() : routeOf(endpoint);
+    if (!route.allowsTls()) {
+      throw new IOException("it asks for TLS, as no management agent of a local JVM does");
     }
-    Socket socket = new Tracked(endpoint);
+    return connected(new Tracked(endpoint), host, port);
+  }
+
+  private Socket connected(Socket socket, String host, int port) throws IOException {
+    String endpoint = endpoint(host, port);
+    TargetSockets owner = TargetSockets.ofThread();
+    InetAddress address =
+        owner != null ? owner.admit(host, port) : routeOf(endpoint).resolve(host, port);
     // Known before it connects: a connect that hangs has to end as well.
     synchronized (open) {
       Set<Socket> sockets = open.get(endpoint);
@@ -58,7 +82,7 @@ public final class TrackedSockets extends RMISocketFactory {
       if (owner != null) {
         owner.refuseIfOverdue(endpoint);
       }
-      socket.connect(new InetSocketAddress(host, port), connectMillis);
+      socket.connect(new InetSocketAddress(address, port), connectMillis);
       socket.setTcpNoDelay(true);
       socket.setSoTimeout(soTimeout(owner == null ? 0 : owner.silenceMillis()));
       connected = true;
@@ -67,6 +91,27 @@ public final class TrackedSockets extends RMISocketFactory {
       if (!connected) {
         socket.close();
       }
+    }
+  }
+
+  /**
+   * The route of a target that has dialled the endpoint before. RMI's own threads dial no others,
+   * unless a target has named one to which its own thread was refused.
+   */
+  private Route routeOf(String endpoint) throws IOException {
+    synchronized (targets) {
+      for (TargetSockets target : targets) {
+        if (target.hasDialled(endpoint)) {
+          return target.route();
+        }
+      }
+    }
+    throw new IOException("no target's connections lead to " + endpoint);
+  }
+
+  void join(TargetSockets target) {
+    synchronized (targets) {
+      targets.add(target);
     }
   }
 
@@ -135,14 +180,28 @@ public final class TrackedSockets extends RMISocketFactory {
     return host + ':' + port;
   }
 
-  /** A socket that leaves the book when it closes, and whose answers are checked. */
-  private final class Tracked extends WarmSocket {
+  /** A socket that leaves the book when it closes. */
+  private class Tracked extends WarmSocket {
     private final String endpoint;
-    private final AnswerCheck check = new AnswerCheck(this, maxAnswerBytes);
-    private InputStream answers;
 
     Tracked(String endpoint) {
       this.endpoint = endpoint;
+    }
+
+    @Override
+    public void close() throws IOException {
+      forget(endpoint, this);
+      super.close();
+    }
+  }
+
+  /** One whose answers are checked, too. */
+  private final class Checked extends Tracked {
+    private final AnswerCheck check = new AnswerCheck(this, maxAnswerBytes);
+    private InputStream answers;
+
+    Checked(String endpoint) {
+      super(endpoint);
     }
 
     @Override
@@ -156,12 +215,6 @@ public final class TrackedSockets extends RMISocketFactory {
     @Override
     public OutputStream getOutputStream() throws IOException {
       return check.noting(super.getOutputStream());
-    }
-
-    @Override
-    public void close() throws IOException {
-      forget(endpoint, this);
-      super.close();
     }
   }
 }

@@ -46,7 +46,8 @@ final class ConfigFileTest {
                 + "calls: {timeout: 500ms, retry_min: 200ms, retry_max: 400ms,\n"
                 + "        heartbeat: 10s, seldom: 0s}\n"
                 + "remote:\n"
-                + "  - {name: one, host: db1, port: 9010, user: u, password_file: p}\n"
+                + "  - {name: one, host: db1, port: 9010, user: u, password_file: p,\n"
+                + "     allowed_hosts: [db2, 192.0.2.7]}\n"
                 + "  - {name: two, url: 'service:jmx:rmi:///jndi/rmi://h:1/jmxrmi'}\n"
                 + "actions:\n"
                 + "  - {name: flush, mbean: 'a:type=Cache,name=*', operation: clear,\n"
@@ -68,9 +69,9 @@ final class ConfigFileTest {
     assertThat(config.calls()).isEqualTo(new JmxConfig.Calls(500, 200, 400, 10_000, 0));
     assertThat(config.remote())
         .containsExactly(
-            new JmxConfig.Remote("one", null, "db1", 9010, "u", "p"),
+            new JmxConfig.Remote("one", null, "db1", 9010, "u", "p", List.of("db2", "192.0.2.7")),
             new JmxConfig.Remote(
-                "two", "service:jmx:rmi:///jndi/rmi://h:1/jmxrmi", null, 0, null, null));
+                "two", "service:jmx:rmi:///jndi/rmi://h:1/jmxrmi", null, 0, null, null, List.of()));
     assertThat(config.actions())
         .containsExactly(
             new Operation(

@@ -6,8 +6,9 @@ import static org.assertj.core.api.Assertions.assertThatThrownBy;
 import com.qrv.norvel.monitoring.jmx.ChildJvm;
 import com.qrv.norvel.monitoring.jmx.ManualClock;
 import com.qrv.norvel.monitoring.jmx.RecordingLog;
+import com.qrv.norvel.monitoring.jmx.process.ListeningPorts;
+import com.qrv.norvel.monitoring.jmx.process.RealJvm;
 import com.sun.tools.attach.AttachNotSupportedException;
-import java.util.HashMap;
 import java.util.concurrent.atomic.AtomicBoolean;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.BeforeEach;
@@ -16,6 +17,8 @@ import org.junit.jupiter.api.Test;
 /** How often a JVM that can't be attached to is asked. */
 final class LocalDialerTest {
   private static final String TIMEOUT = "sun.tools.attach.attachTimeout";
+
+  private static final ListeningPorts PORTS = new ListeningPorts(RealJvm.PROC);
 
   private final ManualClock clock = new ManualClock();
   private final LinkTimes times = new LinkTimes(1000, 0, clock);
@@ -34,7 +37,7 @@ final class LocalDialerTest {
   void aJvmThatDoesNotAnswerIsAskedThreeTimesAndThenEveryTenMinutes() throws Exception {
     try (ChildJvm deaf = ChildJvm.start("-XX:+DisableAttachMechanism")) {
       LocalDialer dialer =
-          new LocalDialer("deaf", deaf.pid(), () -> true, times, new RecordingLog());
+          new LocalDialer("deaf", deaf.pid(), () -> true, PORTS, times, new RecordingLog());
       assertAskedInVain(dialer);
       assertAskedInVain(dialer);
       assertAskedInVain(dialer);
@@ -51,7 +54,7 @@ final class LocalDialerTest {
   void aJvmOfWhichThereIsNewsIsAskedAgain() throws Exception {
     try (ChildJvm deaf = ChildJvm.start("-XX:+DisableAttachMechanism")) {
       LocalDialer dialer =
-          new LocalDialer("deaf", deaf.pid(), () -> true, times, new RecordingLog());
+          new LocalDialer("deaf", deaf.pid(), () -> true, PORTS, times, new RecordingLog());
       for (int i = 0; i < AttachLimit.FREE_FAILURES; i++) {
         assertAskedInVain(dialer);
       }
@@ -67,20 +70,21 @@ final class LocalDialerTest {
   void aProcessThatMustBeLeftAloneIsNotAsked() {
     AtomicBoolean asked = new AtomicBoolean();
     LocalDialer dialer =
-        new LocalDialer("other", 1, () -> asked.getAndSet(true), times, new RecordingLog());
+        new LocalDialer(
+            "other", 1, () -> asked.getAndSet(true), PORTS, times, new RecordingLog());
 
-    assertThatThrownBy(() -> dialer.connector(new HashMap<>())).hasMessageContaining("is stopped");
+    assertThatThrownBy(dialer::server).hasMessageContaining("is stopped");
 
     assertThat(asked).isTrue();
   }
 
   private static void assertAskedInVain(LocalDialer dialer) {
-    assertThatThrownBy(() -> dialer.connector(new HashMap<>()))
+    assertThatThrownBy(dialer::server)
         .isInstanceOf(AttachNotSupportedException.class);
   }
 
   private static void assertNotAsked(LocalDialer dialer) {
-    assertThatThrownBy(() -> dialer.connector(new HashMap<>()))
+    assertThatThrownBy(dialer::server)
         .hasMessageEndingWith(
             "has not responded to 3 requests to attach; it is asked again every 10 minutes");
   }

@@ -7,6 +7,7 @@ import com.qrv.norvel.monitoring.jmx.Await;
 import com.qrv.norvel.monitoring.jmx.ManualClock;
 import com.qrv.norvel.monitoring.jmx.RecordingLog;
 import com.qrv.norvel.monitoring.jmx.net.RmiSetup;
+import com.qrv.norvel.monitoring.jmx.net.TargetSockets;
 import com.qrv.norvel.monitoring.jmx.table.BeanReads;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
 import com.qrv.norvel.monitoring.jmx.table.Rhythm;
@@ -16,6 +17,7 @@ import com.qrv.norvel.monitoring.jmx.table.Unavailable;
 import java.io.IOException;
 import java.io.Serializable;
 import java.lang.management.ManagementFactory;
+import java.net.InetAddress;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.HashMap;
@@ -63,7 +65,9 @@ final class RmiLinkTest {
 
   @BeforeEach
   void connect() throws Exception {
-    RmiSetup.once(CALL_MILLIS);
+    TargetSockets sockets = new TargetSockets(RmiSetup.once(CALL_MILLIS));
+    sockets.lead((host, port) -> InetAddress.getByName(host));
+    sockets.adoptThread();
     server.registerMBean(new Sample(), new ObjectName(SAMPLE));
     connectorServer =
         JMXConnectorServerFactory.newJMXConnectorServer(

@@ -10,20 +10,31 @@ import com.qrv.norvel.monitoring.jmx.link.LinkTimes;
 import com.qrv.norvel.monitoring.jmx.link.RemoteAddress;
 import com.qrv.norvel.monitoring.jmx.link.RemoteDialer;
 import com.qrv.norvel.monitoring.jmx.table.StandardTables;
+import com.qrv.norvel.monitoring.jmx.net.PublishedStub;
+import java.io.ByteArrayInputStream;
+import java.io.ByteArrayOutputStream;
+import java.io.IOException;
+import java.io.ObjectInputStream;
+import java.io.ObjectOutputStream;
 import java.lang.management.ManagementFactory;
 import java.net.InetAddress;
 import java.net.ServerSocket;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.PosixFilePermissions;
+import java.rmi.Remote;
 import java.rmi.registry.LocateRegistry;
 import java.rmi.registry.Registry;
 import java.rmi.server.RMIServerSocketFactory;
 import java.rmi.server.UnicastRemoteObject;
+import java.util.Base64;
 import java.util.Collections;
 import java.util.HashMap;
+import java.util.List;
 import java.util.Map;
 import java.util.Random;
+import java.util.concurrent.CompletableFuture;
+import java.util.concurrent.TimeUnit;
 import javax.management.remote.JMXAuthenticator;
 import javax.management.remote.JMXConnectorServer;
 import javax.management.remote.JMXPrincipal;
@@ -150,6 +161,41 @@ final class RemoteTargetTest {
     }
   }
 
+  @Test
+  void aStubThatLeadsToAnotherHostIsRefusedAndTold() throws Exception {
+    // Made on a thread without a target, which dials nobody.
+    PublishedStub honest = PublishedStub.parse(stubAddress());
+    byte[] lure = honest.at(InetAddress.getByName("192.0.2.1"));
+    CompletableFuture<Object> stub = new CompletableFuture<>();
+    new Thread(() -> read(lure, stub)).start();
+    registry.rebind("jmxrmi", (Remote) stub.get(60, TimeUnit.SECONDS));
+
+    start(registrySocket.getLocalPort(), "s3cret");
+
+    assertThatThrownBy(() -> jvm.sample(StandardTables.RUNTIME))
+        .isInstanceOf(TargetException.class)
+        .hasMessageContaining(
+            "it leads to the host 192.0.2.1 instead of 127.0.0.1; list it in 'allowed_hosts'");
+  }
+
+  /** The server's stub as a text, as a JVM publishes that of its own agent. */
+  private String stubAddress() throws Exception {
+    ByteArrayOutputStream bytes = new ByteArrayOutputStream();
+    try (ObjectOutputStream output = new ObjectOutputStream(bytes)) {
+      output.writeObject(registry.lookup("jmxrmi"));
+    }
+    return "service:jmx:rmi://127.0.0.1/stub/"
+        + Base64.getEncoder().encodeToString(bytes.toByteArray());
+  }
+
+  private static void read(byte[] bytes, CompletableFuture<Object> object) {
+    try (ObjectInputStream input = new ObjectInputStream(new ByteArrayInputStream(bytes))) {
+      object.complete(input.readObject());
+    } catch (IOException | ClassNotFoundException e) {
+      object.completeExceptionally(e);
+    }
+  }
+
   private void start(int port, String password) throws Exception {
     Path file = Files.writeString(directory.resolve("password"), password + "\n");
     Files.setPosixFilePermissions(file, PosixFilePermissions.fromString("rw-------"));
@@ -159,7 +205,7 @@ final class RemoteTargetTest {
             new TargetIdentity(
                 "here", TargetKind.REMOTE, "here", TargetStatus.UNKNOWN, address.url()),
             new TargetTimes(CALL_MILLIS, 2 * CALL_MILLIS, 30_000),
-            new RemoteDialer("here", address, "ann", file, TIMES, log),
+            new RemoteDialer("here", address, "ann", file, List.of(), TIMES, log),
             new Retry(60_000, 60_000, new Random(1)),
             watchdog,
             Clock.SYSTEM,

@@ -16,6 +16,8 @@ import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 
 final class TrackedSocketsTest {
+  private static final Route ANYWHERE = (host, port) -> InetAddress.getByName(host);
+
   private final TrackedSockets factory = new TrackedSockets(5000, 60_000, 1000);
   private final TargetSockets target = new TargetSockets(factory);
   private ServerSocket silent;
@@ -23,6 +25,8 @@ final class TrackedSocketsTest {
   @BeforeEach
   void listen() throws IOException {
     silent = new ServerSocket(0, 50, InetAddress.getLoopbackAddress());
+    target.lead(ANYWHERE);
+    target.adoptThread();
   }
 
   @AfterEach
@@ -49,7 +53,6 @@ final class TrackedSocketsTest {
 
   @Test
   void aCutEndsAReadThatHangs() throws Exception {
-    target.adoptThread();
     Socket socket = dial();
     CompletableFuture<Throwable> end = new CompletableFuture<>();
     Thread reader =
@@ -71,7 +74,6 @@ final class TrackedSocketsTest {
 
   @Test
   void aCutAlsoClosesWhatOtherThreadsOpenedToTheSameEndpoint() throws Exception {
-    target.adoptThread();
     dial();
     CompletableFuture<Socket> other = new CompletableFuture<>();
     Thread housekeeping =
@@ -93,7 +95,6 @@ final class TrackedSocketsTest {
 
   @Test
   void aTargetMayBeSilentForLongerWhenItHasMoreToDo() throws Exception {
-    target.adoptThread();
     try (Socket before = dial()) {
       target.bear(100_000);
 
@@ -110,9 +111,10 @@ final class TrackedSocketsTest {
   @Test
   void aCutLeavesOtherTargetsAlone() throws Exception {
     try (ServerSocket second = new ServerSocket(0, 50, InetAddress.getLoopbackAddress())) {
-      target.adoptThread();
       Socket mine = dial();
-      new TargetSockets(factory).adoptThread();
+      TargetSockets other = new TargetSockets(factory);
+      other.lead(ANYWHERE);
+      other.adoptThread();
       try (Socket others = factory.createSocket("127.0.0.1", second.getLocalPort())) {
         target.cut();
 
@@ -124,7 +126,6 @@ final class TrackedSocketsTest {
 
   @Test
   void afterACutTheTargetDialsOnlyWhenItIsAllowedTo() throws Exception {
-    target.adoptThread();
     target.cut();
     assertThatThrownBy(this::dial).isInstanceOf(IOException.class).hasMessageContaining("overdue");
 
@@ -136,7 +137,6 @@ final class TrackedSocketsTest {
 
   @Test
   void nothingIsKeptOfClosedOrFailedSockets() throws Exception {
-    target.adoptThread();
     dial().close();
     int port = silent.getLocalPort();
     silent.close();
@@ -149,10 +149,52 @@ final class TrackedSocketsTest {
   @Test
   void silenceEndsAReadEvenWithoutAWatchdog() throws Exception {
     TrackedSockets impatient = new TrackedSockets(5000, 20, 1000);
+    target.adoptThread();
     try (Socket socket = impatient.createSocket("127.0.0.1", silent.getLocalPort())) {
       assertThatThrownBy(() -> socket.getInputStream().read())
           .isInstanceOf(SocketTimeoutException.class);
     }
+  }
+
+  @Test
+  void anEndpointIsDialledAtTheAddressThatTheRouteGives() throws Exception {
+    target.lead((host, port) -> InetAddress.getLoopbackAddress());
+
+    try (Socket socket = factory.createSocket("far.invalid", silent.getLocalPort())) {
+      assertThat(socket.getInetAddress().isLoopbackAddress()).isTrue();
+    }
+  }
+
+  @Test
+  void whereTheRouteDoesNotLeadNobodyDials() throws Exception {
+    target.lead(
+        (host, port) -> {
+          throw new IOException("not there");
+        });
+
+    assertThatThrownBy(this::dial).hasMessage("not there");
+    CompletableFuture<Throwable> housekeeping = new CompletableFuture<>();
+    new Thread(
+            () -> {
+              try {
+                housekeeping.complete(new AssertionError("dialled " + dial()));
+              } catch (IOException e) {
+                housekeeping.complete(e);
+              }
+            })
+        .start();
+    assertThat(housekeeping.get(10, TimeUnit.SECONDS))
+        .isInstanceOf(IOException.class)
+        .hasMessageStartingWith("no target's connections lead to");
+    silent.setSoTimeout(1);
+    assertThatThrownBy(silent::accept).isInstanceOf(SocketTimeoutException.class);
+  }
+
+  @Test
+  void aTargetWithoutARouteDialsNothing() {
+    new TargetSockets(factory).adoptThread();
+
+    assertThatThrownBy(this::dial).hasMessageContaining("no route");
   }
 
   private Socket dial() throws IOException {
