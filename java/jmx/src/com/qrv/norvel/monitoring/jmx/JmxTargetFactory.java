@@ -4,9 +4,11 @@ import com.qrv.norvel.monitoring.jmx.base.BoundedLog;
 import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
-import com.qrv.norvel.monitoring.jmx.discovery.LinuxProcesses;
-import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
-import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.discovery.JvmSearch;
+import com.qrv.norvel.monitoring.jmx.discovery.LinuxSearch;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalJvm;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalSearch;
+import com.qrv.norvel.monitoring.jmx.discovery.SearchThread;
 import com.qrv.norvel.monitoring.jmx.link.Dialer;
 import com.qrv.norvel.monitoring.jmx.link.LinkTimes;
 import com.qrv.norvel.monitoring.jmx.link.LocalDialer;
@@ -20,23 +22,27 @@ import com.qrv.norvel.monitoring.jmx.monitored.TargetIdentity;
 import com.qrv.norvel.monitoring.jmx.monitored.TargetKind;
 import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
 import com.qrv.norvel.monitoring.jmx.monitored.TargetTimes;
+import com.qrv.norvel.monitoring.jmx.process.JvmAccess;
 import com.qrv.norvel.monitoring.jmx.process.ListeningPorts;
 import com.qrv.norvel.monitoring.jmx.process.ProcFs;
 import java.nio.file.Path;
 import java.util.Random;
-import java.util.function.BooleanSupplier;
 
-/** Makes targets that are reached through the attach API and RMI. The thread of targets only. */
+/** Makes targets that are reached over RMI, local ones by attaching. The thread of targets only. */
 final class JmxTargetFactory implements TargetFactory {
   /** A JVM that was never attached to may take its time to start its side of it. */
-  private static final long ATTACH_MILLIS = 15_000;
+  private static final long ATTACH_MILLIS = 10_000;
 
+  /** How long connecting to a local JVM may take in all. */
+  private static final long LOCAL_DIAL_MILLIS = ATTACH_MILLIS + 5_000;
+
+  private final ProcFs proc = new ProcFs(Path.of("/proc"));
+  private final ListeningPorts ports = new ListeningPorts(proc);
   private final JmxConfig.Calls calls;
   private final Clock clock;
   private final OperatorLog log;
   private final CallWatchdog watchdog;
-  private final ListeningPorts ports = new ListeningPorts(new ProcFs(Path.of("/proc")));
-  private ProcessTable processes; // null until somebody asks
+  private JvmAccess access; // null until somebody asks
 
   JmxTargetFactory(JmxConfig.Calls calls, Clock clock, OperatorLog log) {
     this.calls = calls;
@@ -51,29 +57,28 @@ final class JmxTargetFactory implements TargetFactory {
   }
 
   @Override
-  public ProcessTable processes() {
-    if (processes == null) {
-      processes = new LinuxProcesses();
+  public LocalSearch search(long intervalMillis) {
+    OperatorLog own = BoundedLog.ofSource(log, clock);
+    JvmSearch search = new LinuxSearch(proc, access(), ProcessHandle.current().pid(), own);
+    return new SearchThread(search, intervalMillis, clock, own);
+  }
+
+  private JvmAccess access() {
+    if (access == null) {
+      access = new JvmAccess(proc, ProcessHandle.current().pid());
     }
-    return processes;
+    return access;
   }
 
   @Override
-  public MonitoredJvm local(
-      final LocalProcess process, String name, String mainClass, Targets targets) {
-    final ProcessTable table = processes();
-    BooleanSupplier isAttachable =
-        () -> {
-          LocalProcess now = table.look(process.pid());
-          return now != null && now.isSameAs(process) && now.isAttachable();
-        };
+  public MonitoredJvm local(LocalJvm jvm, String name, String mainClass, Targets targets) {
     OperatorLog own = BoundedLog.ofSource(log, clock);
     Dialer dialer =
-        new LocalDialer(name, process.pid(), isAttachable, ports, times(), own);
+        new LocalDialer(name, jvm.process(), access(), ports, ATTACH_MILLIS, times(), own);
     TargetIdentity identity =
         new TargetIdentity(
-            name, TargetKind.LOCAL, mainClass, process.pid(), "attach:" + process.pid());
-    return connected(identity, dialer, ATTACH_MILLIS, own, targets);
+            name, TargetKind.LOCAL, mainClass, jvm.pid(), "attach:" + jvm.pid());
+    return connected(identity, dialer, LOCAL_DIAL_MILLIS, own, targets);
   }
 
   @Override

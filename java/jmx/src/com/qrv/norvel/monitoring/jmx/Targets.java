@@ -4,10 +4,10 @@ import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalDiscovery;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalJvm;
 import com.qrv.norvel.monitoring.jmx.discovery.LocalListener;
-import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
 import com.qrv.norvel.monitoring.jmx.discovery.Patterns;
-import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalSearch;
 import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.monitored.SelfJvm;
 import com.qrv.norvel.monitoring.jmx.monitored.TargetObserver;
@@ -47,9 +47,10 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
 
   private String searchFailure = ""; // the thread's alone, as what follows
   private String turnFailure = "";
-  private long nextScan;
   private long nextListening;
 
+  private LocalSearch search; // guarded by this; null unless local JVMs are searched for
+  private List<LocalJvm> found; // guarded by this; null when nobody has searched since
   private boolean woken; // guarded by this
   private boolean closed; // guarded by this
 
@@ -84,6 +85,9 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
   void close() {
     synchronized (this) {
       closed = true;
+      if (search != null) {
+        search.close();
+      }
       notifyAll();
     }
     for (MonitoredJvm jvm : all()) {
@@ -129,18 +133,13 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
     for (JmxConfig.Remote remote : config.remote()) {
       addRemote(remote);
     }
-    LocalDiscovery discovery = null;
-    if (config.local().enabled()) {
-      ProcessTable processes = factory.processes();
-      Patterns patterns = new Patterns(config.local().include(), config.local().exclude());
-      discovery = new LocalDiscovery(processes, patterns, this);
-    }
-    nextScan = discovery == null ? Long.MAX_VALUE : factory.clock().millis();
+    Patterns patterns = new Patterns(config.local().include(), config.local().exclude());
+    LocalDiscovery discovery = new LocalDiscovery(patterns, this);
     nextListening = factory.clock().millis() + LISTENING_MILLIS;
     try {
       do {
         turn(discovery);
-      } while (awaitChange(Math.min(nextScan, nextListening)));
+      } while (awaitChange());
     } catch (InterruptedException e) {
       Thread.currentThread().interrupt();
     }
@@ -149,11 +148,8 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
   /** Nothing ends it: the next turn may do better, when there is memory again say. */
   private void turn(LocalDiscovery discovery) {
     try {
+      followSearch(discovery);
       long now = factory.clock().millis();
-      if (now >= nextScan) {
-        nextScan = now + config.local().intervalMillis();
-        scan(discovery);
-      }
       if (now >= nextListening) {
         nextListening = now + LISTENING_MILLIS;
         notifications.run();
@@ -166,14 +162,39 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
     }
   }
 
-  private void scan(LocalDiscovery discovery) {
+  /** What goes wrong here is no matter of the configured JVMs. */
+  private void followSearch(LocalDiscovery discovery) {
     try {
-      discovery.scan();
+      startSearch();
+      List<LocalJvm> present = takeFound();
+      if (present != null) {
+        discovery.compare(present);
+      }
       searchFailure = "";
     } catch (RuntimeException | Error e) {
-      // The known targets stay. A runtime without the attach module ends here each time.
-      searchFailure = reported("the search for local JVMs failed: ", e, searchFailure);
+      // The known targets stay.
+      searchFailure = reported("the local JVMs are not up to date: ", e, searchFailure);
     }
+  }
+
+  private synchronized void startSearch() {
+    if (search == null && config.local().enabled() && !closed) {
+      LocalSearch made = factory.search(config.local().intervalMillis());
+      made.start(this::found);
+      search = made;
+    }
+  }
+
+  private synchronized void found(List<LocalJvm> present) {
+    found = present;
+    woken = true;
+    notifyAll();
+  }
+
+  private synchronized List<LocalJvm> takeFound() {
+    List<LocalJvm> taken = found;
+    found = null;
+    return taken;
   }
 
   /** Logs what is not the same as last time, and returns it. */
@@ -190,10 +211,10 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
     }
   }
 
-  /** Waits until a target has changed or {@code next} has come; false when all is over. */
-  private synchronized boolean awaitChange(long next) throws InterruptedException {
+  /** Waits until something has changed or is due; false when all is over. */
+  private synchronized boolean awaitChange() throws InterruptedException {
     while (!closed && !woken) {
-      long pause = next - factory.clock().millis();
+      long pause = nextListening - factory.clock().millis();
       if (pause <= 0) {
         break;
       }
@@ -204,7 +225,7 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
   }
 
   @Override
-  public boolean appeared(LocalProcess process, String name, String mainClass) {
+  public boolean appeared(LocalJvm jvm, String name, String mainClass) {
     String reason = null;
     synchronized (jvms) {
       if (jvms.size() > config.maxTargets()) {
@@ -215,8 +236,8 @@ final class Targets implements LocalListener, TargetBoard, TargetObserver, Runna
     }
     if (reason == null) {
       refused.remove(name);
-      starts.put(name, process.startTicks());
-      add(factory.local(process, name, mainClass, this));
+      starts.put(name, jvm.process().startTicks());
+      add(factory.local(jvm, name, mainClass, this));
     } else if (refused.size() < config.maxTargets() && refused.add(name)) {
       log.error("the local JVM " + name + " is not monitored: " + reason);
     }

@@ -5,20 +5,24 @@ import static org.assertj.core.api.Assertions.assertThat;
 import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
-import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
-import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalJvm;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalSearch;
 import com.qrv.norvel.monitoring.jmx.monitored.CallWatchdog;
 import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.monitored.SelfJvm;
 import com.qrv.norvel.monitoring.jmx.monitored.SteppedJvm;
 import com.qrv.norvel.monitoring.jmx.notify.BeanNotifications;
 import com.qrv.norvel.monitoring.jmx.notify.NotificationRule;
+import com.qrv.norvel.monitoring.jmx.process.JvmProcess;
 import java.util.ArrayList;
+import java.util.Iterator;
 import java.util.List;
 import java.util.Map;
 import java.util.Random;
 import java.util.Set;
 import java.util.TreeMap;
+import java.util.concurrent.atomic.AtomicInteger;
+import java.util.function.Consumer;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 
@@ -68,19 +72,19 @@ final class DayTest {
     for (long pid = 1; pid <= 5; pid++) {
       machine.run(pid);
     }
-    machine.awaitSearches();
+    machine.awaitSearch();
     List<Integer> sizes = new ArrayList<>();
     for (int step = 0; step < 24 * STEPS_OF_AN_HOUR; step++) {
       clock.advance(STEP_MILLIS);
       if (step % 30 == 0) {
         machine.replaceOne();
         agent.watch(TABLE, "s", step % 60 == 0);
-        machine.awaitSearches();
+        machine.awaitSearch();
       }
       machine.step();
       assertThat(machine.open()).as("connections at step %d", step).isLessThanOrEqualTo(5);
       if (step % STEPS_OF_AN_HOUR == STEPS_OF_AN_HOUR - 1) {
-        machine.awaitSearches();
+        machine.awaitSearch();
         sizes.add(size());
       }
     }
@@ -90,7 +94,7 @@ final class DayTest {
     assertThat(max(sizes.subList(12, 24))).as("sizes %s", sizes).isLessThan(morning + morning / 5);
 
     machine.endAll();
-    machine.awaitSearches();
+    machine.awaitSearch();
     machine.step();
     assertThat(targets.statuses()).hasSize(1);
     assertThat(subnodes.registered()).containsExactly("self");
@@ -113,11 +117,12 @@ final class DayTest {
   }
 
   /** The processes of a machine, and the targets that are made for them. */
-  private final class Machine implements TargetFactory, ProcessTable {
+  private final class Machine implements TargetFactory, LocalSearch {
     private final Map<Long, String> commands = new TreeMap<>(); // guarded by this, all that follows
     private final List<SteppedJvm> jvms = new ArrayList<>();
     private long lastPid;
-    private int searches;
+    private final AtomicInteger compared = new AtomicInteger();
+    private volatile Consumer<List<LocalJvm>> found;
 
     synchronized void run(long pid) {
       commands.put(pid, "com.shop.Main");
@@ -134,18 +139,36 @@ final class DayTest {
     }
 
     /** Returns when the targets' thread has seen what runs now, and has done with it. */
-    void awaitSearches() throws Exception {
+    void awaitSearch() throws Exception {
+      Await.until("the search has begun", this::hasBegun);
       for (int i = 0; i < 2; i++) {
-        // Counted first: as soon as the clock moves, a search may come by itself.
-        int before = searches();
-        clock.advance(1000);
-        targets.presenceChanged();
-        Await.until("the processes are looked at", () -> searches() > before);
+        int before = compared.get();
+        found.accept(present());
+        Await.until("the processes are looked at", () -> compared.get() > before);
       }
     }
 
-    synchronized int searches() {
-      return searches;
+    private synchronized boolean hasBegun() {
+      return found != null;
+    }
+
+    private synchronized List<LocalJvm> present() {
+      List<LocalJvm> present =
+          new ArrayList<>() {
+            private static final long serialVersionUID = 1L;
+
+            @Override
+            public Iterator<LocalJvm> iterator() {
+              compared.incrementAndGet();
+              return super.iterator();
+            }
+          };
+      commands.forEach(
+          (pid, command) ->
+              present.add(
+                  new LocalJvm(
+                      new JvmProcess(pid, 1, 1000, pid, "hsperfdata_ann"), command, false)));
+      return present;
     }
 
     void step() {
@@ -177,13 +200,18 @@ final class DayTest {
     }
 
     @Override
-    public ProcessTable processes() {
+    public LocalSearch search(long intervalMillis) {
       return this;
     }
 
     @Override
+    public synchronized void start(Consumer<List<LocalJvm>> taker) {
+      found = taker;
+    }
+
+    @Override
     public synchronized MonitoredJvm local(
-        LocalProcess process, String name, String mainClass, Targets observer) {
+        LocalJvm local, String name, String mainClass, Targets observer) {
       try {
         SteppedJvm made = new SteppedJvm(name, clock, random, watchdog, log, observer);
         jvms.add(made);
@@ -200,21 +228,5 @@ final class DayTest {
 
     @Override
     public void close() {}
-
-    @Override
-    public synchronized List<Long> pids() {
-      searches++;
-      return new ArrayList<>(commands.keySet());
-    }
-
-    @Override
-    public synchronized LocalProcess look(long pid) {
-      return commands.containsKey(pid) ? new LocalProcess(pid, 1, true, false, true) : null;
-    }
-
-    @Override
-    public synchronized Map<Long, String> commands() {
-      return new TreeMap<>(commands);
-    }
   }
 }

@@ -6,8 +6,10 @@ import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.config.JmxConfig;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonRule;
 import com.qrv.norvel.monitoring.jmx.daemon.DaemonStarter;
-import com.qrv.norvel.monitoring.jmx.discovery.LocalProcess;
-import com.qrv.norvel.monitoring.jmx.discovery.ProcessTable;
+import com.qrv.norvel.monitoring.jmx.discovery.JvmSearch;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalJvm;
+import com.qrv.norvel.monitoring.jmx.discovery.LocalSearch;
+import com.qrv.norvel.monitoring.jmx.discovery.SearchThread;
 import com.qrv.norvel.monitoring.jmx.monitored.MonitoredJvm;
 import com.qrv.norvel.monitoring.jmx.monitored.SelfJvm;
 import com.qrv.norvel.monitoring.jmx.monitored.TargetKind;
@@ -16,12 +18,14 @@ import com.qrv.norvel.monitoring.jmx.monitored.TargetStatus;
 import com.qrv.norvel.monitoring.jmx.monitored.TargetWork;
 import com.qrv.norvel.monitoring.jmx.notify.BeanNotifications;
 import com.qrv.norvel.monitoring.jmx.table.BeanTable;
+import com.qrv.norvel.monitoring.jmx.process.JvmProcess;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
 import java.util.TreeMap;
+import java.util.concurrent.CountDownLatch;
 import java.util.concurrent.atomic.AtomicInteger;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
@@ -129,6 +133,34 @@ final class TargetsTest {
   }
 
   @Test
+  void aSearchThatHangsKeepsNobodyFromAConfiguredTarget() throws Exception {
+    CountDownLatch hang = new CountDownLatch(1);
+    factory.hangSearches(hang);
+    start(10, new JmxConfig.Remote("far", null, "db1", 9010, null, null, List.of()));
+    Await.until("it is known", () -> factory.jvm("far") != null);
+
+    factory.jvm("far").reach();
+
+    Await.until("it is shown", () -> subnodes.registered().contains("far"));
+    targets.close();
+    hang.countDown();
+  }
+
+  @Test
+  void aMachineThatCannotBeSearchedKeepsNobodyFromAConfiguredTarget() throws Exception {
+    factory.failToSearch(new IllegalStateException("on purpose"));
+    start(10, new JmxConfig.Remote("far", null, "db1", 9010, null, null, List.of()));
+    Await.until("it is known", () -> factory.jvm("far") != null);
+
+    factory.jvm("far").reach();
+
+    Await.until("it is shown", () -> subnodes.registered().contains("far"));
+    assertThat(log.errors())
+        .containsExactly(
+            "the local JVMs are not up to date: java.lang.IllegalStateException: on purpose");
+  }
+
+  @Test
   void newBeansAreLookedForOnceAMinute() throws Exception {
     ManualClock clock = new ManualClock();
     factory.clock = clock;
@@ -191,13 +223,13 @@ final class TargetsTest {
     assertThat(factory.isClosed()).isTrue();
   }
 
-  private void start(int limit) {
+  private void start(int limit, JmxConfig.Remote... remote) {
     JmxConfig.Local local =
         new JmxConfig.Local(true, 1000, Collections.singletonList("*"), new ArrayList<>());
     JmxConfig config =
         new JmxConfig(
             local,
-            new ArrayList<>(),
+            List.of(remote),
             new JmxConfig.Calls(1000, 100, 100, 30_000, 10_000),
             limit,
             List.of(),
@@ -220,9 +252,11 @@ final class TargetsTest {
     }
   }
 
-  private static final class FakeFactory implements TargetFactory, ProcessTable {
+  private final class FakeFactory implements TargetFactory, JvmSearch {
     private final Map<Long, String> commands = new TreeMap<>();
     private final Map<String, FakeJvm> made = new HashMap<>();
+    private volatile RuntimeException searchFailure; // null to be able to search
+    private volatile CountDownLatch hang; // null to search without delay
     private Throwable failure;
     private long startTicks = 1;
     private volatile Clock clock = Clock.SYSTEM;
@@ -245,6 +279,14 @@ final class TargetsTest {
       failure = thrown;
     }
 
+    void failToSearch(RuntimeException thrown) {
+      searchFailure = thrown;
+    }
+
+    void hangSearches(CountDownLatch latch) {
+      hang = latch;
+    }
+
     synchronized FakeJvm jvm(String name) {
       return made.get(name);
     }
@@ -255,21 +297,24 @@ final class TargetsTest {
     }
 
     @Override
-    public ProcessTable processes() {
-      return this;
+    public LocalSearch search(long intervalMillis) {
+      raise(searchFailure);
+      return new SearchThread(this, intervalMillis, clock, log);
     }
 
     @Override
     public synchronized MonitoredJvm local(
-        LocalProcess process, String name, String mainClass, Targets targets) {
-      FakeJvm jvm = new FakeJvm(name, process.pid(), targets);
+        LocalJvm local, String name, String mainClass, Targets targets) {
+      FakeJvm jvm = new FakeJvm(name, local.pid(), targets);
       made.put(name, jvm);
       return jvm;
     }
 
     @Override
-    public MonitoredJvm remote(JmxConfig.Remote remote, Targets targets) {
-      throw new UnsupportedOperationException();
+    public synchronized MonitoredJvm remote(JmxConfig.Remote remote, Targets targets) {
+      FakeJvm jvm = new FakeJvm(remote.name(), TargetStatus.UNKNOWN, targets);
+      made.put(remote.name(), jvm);
+      return jvm;
     }
 
     @Override
@@ -282,22 +327,26 @@ final class TargetsTest {
     }
 
     @Override
-    public synchronized List<Long> pids() {
+    public List<LocalJvm> search() throws InterruptedException {
+      if (hang != null) {
+        hang.await();
+      }
+      return present();
+    }
+
+    private synchronized List<LocalJvm> present() {
       Throwable thrown = failure;
       failure = null;
       raise(thrown);
-      return new ArrayList<>(commands.keySet());
-    }
-
-    @Override
-    public synchronized LocalProcess look(long pid) {
-      boolean runs = commands.containsKey(pid);
-      return runs ? new LocalProcess(pid, startTicks, true, false, true) : null;
-    }
-
-    @Override
-    public synchronized Map<Long, String> commands() {
-      return new HashMap<>(commands);
+      List<LocalJvm> found = new ArrayList<>();
+      commands.forEach(
+          (pid, command) ->
+              found.add(
+                  new LocalJvm(
+                      new JvmProcess(pid, startTicks, 1000, pid, "hsperfdata_ann"),
+                      command,
+                      false)));
+      return found;
     }
   }
 

@@ -24,7 +24,7 @@ import jdk.net.ExtendedSocketOptions;
  * Attaches to one JVM. Its socket is there from the first time that somebody attached; before, the
  * JVM opens it when it gets QUIT and finds a file that asks for it.
  *
- * <p>Used by one thread, except for {@link #cut}.
+ * <p>Used by one thread, except for {@link #cut}, which is for good.
  */
 public final class JvmAttach {
   /** An answer is a number and, at most, a stack trace. */
@@ -58,9 +58,6 @@ public final class JvmAttach {
    * @throws AttachRefusedException when the JVM was asked in vain
    */
   public void startManagementAgent() throws IOException, InterruptedException {
-    synchronized (this) {
-      isCut = false;
-    }
     checkAttachable();
     Path socket = access.temp(jvm).resolve(".java_pid" + jvm.innerPid());
     if (find(socket) == null) {
@@ -76,7 +73,7 @@ public final class JvmAttach {
     }
   }
 
-  /** Ends the request that the other thread is in, if it is in one. */
+  /** Ends the request that the other thread is in, and those to come. Never blocks. */
   public synchronized void cut() {
     isCut = true;
     if (open != null) {

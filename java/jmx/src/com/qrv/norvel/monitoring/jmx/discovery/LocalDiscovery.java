@@ -1,61 +1,44 @@
 package com.qrv.norvel.monitoring.jmx.discovery;
 
-import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.Iterator;
 import java.util.List;
 import java.util.Map;
 
-/** Compares the JVMs of this machine with those of the last look. Used by one thread. */
+/** Compares the JVMs of this machine with those of the last search. Used by one thread. */
 public final class LocalDiscovery {
-  /**
-   * A JVM publishes that it exists a little before it publishes what it runs. One that still has
-   * not after so many looks does not allow to be attached to.
-   */
-  private static final int MAX_LOOKS = 3;
-
-  private final ProcessTable processes;
   private final Patterns patterns;
   private final LocalListener listener;
-  private final Map<Long, Known> known = new HashMap<>();
-  private Map<Long, String> commands; // of this scan; null until somebody asks
+  private final Map<Long, Known> known = new HashMap<>(); // by pid
 
-  public LocalDiscovery(ProcessTable processes, Patterns patterns, LocalListener listener) {
-    this.processes = processes;
+  public LocalDiscovery(Patterns patterns, LocalListener listener) {
     this.patterns = patterns;
     this.listener = listener;
   }
 
-  /** Looks once, and tells the listener what is different. */
-  public void scan() {
-    List<LocalProcess> present = new ArrayList<>();
-    for (long pid : processes.pids()) {
-      LocalProcess process = processes.look(pid);
-      if (process != null) {
-        present.add(process);
-      }
-    }
+  /** Tells the listener what is different now. */
+  public void compare(List<LocalJvm> present) {
     forgetVanished(present);
-    commands = null;
-    for (LocalProcess process : present) {
-      Known entry = known.get(process.pid());
+    for (LocalJvm jvm : present) {
+      Known entry = known.get(jvm.pid());
       if (entry == null) {
-        entry = new Known(process);
-        known.put(process.pid(), entry);
+        entry = new Known(jvm);
+        known.put(jvm.pid(), entry);
       }
-      update(entry, process);
+      update(entry, jvm);
     }
   }
 
-  private void forgetVanished(List<LocalProcess> present) {
+  private void forgetVanished(List<LocalJvm> present) {
+    Map<Long, LocalJvm> byPid = new HashMap<>();
+    for (LocalJvm jvm : present) {
+      byPid.put(jvm.pid(), jvm);
+    }
     Iterator<Known> entries = known.values().iterator();
     while (entries.hasNext()) {
       Known entry = entries.next();
-      boolean found = false;
-      for (LocalProcess process : present) {
-        found |= process.isSameAs(entry.process);
-      }
-      if (!found) {
+      LocalJvm now = byPid.get(entry.jvm.pid());
+      if (now == null || !now.isSameAs(entry.jvm)) {
         entries.remove();
         if (entry.name != null) {
           listener.vanished(entry.name);
@@ -64,47 +47,37 @@ public final class LocalDiscovery {
     }
   }
 
-  private void update(Known entry, LocalProcess process) {
-    boolean resumed = entry.process.isStopped() && !process.isStopped();
-    entry.process = process;
+  private void update(Known entry, LocalJvm jvm) {
+    boolean resumed = entry.jvm.isStopped() && !jvm.isStopped();
+    entry.jvm = jvm;
     if (entry.name != null) {
       if (resumed) {
         listener.resumed(entry.name);
       }
       return;
     }
-    if (entry.refused || !process.isAttachable()) {
+    if (entry.refused || jvm.isStopped()) {
       return;
     }
-    if (commands == null) {
-      commands = processes.commands();
-    }
-    String command = commands.get(process.pid());
-    entry.looks++;
-    if (command == null) {
-      entry.refused = entry.looks >= MAX_LOOKS;
-      return;
-    }
-    String mainClass = MainClass.of(command);
+    String mainClass = MainClass.of(jvm.command());
     if (!patterns.accept(mainClass)) {
       entry.refused = true;
       return;
     }
-    String name = MainClass.subnodeName(mainClass, process.pid());
-    if (listener.appeared(process, name, mainClass)) {
+    String name = MainClass.subnodeName(mainClass, jvm.pid());
+    if (listener.appeared(jvm, name, mainClass)) {
       entry.name = name;
     }
   }
 
-  /** A process that the last look saw. */
+  /** A JVM that the last search found. */
   private static final class Known {
-    private LocalProcess process;
+    private LocalJvm jvm;
     private String name; // null while it is not monitored
     private boolean refused;
-    private int looks;
 
-    Known(LocalProcess process) {
-      this.process = process;
+    Known(LocalJvm jvm) {
+      this.jvm = jvm;
     }
   }
 }

@@ -1,15 +1,15 @@
 package com.qrv.norvel.monitoring.jmx.discovery;
 
-/** Hears what {@link LocalDiscovery} finds, on the thread that scans. */
+/** Hears what {@link LocalDiscovery} finds, on the thread that compares. */
 public interface LocalListener {
   /**
    * A JVM to monitor has appeared.
    *
    * @param name the subnode's name for it
    * @param mainClass its main class or jar; empty when that is not known
-   * @return false when it can't be monitored now; the next look offers it again
+   * @return false when it can't be monitored now; the next search offers it again
    */
-  boolean appeared(LocalProcess process, String name, String mainClass);
+  boolean appeared(LocalJvm jvm, String name, String mainClass);
 
   /** It has ended. */
   void vanished(String name);

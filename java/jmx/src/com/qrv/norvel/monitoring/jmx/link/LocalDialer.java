@@ -1,42 +1,49 @@
 package com.qrv.norvel.monitoring.jmx.link;
 
+import com.qrv.norvel.monitoring.jmx.attach.AttachRefusedException;
+import com.qrv.norvel.monitoring.jmx.attach.JvmAttach;
 import com.qrv.norvel.monitoring.jmx.base.Clock;
 import com.qrv.norvel.monitoring.jmx.base.OperatorLog;
 import com.qrv.norvel.monitoring.jmx.net.LoopbackRoute;
 import com.qrv.norvel.monitoring.jmx.net.PublishedStub;
 import com.qrv.norvel.monitoring.jmx.net.Route;
+import com.qrv.norvel.monitoring.jmx.process.JvmAccess;
+import com.qrv.norvel.monitoring.jmx.process.JvmProcess;
 import com.qrv.norvel.monitoring.jmx.process.ListeningPorts;
-import com.sun.tools.attach.AttachNotSupportedException;
-import com.sun.tools.attach.VirtualMachine;
+import com.qrv.norvel.monitoring.jmx.process.PerfData;
 import java.io.IOException;
-import java.util.function.BooleanSupplier;
 import javax.management.remote.rmi.RMIServer;
 
-/** Connects to a JVM of this machine, in which it starts the management agent once. */
+/**
+ * Connects to a JVM of this machine, in which it starts the management agent when none runs.
+ *
+ * <p>The JVM publishes that agent's address, and may be of a user who wishes us ill. All that is
+ * taken from it is a port, on which the process itself must listen, and the number of an object.
+ */
 public final class LocalDialer extends RmiDialer {
-  private final long pid;
-  private final BooleanSupplier isAttachable;
+  private final JvmProcess jvm;
+  private final JvmAccess access;
+  private final long attachMillis;
+  private final Route route;
   private final Clock clock;
   private final AttachLimit limit = new AttachLimit();
-  private final Route route;
+  private volatile JvmAttach attach; // the last one, which may be in progress; null before it
   private volatile int port; // of the management agent
-  private volatile String address; // null before the management agent runs
 
-  /**
-   * @param isAttachable asked before each attempt; false while the process must be left alone,
-   *     because it would not survive or could not answer
-   */
+  /** @param attachMillis how long to wait for the JVM to open its socket for tools */
   public LocalDialer(
       String target,
-      long pid,
-      BooleanSupplier isAttachable,
+      JvmProcess jvm,
+      JvmAccess access,
       ListeningPorts ports,
+      long attachMillis,
       LinkTimes times,
       OperatorLog log) {
     super(target, times, log);
-    this.pid = pid;
-    this.isAttachable = isAttachable;
-    this.route = new LoopbackRoute(ports, pid);
+    this.jvm = jvm;
+    this.access = access;
+    this.attachMillis = attachMillis;
+    this.route = new LoopbackRoute(ports, jvm.pid());
     this.clock = times.clock();
   }
 
@@ -46,16 +53,19 @@ public final class LocalDialer extends RmiDialer {
   }
 
   @Override
-  RMIServer server() throws Exception {
-    if (!isAttachable.getAsBoolean()) {
-      throw new IOException(
-          "process " + pid + " is stopped, has ended or does not allow attaching");
+  public void cut() {
+    JvmAttach last = attach;
+    if (last != null) {
+      last.cut();
     }
-    if (address == null) {
-      address = startManagementAgent();
-    }
+    super.cut();
+  }
+
+  @Override
+  RMIServer server() throws IOException, InterruptedException {
+    checkProcess();
     lead(route);
-    PublishedStub stub = PublishedStub.parse(address);
+    PublishedStub stub = PublishedStub.parse(address());
     port = stub.port();
     return read(stub.at(route.resolve(stub.host(), port)));
   }
@@ -63,28 +73,51 @@ public final class LocalDialer extends RmiDialer {
   /** Whoever answers now has been there since the connection was made. */
   @Override
   void confirm() throws IOException {
+    checkProcess();
     route.resolve("", port);
   }
 
-  private String startManagementAgent() throws IOException, AttachNotSupportedException {
+  private void checkProcess() throws IOException {
+    if (!access.isAttachable(jvm)) {
+      throw new IOException(
+          "process " + jvm.pid() + " is stopped, has ended or does not allow attaching");
+    }
+  }
+
+  private String address() throws IOException, InterruptedException {
+    String address = published();
+    if (address == null) {
+      startManagementAgent();
+      address = published();
+    }
+    if (address == null) {
+      throw new IOException(
+          "process " + jvm.pid() + " does not publish the address of its management agent");
+    }
+    return address;
+  }
+
+  private String published() throws IOException {
+    PerfData data = access.published(jvm);
+    return data == null ? null : data.text(PerfData.ADDRESS);
+  }
+
+  private void startManagementAgent() throws IOException, InterruptedException {
     if (!limit.allows(clock.millis())) {
       throw new IOException(
-          "process " + pid + " has not responded to " + AttachLimit.FREE_FAILURES
+          "process " + jvm.pid() + " has not responded to " + AttachLimit.FREE_FAILURES
               + " requests to attach; it is asked again every "
               + AttachLimit.PAUSE_MILLIS / 60_000 + " minutes");
     }
-    VirtualMachine machine;
     try {
-      machine = VirtualMachine.attach(Long.toString(pid));
-    } catch (AttachNotSupportedException e) {
+      // A new one each time: a thread that was lost may still be in the last.
+      JvmAttach now = new JvmAttach(jvm, access, attachMillis, clock);
+      attach = now;
+      now.startManagementAgent();
+    } catch (AttachRefusedException e) {
       limit.failed(clock.millis());
       throw e;
     }
     limit.reset();
-    try {
-      return machine.startLocalManagementAgent();
-    } finally {
-      machine.detach();
-    }
   }
 }

@@ -6,38 +6,20 @@ import static org.assertj.core.api.Assertions.assertThatThrownBy;
 import com.qrv.norvel.monitoring.jmx.ChildJvm;
 import com.qrv.norvel.monitoring.jmx.ManualClock;
 import com.qrv.norvel.monitoring.jmx.RecordingLog;
+import com.qrv.norvel.monitoring.jmx.attach.AttachRefusedException;
+import com.qrv.norvel.monitoring.jmx.process.JvmProcess;
 import com.qrv.norvel.monitoring.jmx.process.ListeningPorts;
 import com.qrv.norvel.monitoring.jmx.process.RealJvm;
-import com.sun.tools.attach.AttachNotSupportedException;
-import java.util.concurrent.atomic.AtomicBoolean;
-import org.junit.jupiter.api.AfterEach;
-import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 
 /** How often a JVM that can't be attached to is asked. */
 final class LocalDialerTest {
-  private static final String TIMEOUT = "sun.tools.attach.attachTimeout";
-
-  private static final ListeningPorts PORTS = new ListeningPorts(RealJvm.PROC);
-
   private final ManualClock clock = new ManualClock();
-  private final LinkTimes times = new LinkTimes(1000, 0, clock);
-
-  @BeforeEach
-  void beImpatient() {
-    System.setProperty(TIMEOUT, "50");
-  }
-
-  @AfterEach
-  void bePatient() {
-    System.clearProperty(TIMEOUT);
-  }
 
   @Test
   void aJvmThatDoesNotAnswerIsAskedThreeTimesAndThenEveryTenMinutes() throws Exception {
     try (ChildJvm deaf = ChildJvm.start("-XX:+DisableAttachMechanism")) {
-      LocalDialer dialer =
-          new LocalDialer("deaf", deaf.pid(), () -> true, PORTS, times, new RecordingLog());
+      LocalDialer dialer = dialer(RealJvm.examine(deaf.pid()));
       assertAskedInVain(dialer);
       assertAskedInVain(dialer);
       assertAskedInVain(dialer);
@@ -53,8 +35,7 @@ final class LocalDialerTest {
   @Test
   void aJvmOfWhichThereIsNewsIsAskedAgain() throws Exception {
     try (ChildJvm deaf = ChildJvm.start("-XX:+DisableAttachMechanism")) {
-      LocalDialer dialer =
-          new LocalDialer("deaf", deaf.pid(), () -> true, PORTS, times, new RecordingLog());
+      LocalDialer dialer = dialer(RealJvm.examine(deaf.pid()));
       for (int i = 0; i < AttachLimit.FREE_FAILURES; i++) {
         assertAskedInVain(dialer);
       }
@@ -67,20 +48,33 @@ final class LocalDialerTest {
   }
 
   @Test
-  void aProcessThatMustBeLeftAloneIsNotAsked() {
-    AtomicBoolean asked = new AtomicBoolean();
+  void aProcessThatMustBeLeftAloneIsNotAsked() throws Exception {
+    try (ChildJvm fragile = ChildJvm.start("-Xrs")) {
+      LocalDialer dialer = dialer(RealJvm.examine(fragile.pid()));
+
+      assertThatThrownBy(dialer::server).hasMessageContaining("is stopped, has ended or");
+
+      assertThat(fragile.isAlive()).isTrue();
+    }
+  }
+
+  /** The clock stands still, so it gives up at the first look. */
+  private LocalDialer dialer(JvmProcess jvm) {
     LocalDialer dialer =
         new LocalDialer(
-            "other", 1, () -> asked.getAndSet(true), PORTS, times, new RecordingLog());
-
-    assertThatThrownBy(dialer::server).hasMessageContaining("is stopped");
-
-    assertThat(asked).isTrue();
+            "deaf",
+            jvm,
+            RealJvm.access(),
+            new ListeningPorts(RealJvm.PROC),
+            0,
+            new LinkTimes(1000, 0, clock),
+            new RecordingLog());
+    dialer.adoptThread();
+    return dialer;
   }
 
   private static void assertAskedInVain(LocalDialer dialer) {
-    assertThatThrownBy(dialer::server)
-        .isInstanceOf(AttachNotSupportedException.class);
+    assertThatThrownBy(dialer::server).isInstanceOf(AttachRefusedException.class);
   }
 
   private static void assertNotAsked(LocalDialer dialer) {
