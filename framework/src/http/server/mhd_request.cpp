@@ -127,6 +127,10 @@ RawRequest readRequest(MHD_Connection* connection, const char* method, const cha
   raw.version = version;
   const auto* info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
   raw.headerBytes = info != nullptr ? info->header_size : 0;
+  // The parts of the line lie behind one another, too, each ended by a zero.
+  if (version != method + raw.method.size() + raw.target.size() + 2) {
+    raw.malformed = "The request line has more than two blanks, or holds a zero byte.";
+  }
   HeaderWalk walk(raw, version + raw.version.size());
   MHD_get_connection_values_n(connection, MHD_HEADER_KIND, take, &walk);
   walk.end(method + raw.headerBytes);  // the library counts from there, too

@@ -78,6 +78,8 @@ TEST_F(FramingTest, RefusesADoubtfulLengthAndCloses) {
   expectRefused(
       "POST /healthz HTTP/1.0\r\n" + host() + "Transfer-Encoding: chunked\r\n\r\n0\r\n\r\n", "400");
   expectRefused("GET /healthz HTTP/1.1\r\n\r\n", "400");
+  expectRefused(std::string("GET /healthz\0x HTTP/1.1\r\n", 25) + host() + "\r\n", "400");
+  expectRefused("GET  /healthz HTTP/1.1\r\n" + host() + "\r\n", "400");
   expectRefused("GET /a b HTTP/1.1\r\n" + host() + "\r\n", "400");
 }
 
