@@ -12,9 +12,8 @@ namespace host {
 /// Until open() everything is held: a stop in the middle of the start would take the library's
 /// client away under it. After that TERM and INT call the handler that the library asked for, or
 /// stop the agent when it has not asked. HUP waits for the library to ask. A stop is begun once,
-/// and not when the agent already ends of itself: the library would make a new client to tell the
-/// application.
-/// Used only by the main thread.
+/// and not while the agent is already ending: the library would make a new client to tell the
+/// application. Used only by the main thread.
 class SignalPolicy {
  public:
   struct Delivery {

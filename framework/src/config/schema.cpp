@@ -63,9 +63,10 @@ void addIdentity(std::vector<Setting>& all) {
 void addHttp(std::vector<Setting>& all) {
   all.push_back(integer("http.port", MEMBER(http.port), 0, 65535,
                         "Port on 127.0.0.1. 0 takes any free port."));
-  all.push_back(integer("http.max_connections", MEMBER(http.maxConnections), 1, 10'000,
-                        "Connections at a time; a further one takes the place of an idle one, "
-                        "or is closed."));
+  all.push_back(
+      integer("http.max_connections", MEMBER(http.maxConnections), 1, 10'000,
+              "Connections at a time; one more takes the place of an idle one, or is closed "
+              "if there is none."));
   all.push_back(integer("http.max_connections_per_address", MEMBER(http.maxConnectionsPerAddress),
                         1, 10'000, "Connections from one address at a time."));
   all.push_back(size("http.connection_memory", MEMBER(http.connectionMemory), 4 * kKiB, kMiB,
@@ -74,9 +75,10 @@ void addHttp(std::vector<Setting>& all) {
                      "Content of a request; a longer one is refused."));
   all.push_back(duration("http.idle_timeout", MEMBER(http.idleTimeout), 1s, 1h,
                          "A connection on which nothing happens for this long is closed."));
-  all.push_back(duration("http.request_deadline", MEMBER(http.requestDeadline), 100ms, 10min,
-                         "A request that has not fully arrived after this long is cut off, and so "
-                         "is one whose headers are not complete after 5 s."));
+  all.push_back(
+      duration("http.request_deadline", MEMBER(http.requestDeadline), 100ms, 10min,
+               "A request that has not fully arrived after this long is cut off; so is one "
+               "whose headers have not arrived after 5 s."));
   all.push_back(integer("http.stream_limit", MEMBER(http.streamLimit), 0, 1'000,
                         "Live streams at a time; more are refused."));
 }
@@ -163,12 +165,12 @@ void addServices(std::vector<Setting>& all) {
 }
 
 void addTrace(std::vector<Setting>& all) {
-  all.push_back(traceClasses("trace.default", MEMBER(trace.defaultMask),
-                             "What a unit traces unless `trace.units` says otherwise. Errors and "
-                             "warnings, and the agent's start and stop, are always traced. Each "
-                             "place in the source writes equal errors and warnings once a minute "
-                             "(once in up to 16 minutes while they continue) and different ones up "
-                             "to 32 KiB, and counts the rest."));
+  all.push_back(
+      traceClasses("trace.default", MEMBER(trace.defaultMask),
+                   "What a unit traces unless `trace.units` says otherwise. Errors and "
+                   "warnings, and the agent's start and stop, are always traced; but each place "
+                   "in the source writes equal errors and warnings only once a minute (later, "
+                   "once in up to 16 minutes), different ones up to 32 KiB, and counts the rest."));
   all.push_back(traceUnits(
       "trace.units", MEMBER(trace.units),
       "Trace classes of individual units, as in `ZELIRA: [detail, flow]`. A unit's name may be "

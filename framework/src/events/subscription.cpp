@@ -105,10 +105,10 @@ void Subscription::deleteInTurn() {
     auto& handles = HandleTable::instance();
     const bool isUsed = handles.uses(object_->handle) && !handles.removeUnused(object_->handle);
     if (isUsed) {
-      return;  // whoever gives the last use back has this called again
+      return;  // giving the last use back has this called again
     }
-    // Once the stop has begun, the object is left alone: the agent's application takes no messages
-    // any more, and the object may have one for it when it goes.
+    // Once the stop has begun, the object is left alone: the agent's application takes no more
+    // messages, and the object may have one for it when it goes.
     if (!shared_.gate.run([this] { object_.reset(); })) {
       static_cast<void>(object_.release());
     }

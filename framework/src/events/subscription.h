@@ -20,7 +20,7 @@ namespace fw {
 ///
 /// It is made and deleted in the table's turns, through the gate. It enters the list when the
 /// factory has returned, leaves it under the list's lock at close(), and is deleted outside of that
-/// lock when nobody uses its handle any longer. When the gate is closed, it is left for good instead.
+/// lock when nobody uses its handle any longer. When the gate is closed, it is abandoned instead.
 class Subscription final : public std::enable_shared_from_this<Subscription> {
  public:
   /// What all subscriptions share. Everything outlives them.
@@ -30,7 +30,7 @@ class Subscription final : public std::enable_shared_from_this<Subscription> {
     WorkerLane& lane;
   };
 
-  /// `gone` is called, on a worker or the agent's thread, when the object is deleted or left for good.
+  /// `gone` is called, on a worker or the agent's thread, when the object is deleted or abandoned.
   Subscription(Shared shared, TableSet::View table, std::string name, Predicate thresholds,
                std::shared_ptr<Inbox> inbox, std::function<void()> gone);
   Subscription(const Subscription&) = delete;

@@ -65,7 +65,7 @@ class SubscriptionSet final : public TableObserver {
   void refuse();
 
   /// Closes everything and waits at most `bound` for the turns in which that happens. The gate is
-  /// closed before, so the objects are left for good.
+  /// closed before, so the objects are abandoned.
   void closeAll(std::chrono::milliseconds bound);
 
   /// Ends the workers, waiting at most `bound` for each kind.

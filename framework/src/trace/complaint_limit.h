@@ -78,7 +78,7 @@ class ComplaintLimit {
   };
 
   Place& placeOf(const RAS1_Entry& entry, std::uint32_t line, Time now) REQUIRES(mutex_);
-  std::vector<HeldBack> take(bool all) REQUIRES(mutex_);
+  std::vector<HeldBack> take(bool all);
 
   Clock& clock_;
   Mutex mutex_;

@@ -66,27 +66,28 @@ bool ConnectionTable::admit(std::uint32_t address) {
   bool isAdmitted = false;
   {
     const MutexLock lock(mutex_);
-    const auto countIf = [this](auto&& condition) {
-      return static_cast<std::size_t>(std::count_if(
-          connections_.begin(), connections_.end(),
-          [&](const auto& item) { return !item.second.cut && condition(item.second); }));
-    };
-    const std::size_t open = countIf([](const Connection&) { return true; });
-    const std::size_t ofAddress =
-        countIf([address](const Connection& entry) { return entry.address == address; });
+    const std::size_t open = placesTaken(std::nullopt);
     if (connections_.size() < limits_.withLeaving()) {
-      isAdmitted = ofAddress >= limits_.perAddress ? evictOne(address, due)
-                   : open >= limits_.total         ? evictOne(std::nullopt, due)
-                                                   : true;
+      isAdmitted = placesTaken(address) >= limits_.perAddress ? evictOne(address, due)
+                   : open >= limits_.total                    ? evictOne(std::nullopt, due)
+                                                              : true;
     }
     if (!isAdmitted) {
       ++counters_.connectionsRefused;
-      RAS1_PRINT("WARN: HTTP connection refused, %zu are open (limits %u, %u of one address)", open,
-                 limits_.total, limits_.perAddress);
+      RAS1_PRINT("WARN: HTTP connection refused, %zu are open (limits %u, %u from one address)",
+                 open, limits_.total, limits_.perAddress);
     }
   }
   act(due);
   return isAdmitted;
+}
+
+/// Of one address, or of all.
+std::size_t ConnectionTable::placesTaken(std::optional<std::uint32_t> address) const {
+  const auto taken = std::count_if(connections_.begin(), connections_.end(), [&](const auto& item) {
+    return !item.second.cut && (!address || item.second.address == *address);
+  });
+  return static_cast<std::size_t>(taken);
 }
 
 bool ConnectionTable::evictOne(std::optional<std::uint32_t> address, Due& due) {
@@ -341,7 +342,7 @@ void ConnectionTable::sweepRequest(Connection& entry, Clock::MonotonicTime now, 
     due.late.push_back(entry.exchange);
   } else if (!entry.cut && (isSlowHead || isSlowContent || isSlowTaker)) {
     RAS1_PRINT("WARN: connection cut, the client was too slow to %s",
-               isSlowTaker ? "take its answer" : "send its request");
+               isSlowTaker ? "read its answer" : "send its request");
     ++counters_.requestsLate;
     cut(entry);
   }
@@ -362,7 +363,7 @@ void ConnectionTable::sweepStream(Connection& entry, Clock::MonotonicTime now, D
     return;
   }
   if (now - entry.took > deadlines_.stall) {
-    RAS1_PRINT("WARN: stream cut, the client takes nothing");
+    RAS1_PRINT("WARN: stream cut, the client is not reading");
     ++counters_.streamsCut;
     cut(entry);
     due.left.push_back(entry.stream);

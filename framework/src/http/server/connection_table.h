@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -149,7 +150,8 @@ class ConnectionTable {
 
   void enter(Connection& connection, Phase phase) REQUIRES(mutex_);
   void noteTaken(Connection& entry, Clock::MonotonicTime now) REQUIRES(mutex_);
-  static void cut(Connection& entry);
+  void cut(Connection& entry) REQUIRES(mutex_);
+  std::size_t placesTaken(std::optional<std::uint32_t> address) const REQUIRES(mutex_);
   bool evictOne(std::optional<std::uint32_t> address, Due& due) REQUIRES(mutex_);
   int evictionRank(const Connection& entry, Clock::MonotonicTime now) const REQUIRES(mutex_);
   bool nudge(const Connection& entry) const REQUIRES(mutex_);

@@ -49,11 +49,12 @@ bool isForeignFetch(const RawRequest& raw) {
 }
 
 Problem foreignOrigin(const std::string& page) {
-  return {403,
-          "foreign-origin",
-          "Pages of other sites may not ask",
-          "The request comes from " + page + "; only pages of the agent itself may ask it.",
-          {}};
+  return {
+      403,
+      "foreign-origin",
+      "Pages of other sites may not send requests",
+      "The request comes from " + page + "; only pages of the agent itself may send it requests.",
+      {}};
 }
 
 std::string tooLong(std::string_view what, std::uint64_t bytes, std::uint64_t limit) {
@@ -202,9 +203,9 @@ std::optional<Problem> Gate::checkHost(const RawRequest& raw, std::string_view a
   if (!isOwnAuthority(authority)) {
     return Problem{421,
                    "misdirected",
-                   "This is not the host that was asked for",
+                   "The request is for another host",
                    "The request asks for host \"" + std::string(authority) +
-                       "\". The agent answers only as http://" + authorities_.front() + "/.",
+                       "\". The agent answers only at http://" + authorities_.front() + "/.",
                    {}};
   }
   return std::nullopt;

@@ -55,10 +55,10 @@ struct GateLimits {
 /// Decides whether a request may come in at all, before anybody looks at what it asks for.
 ///
 /// A page of another site that is open in the user's browser can reach a server on the loopback
-/// interface, too: under a name of its own that it lets point to 127.0.0.1, which the Host header
-/// gives away, or openly, which the Origin header gives away, or Sec-Fetch-Site where a browser
-/// sends no Origin. All are refused; only a link that the user follows may lead here from anywhere,
-/// because the page that holds it learns nothing of the answer.
+/// interface, too: under its own name, pointed at 127.0.0.1, which the Host header gives away, or
+/// openly, which the Origin header gives away, or Sec-Fetch-Site where a browser sends no Origin.
+/// All are refused; only a link that the user follows may lead here from anywhere, because the page
+/// that holds it learns nothing of the answer.
 ///
 /// Whoever wants to change something must present the token as well, even a page of the agent
 /// itself. Nobody else learns whether there is anything at an address that could be changed.
