@@ -35,8 +35,20 @@ fw::http::RawRequest readRequest(std::string_view input) {
       case 'A':
         raw.authorizations.push_back(value);
         break;
+      case 'V':
+        raw.version = value;
+        break;
+      case 'L':
+        raw.contentLengths.push_back(value);
+        break;
+      case 'E':
+        raw.transferEncodings.push_back(value);
+        break;
+      case 'F':
+        raw.fetchSite = value;
+        break;
       default:
-        raw.bodyBytes += value.size() * 1000;
+        break;
     }
   }
   return raw;
@@ -55,7 +67,9 @@ bool isOwn(const std::string& authority) {
 }
 
 void checkAdmitted(const fw::http::RawRequest& raw) {
-  fuzz::check(raw.hosts.size() == 1 && isOwn(raw.hosts.front()), "the host is this one");
+  const auto absolute = fw::http::splitAbsoluteTarget(raw.target);
+  fuzz::check(raw.hosts.size() == 1 && isOwn(absolute ? absolute->authority : raw.hosts.front()),
+              "the host is this one");
   for (const std::string& origin : raw.origins) {
     fuzz::check(lower(origin).starts_with("http://") && isOwn(origin.substr(7)),
                 "a page is one of the agent's");
@@ -67,7 +81,14 @@ void checkAdmitted(const fw::http::RawRequest& raw) {
                 "who changes something shows the token");
   }
   fuzz::check(raw.target.size() <= fw::http::GateLimits().target, "the target fits");
-  fuzz::check(raw.bodyBytes <= fw::http::GateLimits().body, "the content fits");
+  fuzz::check(raw.contentLengths.size() + raw.transferEncodings.size() <= 1,
+              "it is clear where the request ends");
+  fuzz::check(raw.transferEncodings.empty() || raw.version != "HTTP/1.0",
+              "the version has that transfer coding");
+  fuzz::check(raw.contentLengths.empty() ||
+                  std::stoull(raw.contentLengths.front()) <= fw::http::GateLimits().body,
+              "the content fits");
+  fuzz::check(raw.fetchSite != "cross-site", "no page of another site sends it");
 }
 
 }  // namespace
@@ -77,7 +98,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const fw::http::RawRequest raw = readRequest(fuzz::textOf(data, size));
   const auto result = gate.check(raw);
   if (const auto* problem = std::get_if<fw::http::Problem>(&result)) {
-    fuzz::check(problem->status >= 400 && problem->status < 500, "the client is told of a mistake");
+    fuzz::check((problem->status >= 400 && problem->status < 500) || problem->status == 501,
+                "the client is told of a mistake");
     const fw::http::Response response = fw::http::problemResponse(*problem, raw.target);
     const auto& content = std::get<std::string>(response.content);
     fuzz::check(fw::isValidUtf8(content), "a problem is text");

@@ -1,5 +1,7 @@
 // Request targets: path, query, and the numbers in it.
 
+#include <vector>
+
 #include "basic/utf8.h"
 #include "fuzz/fuzz_target.h"
 #include "http/api/api_parameters.h"
@@ -24,11 +26,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   for (const fw::http::Parameter& parameter : target.parameters) {
     fuzz::check(isText(parameter.name) && isText(parameter.value), "a parameter is text");
   }
-  const auto unknown = fw::http::checkParameters(target.parameters, {"limit", "where"});
-  if (const auto text = fw::http::findParameter(target.parameters, "limit"); !unknown && text) {
-    std::optional<fw::http::Problem> problem;
-    const std::uint64_t number = fw::http::parseNumber("limit", *text, 1, 10000, problem);
-    fuzz::check(problem || (number >= 1 && number <= 10000), "a number lies within its bounds");
+  const std::vector<fw::http::ParameterRule> rules = {fw::http::limitParameter(), {"where"}};
+  if (!fw::http::checkParameters(target.parameters, rules)) {
+    const std::uint32_t limit = fw::http::findLimit(target.parameters);
+    fuzz::check(limit >= 1 && limit <= fw::http::kMaxLimit, "a number lies within its bounds");
   }
   return 0;
 }
