@@ -278,7 +278,7 @@ void FakeTransport::putOutbound(const ZelMap& envelope) {
   zelPut<int>(answer, ZelKey::Envelope::kId, id);
   zelPut<long long>(answer, ZelKey::Envelope::kHandle, message.requester.value_or(0));
   zelPut(answer, ZelKey::Envelope::kBody, body());
-  current()->processInbound(answer);  // as Java answers: this one may be gone
+  ZelClient::current()->processInbound(answer);  // as Java answers: this one may be gone
 }
 
 FakeTransport* FakeTransport::current() {
