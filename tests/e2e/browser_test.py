@@ -20,7 +20,8 @@ class BrowserTest(unittest.TestCase):
         target = Target(installed_javas()[0])
         self.addCleanup(target.close)
         subnode = self.agent.subnode_of(target.pid)
-        [runtime] = self.agent.rows("JVM_RUNTIME", subnode=subnode)
+        [runtime] = wait_until(lambda: self.agent.try_rows("JVM_RUNTIME", subnode=subnode),
+                               "its first row")
         page = self.open("/#table=JVM_RUNTIME")
 
         expected = {"JVM_MEMORY", "JVM_TARGETS", subnode, "self", "START_TIME_MS",
