@@ -147,6 +147,9 @@ void ConnectionTable::opened(MHD_Connection* connection, int socket, std::uint32
   entry.address = address;
   entry.thread = std::this_thread::get_id();
   entry.since = clock_.monotonic();
+  if (closing_) {
+    cut(entry);
+  }
 }
 
 std::shared_ptr<Exchange> ConnectionTable::begin(MHD_Connection* connection, const char* target) {
@@ -228,6 +231,7 @@ int ConnectionTable::closed(MHD_Connection* connection) {
   }
   const Connection entry = std::move(found->second);
   connections_.erase(found);
+  idle_.notify_all();
   const bool maySend = entry.cutOff || entry.phase == Phase::Head || hasUnread(entry.socket);
   return maySend && !entry.cut && !entry.hungUp ? entry.socket : -1;
 }
@@ -415,6 +419,15 @@ bool ConnectionTable::waitIdle(std::chrono::milliseconds bound) {
 bool ConnectionTable::waitStreamsEnded(std::chrono::milliseconds bound) {
   MutexLock lock(mutex_);
   return idle_.wait_for(lock, bound, [this]() REQUIRES(mutex_) { return openStreams() == 0; });
+}
+
+bool ConnectionTable::closeAll(std::chrono::milliseconds bound) {
+  MutexLock lock(mutex_);
+  closing_ = true;
+  for (auto& [key, entry] : connections_) {
+    cut(entry);
+  }
+  return idle_.wait_for(lock, bound, [this]() REQUIRES(mutex_) { return connections_.empty(); });
 }
 
 Counters ConnectionTable::counters() const {

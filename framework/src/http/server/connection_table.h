@@ -116,6 +116,10 @@ class ConnectionTable {
   /// Waits until no stream is open; false when `bound` passed first.
   bool waitStreamsEnded(std::chrono::milliseconds bound);
 
+  /// Closes all connections, and those that come later at once; false when `bound` passed before
+  /// the last one was gone.
+  bool closeAll(std::chrono::milliseconds bound);
+
   Counters counters() const;
 
  private:
@@ -169,6 +173,7 @@ class ConnectionTable {
   std::unordered_map<MHD_Connection*, Connection> connections_ GUARDED_BY(mutex_);
   Counters counters_ GUARDED_BY(mutex_);
   bool streamsEnd_ GUARDED_BY(mutex_) = false;
+  bool closing_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace fw::http

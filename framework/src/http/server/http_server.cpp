@@ -208,6 +208,8 @@ void HttpServer::stop() {
   table_.abandon();
   table_.waitIdle(kLastAnswers);
   table_.waitStreamsEnded(kLastWords);
+  // The library crashes (0.9.75) when it refuses a request by itself while it stops.
+  table_.closeAll(kLastAnswers);
   MHD_stop_daemon(std::exchange(daemon_, nullptr));
   watch_.reset();
   RAS1_PRINT("HTTP server stopped");

@@ -121,5 +121,22 @@ TEST_F(HttpStopTest, StopsUnderLoad) {
   EXPECT_EQ(server->counters().connectionsOpen, 0u);
 }
 
+TEST_F(HttpStopTest, StopsWhileClientsSendWhatIsRefused) {
+  for (int round = 0; round < 50; ++round) {
+    start();
+    std::vector<std::unique_ptr<HttpClient>> clients;
+    for (int i = 0; i < 8; ++i) {
+      clients.push_back(std::make_unique<HttpClient>(server->port()));
+      for (int more = 0; more < 3; ++more) {
+        clients.back()->send("GET / HTTP/1.1\r\nno colon\r\n\r\n");
+      }
+    }
+
+    server->stop();
+
+    EXPECT_EQ(server->counters().connectionsOpen, 0u);
+  }
+}
+
 }  // namespace
 }  // namespace fw::http
