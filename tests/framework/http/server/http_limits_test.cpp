@@ -257,10 +257,13 @@ TEST_F(HttpLimitsTest, RefusesAConnectionWhileAllPlacesAreAtWork) {
     open.push_back(std::make_unique<HttpClient>(server->port()));
     open.back()->send("GET /api/v1/tables/JVM_MEMORY/rows HTTP/1.1\r\n" + host() + "\r\n");
   }
-  const auto bound = std::chrono::steady_clock::now() + 20s;
-  while (server->counters().requestsOpen < 3 && std::chrono::steady_clock::now() < bound) {
-    std::this_thread::yield();
-  }
+  const auto awaitOpen = [this](std::uint32_t count) {
+    const auto bound = std::chrono::steady_clock::now() + 20s;
+    while (server->counters().requestsOpen != count && std::chrono::steady_clock::now() < bound) {
+      std::this_thread::yield();
+    }
+  };
+  awaitOpen(3);
 
   HttpClient tooMany(server->port());
 
@@ -272,6 +275,7 @@ TEST_F(HttpLimitsTest, RefusesAConnectionWhileAllPlacesAreAtWork) {
     ASSERT_TRUE(reply);
     EXPECT_EQ(reply->status, 200);
   }
+  awaitOpen(0);
   EXPECT_EQ(get("/healthz").status, 200);
 }
 
