@@ -174,10 +174,10 @@ class Agent:
 class Target:
     """A JVM to be monitored, that tells about itself."""
 
-    def __init__(self, java_home, *options, start_with=(), jar=os.environ["ZEL_E2E_TARGET"]):
+    def __init__(self, java_home, *options, start_with=(), jar=None):
         self.process = subprocess.Popen(
             [*start_with, java_home / "bin/java", "-Xmx48m", "-XX:+UseSerialGC", *options,
-             "-cp", jar, "e2e.Target"],
+             "-cp", jar or os.environ["ZEL_E2E_TARGET"], "e2e.Target"],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         self.pid = self.process.pid
 
