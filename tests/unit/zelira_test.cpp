@@ -91,7 +91,6 @@ TEST_F(ZelIraTest, AnnouncesNoEndWhileTheAgentShutsDown) {
   request.reset();
 
   EXPECT_FALSE(framework.hasMessage("Situation SIT stopped"));
-  const ZelAutoMutex lock(ZelClient::s_tqMutex);
   EXPECT_TRUE(ZelClient::s_taskQueue.empty());
 }
 
@@ -260,7 +259,6 @@ TEST_F(ZelIraTest, CachesTheWholeReplyUnderEveryPendingSubnode) {
   EXPECT_THAT(*manager.getCachedSamples("node1"), ElementsAre(row(1), row(2)));
   EXPECT_THAT(*manager.getCachedSamples("node2"), ElementsAre(row(1), row(2)));
   EXPECT_THAT(*manager.getCachedSamples("cached"), ElementsAre(row(9)));
-  const ZelAutoMutex lock(manager.mutex);
   EXPECT_EQ(manager.cache->at("node1")->expiry, s_now + 60);
 }
 

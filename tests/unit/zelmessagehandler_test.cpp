@@ -153,7 +153,7 @@ TEST_F(ZelMessageHandlerTest, AQueuedTaskWakesTheHandlerUnderTheQueuesLock) {
     void run() override {}
   };
   std::vector<std::size_t> queued;
-  whenWoken([&]() NO_THREAD_SAFETY_ANALYSIS {  // the caller holds the mutex, as is seen here
+  whenWoken([&] {
     auto* mutex = reinterpret_cast<pthread_mutex_t*>(&ZelClient::s_tqMutex);
     EXPECT_EQ(pthread_mutex_trylock(mutex), EBUSY);
     queued.push_back(ZelClient::s_taskQueue.size());
