@@ -273,7 +273,8 @@ TEST_F(ZelJniClientTest, AMalformedMessageIsRejectedAndJavaGoesOn) {
       {key(number), "ERROR: unknown object type"},
   };
   for (const auto& [message, text] : cases) {
-    EXPECT_THAT(messagesOf([&] { putOutbound(jvm.env(), message); }), ElementsAre(text, internal));
+    EXPECT_THAT(messagesOf([&, &sent = message] { putOutbound(jvm.env(), sent); }),
+                ElementsAre(text, internal));
     EXPECT_EQ(jvm.localReferences(), 0U);
   }
   const auto badCast = StartsWith("ERROR: STD C++ library exception '");

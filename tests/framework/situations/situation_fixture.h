@@ -134,13 +134,13 @@ class SituationTest : public EngineTest {
 
   /// The notices so far: "NAME STATE", and then "true" with the subnodes.
   Texts told() {
-    const std::lock_guard guard(mutex);
+    const std::lock_guard held(mutex);
     return notices;
   }
 
   /// The notices once there are so many: a change is told a moment after it can be seen.
-  Texts awaitTold(std::size_t count) {
-    test::eventually([&] { return told().size() >= count; });
+  Texts awaitTold(std::size_t least) {
+    test::eventually([&] { return told().size() >= least; });
     return told();
   }
 
