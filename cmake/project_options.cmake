@@ -19,6 +19,15 @@ if(ZEL_SANITIZE)
   target_compile_options(project_options INTERFACE
     -fsanitize=${ZEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(project_options INTERFACE -fsanitize=${ZEL_SANITIZE})
+  if(ZEL_SANITIZE MATCHES address AND NOT ZEL_FUZZ AND CMAKE_CXX_COMPILER_ID STREQUAL Clang)
+    # The runtime as a library of its own, as GCC has it: test programs that replace functions of
+    # the C library would otherwise be called by a runtime that is not ready yet.
+    execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -print-file-name=libclang_rt.asan-${CMAKE_SYSTEM_PROCESSOR}.so
+      OUTPUT_VARIABLE sanitizer_library OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    cmake_path(GET sanitizer_library PARENT_PATH sanitizer_runtime)
+    target_link_options(project_options INTERFACE
+      -shared-libasan "LINKER:-rpath,${sanitizer_runtime}")
+  endif()
 endif()
 
 if(ZEL_FUZZ)
