@@ -11,6 +11,7 @@
 #include <charconv>
 #include <cstring>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "agentfw/ras1.h"
@@ -39,7 +40,9 @@ std::vector<std::string> splitWords(std::string_view command) {
 std::set<std::string> newEntries(const std::map<std::string, std::string>& setEnv) {
   std::set<std::string> entries;
   for (const auto& [name, value] : setEnv) {
-    entries.insert(name + "=" + value);
+    std::string entry = name;
+    entry.append("=").append(value);
+    entries.insert(std::move(entry));
   }
   return entries;
 }
